@@ -1,0 +1,67 @@
+// Parses the command line, dispatches to a command and turns failures into exit codes.
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <iostream>
+
+#include "cli/command.h"
+#include "core/util/json_fields.h"
+#include "core/version.h"
+
+namespace trivo::cli {
+
+int runMain(int argc, const char* const* argv, std::ostream& out, std::ostream& err) {
+  CLI::App app{"Trivo: a plain-text planner and journal built on the Rule of Three.", "trivo"};
+  app.set_version_flag("--version", std::string("trivo ") + versionString());
+  app.require_subcommand(1);
+  std::optional<std::string> vault;
+  app.add_option("--vault", vault, "The vault folder (else TRIVO_VAULT, else the nearest "
+                                   "folder upward holding .trivo)")
+      ->type_name("DIR");
+  bool json = false;
+  app.add_flag("--json", json, "Print one JSON document instead of text for people");
+
+  auto commands = allCommands();
+  std::vector<CLI::App*> subs;
+  for (auto& command : commands) {
+    CLI::App* sub = app.add_subcommand(command->name(), command->summary());
+    sub->fallthrough();
+    command->define(*sub);
+    subs.push_back(sub);
+  }
+
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::CallForHelp&) {
+    out << app.help();
+    return 0;
+  } catch (const CLI::CallForAllHelp&) {
+    out << app.help("", CLI::AppFormatMode::All);
+    return 0;
+  } catch (const CLI::CallForVersion&) {
+    out << app.version() << "\n";
+    return 0;
+  } catch (const CLI::ParseError& e) {
+    err << "trivo: " << e.what() << "\n";
+    err << "usage: trivo [--vault DIR] [--json] COMMAND ...  (trivo --help lists the commands)\n";
+    return 2;
+  }
+
+  Context context{out, err, SystemClock::shared(), vault, json,
+                  &out == &std::cout && isatty(STDOUT_FILENO) != 0};
+  for (std::size_t i = 0; i < commands.size(); ++i) {
+    if (!subs[i]->parsed()) continue;
+    try {
+      return commands[i]->run(context);
+    } catch (const UserError& e) {
+      err << "trivo: " << e.what() << "\n";
+      return e.exitCode();
+    } catch (const RecordError& e) {
+      err << "trivo: " << e.what() << ".\n";
+      return 1;
+    }
+  }
+  return 2;
+}
+
+}  // namespace trivo::cli

@@ -1,0 +1,82 @@
+// Helpers for reading and writing records as JSON objects whose keys are the field names in
+// declaration order. Reading is lenient: a missing key (or null for an optional) keeps the
+// field's default; a value of the wrong type throws RecordError naming the key.
+#pragma once
+
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <type_traits>
+#include <utility>
+
+#include <nlohmann/json.hpp>
+
+namespace trivo {
+
+using Json = nlohmann::ordered_json;
+
+// A JSON value that cannot be read as the record it should hold.
+class RecordError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+namespace json {
+
+template <class T>
+struct IsOptional : std::false_type {};
+template <class T>
+struct IsOptional<std::optional<T>> : std::true_type {};
+
+// Writes one field; an absent optional is written as null.
+template <class T>
+void put(Json& j, const char* key, const T& value) {
+  if constexpr (IsOptional<T>::value) {
+    if (value) {
+      put(j, key, *value);
+    } else {
+      j[key] = nullptr;
+    }
+  } else {
+    j[key] = value;
+  }
+}
+
+// Reads a whole value, turning the JSON library's type errors into RecordError.
+template <class T>
+T as(const Json& j, const char* what) {
+  try {
+    return j.get<T>();
+  } catch (const RecordError&) {
+    throw;
+  } catch (const nlohmann::json::exception& e) {
+    throw RecordError(std::string("\"") + what + "\" has the wrong type: " + e.what());
+  }
+}
+
+// Reads one field if present; keeps the current value when the key is missing or null.
+template <class T>
+void take(const Json& j, const char* key, T& value) {
+  auto it = j.find(key);
+  if (it == j.end() || it->is_null()) {
+    if constexpr (IsOptional<T>::value) {
+      if (it != j.end()) value.reset();
+    }
+    return;
+  }
+  if constexpr (IsOptional<T>::value) {
+    value = as<typename T::value_type>(*it, key);
+  } else {
+    value = as<T>(*it, key);
+  }
+}
+
+// Checks that a record's JSON is an object before its fields are read.
+inline void requireObject(const Json& j, const char* record) {
+  if (!j.is_object()) {
+    throw RecordError(std::string(record) + " must be a JSON object");
+  }
+}
+
+}  // namespace json
+}  // namespace trivo

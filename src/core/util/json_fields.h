@@ -4,7 +4,9 @@
 #pragma once
 
 #include <optional>
+#include <span>
 #include <stdexcept>
+#include <string_view>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -76,6 +78,32 @@ inline void requireObject(const Json& j, const char* record) {
   if (!j.is_object()) {
     throw RecordError(std::string(record) + " must be a JSON object");
   }
+}
+
+// Enums whose cases are numbered 0, 1, 2… in declaration order are written as their case
+// names (or raw strings), looked up in `names` by position.
+template <class E>
+Json enumName(E value, std::span<const std::string_view> names) {
+  return std::string(names[static_cast<std::size_t>(value)]);
+}
+
+template <class E>
+E enumFromName(const Json& j, std::span<const std::string_view> names, const char* what) {
+  if (!j.is_string()) throw RecordError(std::string(what) + " must be a string");
+  const auto& text = j.get_ref<const std::string&>();
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    if (names[i] == text) return static_cast<E>(i);
+  }
+  throw RecordError(std::string(what) + " \"" + text + "\" is not one of its cases");
+}
+
+// Looks up a case by name; nothing for an unknown name.
+template <class E>
+std::optional<E> enumFromString(std::string_view text, std::span<const std::string_view> names) {
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    if (names[i] == text) return static_cast<E>(i);
+  }
+  return std::nullopt;
 }
 
 }  // namespace json

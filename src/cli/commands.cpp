@@ -5,8 +5,11 @@
 
 namespace trivo::cli {
 
+std::unique_ptr<Command> makePlanCommand();
+
 std::vector<std::unique_ptr<Command>> allCommands() {
   std::vector<std::unique_ptr<Command>> commands;
+  commands.push_back(makePlanCommand());
   return commands;
 }
 

@@ -3,15 +3,14 @@
 // field's default; a value of the wrong type throws RecordError naming the key.
 #pragma once
 
+#include <nlohmann/json.hpp>
 #include <optional>
 #include <span>
 #include <stdexcept>
-#include <string_view>
 #include <string>
+#include <string_view>
 #include <type_traits>
 #include <utility>
-
-#include <nlohmann/json.hpp>
 
 namespace trivo {
 

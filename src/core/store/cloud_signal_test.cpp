@@ -21,8 +21,9 @@ TEST(ConflictCopy, KnownSyncToolNamesAreRecognised) {
 }
 
 TEST(ConflictCopy, OrdinaryNamesAreNot) {
-  for (const char* name : {"2026-09-16.md", "inbox.org", "conflict resolution.md",
-                           "notes (draft).md", "2026-09-16 (2).md", "(conflict", "sync-conflict.md"}) {
+  for (const char* name :
+       {"2026-09-16.md", "inbox.org", "conflict resolution.md", "notes (draft).md",
+        "2026-09-16 (2).md", "(conflict", "sync-conflict.md"}) {
     EXPECT_FALSE(isConflictCopy(name)) << name;
   }
 }

@@ -28,8 +28,14 @@ TEST(EntryKey, DescriptionIsCaseWordAndTextForm) {
 
 TEST(EntryKey, EqualityAndHashTellCasesApartEvenWithLookalikePayloads) {
   // Year 2026 and a week in 2026 share numbers; they must still be different keys.
-  std::unordered_set<EntryKey> set{kDay, kWeek, kMonth, kQuarter, kYear, kInbox,
-                                   EntryKey::year(2027), EntryKey::week({2026, 39})};
+  std::unordered_set<EntryKey> set{kDay,
+                                   kWeek,
+                                   kMonth,
+                                   kQuarter,
+                                   kYear,
+                                   kInbox,
+                                   EntryKey::year(2027),
+                                   EntryKey::week({2026, 39})};
   EXPECT_EQ(set.size(), 8u);
   EXPECT_TRUE(set.contains(EntryKey::day(*DayDate::parse("2026-09-16"))));
   EXPECT_TRUE(set.contains(EntryKey::inbox()));

@@ -101,9 +101,9 @@ TEST(PageKey, MalformedKeysParseToNothing) {
 }
 
 TEST(PageLink, LinksCarryTheEncodedKeyAndPerspective) {
-  EXPECT_EQ(PageLink::urlFor(EntryKey::day(day("2026-09-16"))),
-            "trivo://open?page=day:2026-09-16");
-  EXPECT_EQ(PageLink::urlFor(EntryKey::year(2026), "Work"), "trivo://open?page=year:2026&persp=Work");
+  EXPECT_EQ(PageLink::urlFor(EntryKey::day(day("2026-09-16"))), "trivo://open?page=day:2026-09-16");
+  EXPECT_EQ(PageLink::urlFor(EntryKey::year(2026), "Work"),
+            "trivo://open?page=year:2026&persp=Work");
   EXPECT_EQ(PageLink::urlFor(PageKey::fixed(PageKey::Kind::mindsweep)),
             "trivo://open?page=mindsweep");
   EXPECT_EQ(PageLink::urlFor(PageKey::draft("Ideas & más=1?#"), "Deep Work!"),

@@ -46,7 +46,8 @@ TEST(VaultPaths, FileNamesGiveTheirKeys) {
   };
   for (const auto& c : cases) {
     const VaultPaths paths("/v", c.extension);
-    EXPECT_EQ(paths.key(c.folder, c.name), c.key) << c.folder << "/" << c.name << " ." << c.extension;
+    EXPECT_EQ(paths.key(c.folder, c.name), c.key)
+        << c.folder << "/" << c.name << " ." << c.extension;
   }
 }
 
@@ -61,7 +62,8 @@ TEST(VaultPaths, KeysRoundTripThroughTheirFilesInBothFormats) {
   }
   keys.push_back(EntryKey::week({2026, 53}));  // names parse without consulting the calendar
   for (auto format : {VaultFormat::markdown, VaultFormat::org}) {
-    for (const auto& perspective : {std::optional<std::string>(), std::optional<std::string>("Work")}) {
+    for (const auto& perspective :
+         {std::optional<std::string>(), std::optional<std::string>("Work")}) {
       const VaultPaths paths("/home/ada/vault", format, perspective);
       for (const auto& key : keys) {
         const fs::path file = paths.urlFor(key);

@@ -24,7 +24,9 @@ TEST(VaultSlug, LowerCasesAndJoinsWordsWithSingleDashes) {
       {"ÆRØ Straße", "ærø-straße"},
       {"日本 語", "日本-語"},
       {"Ω→Σ", "ω-σ"},
-      {"bad\xFF" "byte", "bad-byte"},
+      {"bad\xFF"
+       "byte",
+       "bad-byte"},
   };
   for (const auto& [name, slug] : cases) EXPECT_EQ(Vault::slug(name), slug) << name;
 }
@@ -39,8 +41,9 @@ TEST(Vault, BaseIsTheRootOrThePerspectivesFolder) {
 TEST(Vault, JsonUsesTheFieldNamesAndReadsLeniently) {
   const Vault vault{"/home/ada/My Vault", VaultFormat::org, "de_CH", "Work"};
   const Json j = vault;
-  EXPECT_EQ(j.dump(),
-            R"({"rootURL":"/home/ada/My Vault","format":"org","locale":"de_CH","perspective":"Work"})");
+  EXPECT_EQ(
+      j.dump(),
+      R"({"rootURL":"/home/ada/My Vault","format":"org","locale":"de_CH","perspective":"Work"})");
   EXPECT_EQ(j.get<Vault>(), vault);
   const auto fromUrl = Json::parse(R"({"rootURL":"file:///home/ada/My%20Vault"})").get<Vault>();
   EXPECT_EQ(fromUrl, (Vault{"/home/ada/My Vault", VaultFormat::markdown, "en", std::nullopt}));
@@ -50,7 +53,9 @@ TEST(Vault, JsonUsesTheFieldNamesAndReadsLeniently) {
 class MovePerspectives : public ::testing::Test {
  protected:
   testing::TempDir dir;
-  [[nodiscard]] bool exists(const char* relative) const { return fs::exists(dir.path() / relative); }
+  [[nodiscard]] bool exists(const char* relative) const {
+    return fs::exists(dir.path() / relative);
+  }
 };
 
 TEST_F(MovePerspectives, MovesTheOldFolderWhole) {

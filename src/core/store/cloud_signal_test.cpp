@@ -14,7 +14,7 @@ TEST(ConflictCopy, KnownSyncToolNamesAreRecognised) {
            "2026-09-16 (Ada's conflicted copy 2026-09-16).md",
            "2026-09-16 (conflicted copy 2026-09-16 093000).md",
            "2026-09-16 (Conflict).md",
-           "inbox (SFConflict ada@example 2026-09-16-09-30-00).md",
+           "inbox (SFConflict ada 2026-09-16-09-30-00).md",
        }) {
     EXPECT_TRUE(isConflictCopy(name)) << name;
   }

@@ -123,17 +123,28 @@ int bar(const std::string& kind, WidgetSize size, bool once) {
   const auto widget = widgetOfKind(kind);
   const Clock& clock = SystemClock::shared();
   LiveWatch watch;
+  std::string last;
+  bool reloadDue = true;
   for (;;) {
     const auto timeline = FocusProvider(clock).getTimeline(size);
     const auto& entry = timeline.entries.front();
     const auto line = barLine(render(widget, entry.state, contextNow(clock, size, entry.date)));
-    std::cout << line << std::endl;
-    if (!std::cout || once) return std::cout ? 0 : 1;
-    // Wait for the reload moment or a new record, whichever comes first.
+    // The app rewrites its record every few seconds with only a new stamp; a bar needs a line
+    // when something it shows changed, or when the timeline says so.
+    if (reloadDue || line != last) {
+      std::cout << line << std::endl;
+      if (!std::cout) return 1;
+      last = line;
+    }
+    if (once) return 0;
+    reloadDue = false;
     for (;;) {
-      const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
-          timeline.reloadAfter - clock.now());
-      if (left.count() <= 0) break;
+      const auto left =
+          std::chrono::duration_cast<std::chrono::milliseconds>(timeline.reloadAfter - clock.now());
+      if (left.count() <= 0) {
+        reloadDue = true;
+        break;
+      }
       const int timeout = static_cast<int>(std::min<std::int64_t>(left.count(), INT_MAX));
       if (watch.wait(timeout)) break;
     }

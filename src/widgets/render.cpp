@@ -12,7 +12,9 @@ std::string phaseClass(LiveState::Phase phase) {
   return std::string(kLiveStatePhaseNames[static_cast<std::size_t>(phase)]);
 }
 
-void add(Rendering& r, Style style, std::string text) { r.lines.push_back({style, std::move(text)}); }
+void add(Rendering& r, Style style, std::string text) {
+  r.lines.push_back({style, std::move(text)});
+}
 
 std::string joined(const std::vector<std::string>& parts, const std::string& separator) {
   std::string result;
@@ -32,7 +34,8 @@ Rendering renderFocus(const LiveState& state, const ViewContext& context) {
   if (view.label) status = joined({view.label->text(), status}, " · ");
   if (status.empty()) status = "No session";
   add(r, Style::plain, status);
-  if (view.sliceLine) add(r, Style::plain, joined({*view.sliceLine, view.breakLine.value_or("")}, ", "));
+  if (view.sliceLine)
+    add(r, Style::plain, joined({*view.sliceLine, view.breakLine.value_or("")}, ", "));
   add(r, Style::plain, "Today: " + view.todayLine + " · " + view.minutesLine + " focused");
   for (const auto& line : view.outcomes) {
     add(r, Style::plain, "  " + std::string(line.state == "done" ? "[x] " : "[ ] ") + line.text);
@@ -44,8 +47,8 @@ Rendering renderFocus(const LiveState& state, const ViewContext& context) {
   if (state.phase == LiveState::Phase::idle) {
     r.barText = view.todayLine + " · " + view.minutesLine;
   } else {
-    r.barText = joined({view.label ? view.label->text() : "", view.clock.value_or(""), view.title},
-                       " ");
+    r.barText =
+        joined({view.label ? view.label->text() : "", view.clock.value_or(""), view.title}, " ");
   }
   r.barClass = phaseClass(state.phase);
   return r;
@@ -128,7 +131,9 @@ Rendering renderOutcomes(const LiveState& state, const std::string& key,
   for (const auto& row : view.rows) {
     if (row.state == "done") ++done;
     add(r, Style::plain,
-        std::string(row.state == "done" ? "[x] " : row.state == "blocked" ? "[-] " : "[ ] ") +
+        std::string(row.state == "done"      ? "[x] "
+                    : row.state == "blocked" ? "[-] "
+                                             : "[ ] ") +
             row.text);
   }
   add(r, Style::link, view.link);

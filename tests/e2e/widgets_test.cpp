@@ -24,9 +24,7 @@ class WidgetHostCommands : public ::testing::Test {
     return testing::runProgram("trivo-widgets", args, options);
   }
 
-  void writeLive(const LiveState& state) const {
-    group_.write("live.json", Json(state).dump());
-  }
+  void writeLive(const LiveState& state) const { group_.write("live.json", Json(state).dump()); }
 
   static LiveState running() {
     LiveState s;

@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "core/focus/shared_files.h"
+#include "core/util/json_integers.h"
 #include "core/util/printf.h"
 
 namespace trivo {
@@ -36,7 +37,9 @@ template <class T>
 void writeRecord(const fs::path& vault, const std::string& name, const T& record) {
   const fs::path folder = LiveSession::folder(vault);
   if (!shared::prepareFolder(folder, Access::ordinary)) return;
-  shared::replaceFile(folder / name, Json(record).dump(2) + "\n", Access::ordinary);
+  shared::replaceFile(folder / name,
+                      Json(record).dump(2, ' ', false, Json::error_handler_t::replace) + "\n",
+                      Access::ordinary);
 }
 
 double secondsBetween(Instant from, Instant to) { return Seconds(to - from).count(); }
@@ -84,14 +87,14 @@ void from_json(const Json& j, LiveSession& s) {
   json::take(j, "deviceName", s.deviceName);
   json::take(j, "phase", s.phase);
   json::take(j, "subject", s.subject);
-  json::take(j, "outcomeSlot", s.outcomeSlot);
+  json::takeInteger(j, "outcomeSlot", s.outcomeSlot);
   json::take(j, "started", s.started);
   json::take(j, "ends", s.ends);
   json::take(j, "remaining", s.remaining);
-  json::take(j, "minutes", s.minutes);
+  json::takeInteger(j, "minutes", s.minutes);
   json::take(j, "stamp", s.stamp);
   json::take(j, "focused", s.focused);
-  json::take(j, "breakOffer", s.breakOffer);
+  json::takeInteger(j, "breakOffer", s.breakOffer);
   json::take(j, "restEnds", s.restEnds);
   json::take(j, "autoAt", s.autoAt);
   json::take(j, "graceEnds", s.graceEnds);
@@ -115,9 +118,9 @@ void from_json(const Json& j, LiveAsk& a) {
   a = LiveAsk{};
   json::take(j, "id", a.id);
   json::take(j, "action", a.action);
-  json::take(j, "minutes", a.minutes);
+  json::takeInteger(j, "minutes", a.minutes);
   json::take(j, "subject", a.subject);
-  json::take(j, "outcomeSlot", a.outcomeSlot);
+  json::takeInteger(j, "outcomeSlot", a.outcomeSlot);
   json::take(j, "from", a.from);
   json::take(j, "stamp", a.stamp);
 }
@@ -179,8 +182,8 @@ std::vector<LiveSession> LiveSession::others(const fs::path& vault, std::string_
   std::error_code ec;
   for (fs::directory_iterator it(folder(vault), ec), end; !ec && it != end; it.increment(ec)) {
     const std::string name = it->path().filename().string();
-    if (!endsWith(name, ".json") || endsWith(name, ".ask.json") ||
-        endsWith(name, ".ended.json") || name == skip || name.starts_with(".")) {
+    if (!endsWith(name, ".json") || endsWith(name, ".ask.json") || endsWith(name, ".ended.json") ||
+        name == skip || name.starts_with(".")) {
       continue;
     }
     auto session = readRecord<LiveSession>(it->path());
@@ -216,8 +219,8 @@ void LiveSession::markEnded(std::string_view by, const fs::path& vault,
               LiveEnded{started, std::string(by), now, takenOver});
 }
 
-std::optional<LiveEnded> LiveSession::endedElsewhere(std::string_view device,
-                                                     const fs::path& vault, Instant since) {
+std::optional<LiveEnded> LiveSession::endedElsewhere(std::string_view device, const fs::path& vault,
+                                                     Instant since) {
   auto note = readRecord<LiveEnded>(folder(vault) / (fileStem(device) + ".ended.json"));
   if (!note || note->stamp <= since) return std::nullopt;
   return note;

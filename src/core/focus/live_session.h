@@ -62,13 +62,13 @@ struct LiveSession {
   std::optional<Instant> ends;
   double remaining = 0;  // seconds
   std::int64_t minutes = 0;
-  Instant stamp = distantPast();  // when the device wrote the record
-  std::optional<double> focused;  // focused seconds
+  Instant stamp = distantPast();           // when the device wrote the record
+  std::optional<double> focused;           // focused seconds
   std::optional<std::int64_t> breakOffer;  // offered break, minutes
-  std::optional<Instant> restEnds;      // end of a break
-  std::optional<Instant> autoAt;        // time of the automatic log
-  std::optional<Instant> graceEnds;     // end of the grace window
-  std::optional<Instant> breakStarted;  // start of the break
+  std::optional<Instant> restEnds;         // end of a break
+  std::optional<Instant> autoAt;           // time of the automatic log
+  std::optional<Instant> graceEnds;        // end of the grace window
+  std::optional<Instant> breakStarted;     // start of the break
 
   // The folder ".trivo/live" of a vault.
   static std::filesystem::path folder(const std::filesystem::path& vault);
@@ -80,8 +80,8 @@ struct LiveSession {
   static void publish(const std::optional<LiveSession>& session, std::string_view device,
                       const std::filesystem::path& vault);
   // This device's published session, when it reads and is still current.
-  static std::optional<LiveSession> own(std::string_view device,
-                                        const std::filesystem::path& vault, Instant now);
+  static std::optional<LiveSession> own(std::string_view device, const std::filesystem::path& vault,
+                                        Instant now);
   // The current sessions of every other device, ordered by file name. Unreadable files are
   // skipped.
   static std::vector<LiveSession> others(const std::filesystem::path& vault,
@@ -91,16 +91,15 @@ struct LiveSession {
   static void send(const LiveAsk& ask, std::string_view to, const std::filesystem::path& vault);
   // Takes the device's waiting ask: the file is consumed before anything acts on it; a broken
   // ask, and one 600 s old or older, is dropped.
-  static std::optional<LiveAsk> takeAsk(std::string_view device,
-                                        const std::filesystem::path& vault, Instant now);
+  static std::optional<LiveAsk> takeAsk(std::string_view device, const std::filesystem::path& vault,
+                                        Instant now);
 
   // Notes in "<this device>.ended.json" that this session was ended by `by`.
   void markEnded(std::string_view by, const std::filesystem::path& vault,
                  std::optional<bool> takenOver, Instant now) const;
   // The note for the device, when it is newer than `since`.
   static std::optional<LiveEnded> endedElsewhere(std::string_view device,
-                                                 const std::filesystem::path& vault,
-                                                 Instant since);
+                                                 const std::filesystem::path& vault, Instant since);
   static void clearEnded(std::string_view device, const std::filesystem::path& vault);
 
   // Whether the record still describes a session under way at `at`: a running session or a

@@ -6,6 +6,7 @@
 #include <mutex>
 
 #include "core/focus/shared_files.h"
+#include "core/util/json_integers.h"
 
 namespace trivo {
 namespace {
@@ -92,9 +93,9 @@ void to_json(Json& j, const LiveState::Day& day) {
 void from_json(const Json& j, LiveState::Day& day) {
   day = readObject<LiveState::Day>(j, "LiveState.Day");
   json::take(j, "label", day.label);
-  json::take(j, "day", day.day);
-  json::take(j, "minutes", day.minutes);
-  json::take(j, "sessions", day.sessions);
+  json::takeInteger(j, "day", day.day);
+  json::takeInteger(j, "minutes", day.minutes);
+  json::takeInteger(j, "sessions", day.sessions);
   json::take(j, "today", day.today);
 }
 
@@ -199,9 +200,9 @@ void from_json(const Json& j, LiveState& state) {
   json::take(j, "subject", state.subject);
   json::take(j, "ends", state.ends);
   json::take(j, "started", state.started);
-  json::take(j, "todayMinutes", state.todayMinutes);
-  json::take(j, "done", state.done);
-  json::take(j, "set", state.set);
+  json::takeInteger(j, "todayMinutes", state.todayMinutes);
+  json::takeInteger(j, "done", state.done);
+  json::takeInteger(j, "set", state.set);
   json::take(j, "vault", state.vault);
   json::take(j, "locale", state.locale);
   json::take(j, "scheme", state.scheme);
@@ -212,10 +213,10 @@ void from_json(const Json& j, LiveState& state) {
   json::take(j, "agenda", state.agenda);
   json::take(j, "drafts", state.drafts);
   json::take(j, "pomodoro", state.pomodoro);
-  json::take(j, "slice", state.slice);
-  json::take(j, "slices", state.slices);
-  json::take(j, "breakMinutes", state.breakMinutes);
-  json::take(j, "planned", state.planned);
+  json::takeInteger(j, "slice", state.slice);
+  json::takeInteger(j, "slices", state.slices);
+  json::takeInteger(j, "breakMinutes", state.breakMinutes);
+  json::takeInteger(j, "planned", state.planned);
 }
 
 // Files --------------------------------------------------------------------------------------
@@ -233,7 +234,8 @@ std::vector<fs::path> LiveState::urls() {
 }
 
 void LiveState::write(const LiveState& state) {
-  const std::string bytes = Json(state).dump(2) + "\n";
+  // Text that is not UTF-8 is replaced rather than failing the whole record.
+  const std::string bytes = Json(state).dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
   std::lock_guard lock(lastWrittenMutex);
   for (const auto& place : usablePlaces()) {
     const fs::path target = place.folder / kLiveFile;

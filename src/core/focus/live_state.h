@@ -23,7 +23,7 @@ struct LiveState {
 
   // One day of the seven-day strip.
   struct Day {
-    std::string label;  // short weekday label
+    std::string label;     // short weekday label
     std::int64_t day = 0;  // day of the month
     std::int64_t minutes = 0;
     std::int64_t sessions = 0;
@@ -78,8 +78,8 @@ struct LiveState {
   std::optional<Instant> ends;  // planned end of the running session
   std::optional<Instant> started;
   std::int64_t todayMinutes = 0;
-  std::int64_t done = 0;  // today's outcomes done
-  std::int64_t set = 0;   // today's outcomes set
+  std::int64_t done = 0;             // today's outcomes done
+  std::int64_t set = 0;              // today's outcomes set
   std::optional<std::string> vault;  // name of the open vault; none when no vault is open
   std::string locale = "en";
   std::string scheme;
@@ -135,8 +135,8 @@ struct LiveState {
 
 inline constexpr std::array<std::string_view, 4> kLiveStatePhaseNames = {"idle", "running",
                                                                          "paused", "onBreak"};
-inline constexpr std::array<std::string_view, 4> kLiveStateCommandNames = {"start", "stop",
-                                                                           "pause", "resume"};
+inline constexpr std::array<std::string_view, 4> kLiveStateCommandNames = {"start", "stop", "pause",
+                                                                           "resume"};
 
 void to_json(Json& j, const LiveState::Phase& phase);
 void from_json(const Json& j, LiveState::Phase& phase);

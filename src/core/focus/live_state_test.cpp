@@ -37,7 +37,8 @@ LiveState sampleState() {
   s.accent = "#ff8800";
   s.stamp = kNoon;
   s.cards = {{"day", "Wednesday", "16 September", {{"Write", "done"}, {"Call", "planned"}}}};
-  s.agenda = {{"Standup", "", "09:30", true, false, false}, {"Dentist", "Thu", "14:00", false, true, true}};
+  s.agenda = {{"Standup", "", "09:30", true, false, false},
+              {"Dentist", "Thu", "14:00", false, true, true}};
   s.drafts = {{"Idea", "first line"}};
   s.pomodoro = true;
   s.slice = 2;
@@ -52,17 +53,17 @@ TEST(LiveStateJson, RoundTripsEveryFieldWithKeysInTableOrder) {
   const Json j = s;
   std::vector<std::string> keys;
   for (const auto& item : j.items()) keys.push_back(item.key());
-  EXPECT_EQ(keys, (std::vector<std::string>{"phase", "subject", "ends", "started", "todayMinutes",
-                                            "done", "set", "vault", "locale", "scheme", "week",
-                                            "accent", "stamp", "cards", "agenda", "drafts",
-                                            "pomodoro", "slice", "slices", "breakMinutes",
-                                            "planned"}));
+  EXPECT_EQ(keys, (std::vector<std::string>{
+                      "phase",  "subject",      "ends",   "started", "todayMinutes", "done",
+                      "set",    "vault",        "locale", "scheme",  "week",         "accent",
+                      "stamp",  "cards",        "agenda", "drafts",  "pomodoro",     "slice",
+                      "slices", "breakMinutes", "planned"}));
   EXPECT_EQ(j["phase"], "onBreak");
   EXPECT_EQ(j["ends"], "2026-09-16T12:05:00.000Z");
   EXPECT_EQ(Json::parse(j.dump()).get<LiveState>(), s);
-  EXPECT_EQ(Json(LiveState{}).dump().find("\"stamp\":\"0001-01-01T00:00:00.000Z\"") !=
-                std::string::npos,
-            true);
+  EXPECT_EQ(
+      Json(LiveState{}).dump().find("\"stamp\":\"0001-01-01T00:00:00.000Z\"") != std::string::npos,
+      true);
 }
 
 TEST(LiveStateJson, MissingKeysTakeDefaultsAndWrongTypesAreErrors) {
@@ -84,9 +85,11 @@ TEST(LiveStateJson, MissingKeysTakeDefaultsAndWrongTypesAreErrors) {
   EXPECT_EQ(partial.agenda[0].done, false);
   EXPECT_EQ(partial.locale, "en");
 
-  for (const char* bad : {R"([])", R"({"phase": "sleeping"})", R"({"todayMinutes": "75"})",
-                          R"({"stamp": 12})", R"({"ends": "soon"})", R"({"week": {}})",
-                          R"({"cards": [{"outcomes": "none"}]})", R"({"pomodoro": "yes"})"}) {
+  for (const char* bad :
+       {R"([])", R"({"phase": "sleeping"})", R"({"todayMinutes": "75"})", R"({"stamp": 12})",
+        R"({"ends": "soon"})", R"({"week": {}})", R"({"cards": [{"outcomes": "none"}]})",
+        R"({"pomodoro": "yes"})", R"({"slice": 2.5})", R"({"todayMinutes": 1e300})",
+        R"({"done": 18446744073709551615})"}) {
     EXPECT_THROW((void)Json::parse(bad).get<LiveState>(), RecordError) << bad;
   }
 }
@@ -114,9 +117,7 @@ class LiveStateFiles : public ::testing::Test {
   FakeClock clock_{kNoon};
 
   std::filesystem::path groupFile(const char* name) const { return group_.path() / name; }
-  std::filesystem::path stateFile(const char* name) const {
-    return state_.path() / "trivo" / name;
-  }
+  std::filesystem::path stateFile(const char* name) const { return state_.path() / "trivo" / name; }
   static struct stat statOf(const std::filesystem::path& path) {
     struct stat st {};
     EXPECT_EQ(::stat(path.c_str(), &st), 0) << path;
@@ -156,6 +157,13 @@ TEST_F(LiveStateFiles, AnIdenticalRecordIsNotWrittenAgain) {
   LiveState::write(changed);
   EXPECT_NE(statOf(groupFile("live.json")).st_ino, before.st_ino);
   EXPECT_EQ(LiveState::read(), changed);
+}
+
+TEST_F(LiveStateFiles, TextThatIsNotUtf8IsReplacedNotFatal) {
+  LiveState s = sampleState();
+  s.subject = std::string("Caf\xC3", 4);
+  ASSERT_NO_THROW(LiveState::write(s));
+  EXPECT_EQ(LiveState::read().subject, "Caf\xEF\xBF\xBD");
 }
 
 TEST_F(LiveStateFiles, ABrokenSharedRecordFallsBackToTheNextPlace) {

@@ -43,8 +43,7 @@ std::string isoInstantString(Instant instant) {
   DayDate date = DayDate::fromDayNumber(days + kEpochDayNumber);
   return stringPrintf("%04lld-%02lld-%02lldT%02lld:%02lld:%02lld.%03lldZ",
                       static_cast<long long>(date.year), static_cast<long long>(date.month),
-                      static_cast<long long>(date.day),
-                      static_cast<long long>(secondOfDay / 3600),
+                      static_cast<long long>(date.day), static_cast<long long>(secondOfDay / 3600),
                       static_cast<long long>(secondOfDay / 60 % 60),
                       static_cast<long long>(secondOfDay % 60),
                       static_cast<long long>(detail::floorMod(millis, 1000)));
@@ -52,8 +51,8 @@ std::string isoInstantString(Instant instant) {
 
 std::optional<Instant> parseIsoInstant(std::string_view text) {
   // Fixed part: YYYY-MM-DDTHH:MM:SS
-  if (text.size() < 20 || text[4] != '-' || text[7] != '-' || (text[10] != 'T' && text[10] != 't') ||
-      text[13] != ':' || text[16] != ':') {
+  if (text.size() < 20 || text[4] != '-' || text[7] != '-' ||
+      (text[10] != 'T' && text[10] != 't') || text[13] != ':' || text[16] != ':') {
     return std::nullopt;
   }
   auto date = DayDate::parse(text.substr(0, 10));
@@ -102,12 +101,12 @@ std::optional<Instant> parseIsoInstant(std::string_view text) {
 }  // namespace trivo
 
 void nlohmann::adl_serializer<trivo::Instant>::to_json(trivo::Json& j,
-                                                        const trivo::Instant& instant) {
+                                                       const trivo::Instant& instant) {
   j = trivo::isoInstantString(instant);
 }
 
 void nlohmann::adl_serializer<trivo::Instant>::from_json(const trivo::Json& j,
-                                                          trivo::Instant& instant) {
+                                                         trivo::Instant& instant) {
   if (!j.is_string()) throw trivo::RecordError("a date must be a string");
   auto parsed = trivo::parseIsoInstant(j.get_ref<const std::string&>());
   if (!parsed) {

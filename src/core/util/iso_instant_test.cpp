@@ -8,7 +8,9 @@ namespace {
 
 using namespace std::chrono_literals;
 
-Instant at(std::int64_t secondsSinceEpoch) { return Instant(std::chrono::seconds(secondsSinceEpoch)); }
+Instant at(std::int64_t secondsSinceEpoch) {
+  return Instant(std::chrono::seconds(secondsSinceEpoch));
+}
 
 TEST(IsoInstant, WritesUtcWithMillisecondsTruncated) {
   EXPECT_EQ(isoInstantString(at(1789551000)), "2026-09-16T09:30:00.000Z");

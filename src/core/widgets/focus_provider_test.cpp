@@ -48,9 +48,9 @@ TEST(FocusTimeline, ReloadsAtTheLaterOfAMinuteAndTheSessionEnd) {
     std::optional<std::chrono::seconds> endsIn;
     std::chrono::seconds reloadIn;
   } cases[] = {
-      {30s, 60s},           // never more often than once a minute
-      {600s, 600s},         // at the end of the session
-      {-120s, 60s},         // an end already past
+      {30s, 60s},            // never more often than once a minute
+      {600s, 600s},          // at the end of the session
+      {-120s, 60s},          // an end already past
       {std::nullopt, 900s},  // nothing runs: every fifteen minutes
   };
   for (const auto& c : cases) {
@@ -58,8 +58,7 @@ TEST(FocusTimeline, ReloadsAtTheLaterOfAMinuteAndTheSessionEnd) {
     const auto timeline = FocusProvider::timeline(state, kNoon);
     ASSERT_EQ(timeline.entries.size(), 1u);
     EXPECT_EQ(timeline.entries[0], (FocusEntry{kNoon, state}));
-    EXPECT_EQ(timeline.reloadAfter, kNoon + c.reloadIn)
-        << (c.endsIn ? c.endsIn->count() : -1);
+    EXPECT_EQ(timeline.reloadAfter, kNoon + c.reloadIn) << (c.endsIn ? c.endsIn->count() : -1);
   }
 }
 

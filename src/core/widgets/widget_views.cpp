@@ -83,7 +83,8 @@ std::string periodLink(const std::string& key, const DayDate& today) {
   if (key == "day") return openLink("day:" + today.isoString());
   if (key == "week") return openLink("week:" + today.isoWeek().id());
   if (key == "month") return openLink("month:" + today.yearMonth().id());
-  if (key == "year") return openLink(stringPrintf("year:%04lld", static_cast<long long>(today.year)));
+  if (key == "year")
+    return openLink(stringPrintf("year:%04lld", static_cast<long long>(today.year)));
   return openLink("focus");
 }
 
@@ -117,8 +118,8 @@ FocusWidgetView focusView(const LiveState& state, const ViewContext& context) {
   }
   view.link = openLink("focus");
   if (context.size != WidgetSize::small) {
-    const Button start{{"", state.phase == Phase::idle ? "Start" : "Resume"}, "play.fill",
-                       widgetLink("start")};
+    const Button start{
+        {"", state.phase == Phase::idle ? "Start" : "Resume"}, "play.fill", widgetLink("start")};
     const Button hold{{"", "Hold"}, "pause.fill", widgetLink("hold")};
     const Button stop{{"", "Stop"}, "stop.fill", widgetLink("stop")};
     switch (state.phase) {
@@ -142,7 +143,9 @@ KeysWidgetView keysView(const LiveState& state, const ViewContext& context) {
   view.tiles = {
       {{"title.inbox", "Inbox"}, "tray", widgetLink("capture"), std::nullopt},
       {{"ui.common.journal", "Journal"}, "book.closed", widgetLink("journal"), std::nullopt},
-      {{"ui.common.focus", "Focus"}, "metronome", widgetLink("focus"),
+      {{"ui.common.focus", "Focus"},
+       "metronome",
+       widgetLink("focus"),
        sessionClock(state, context.now)},
   };
   return view;
@@ -155,9 +158,10 @@ AgendaWidgetView agendaView(const LiveState& state, const ViewContext& context) 
   std::vector<AgendaRow> today;
   std::vector<AgendaRow> later;
   for (const auto& line : state.agenda) {
-    AgendaRow row{line.text,     line.day,  line.time, line.done, line.late,
-                  line.predicted, isTodayLine(line),
-                  line.done ? "checkmark.square.fill" : "square"};
+    AgendaRow row{line.text,         line.day,
+                  line.time,         line.done,
+                  line.late,         line.predicted,
+                  isTodayLine(line), line.done ? "checkmark.square.fill" : "square"};
     (row.today ? today : later).push_back(std::move(row));
   }
   std::size_t room = agendaRoom(context.size);

@@ -35,10 +35,10 @@ struct FocusWidgetView {
   // "Paused" or "Break", shown with the symbol "metronome".
   std::optional<LocalizedText> label;
   std::optional<std::string> symbol;
-  std::optional<std::string> sliceLine;  // "Slice 2 of 4"
-  std::optional<std::string> breakLine;  // "then 5 min break"
-  std::string todayLine;                 // "1 of 3"
-  std::string minutesLine;               // focus minutes today, "1 h 15 min"
+  std::optional<std::string> sliceLine;   // "Slice 2 of 4"
+  std::optional<std::string> breakLine;   // "then 5 min break"
+  std::string todayLine;                  // "1 of 3"
+  std::string minutesLine;                // focus minutes today, "1 h 15 min"
   std::vector<LiveState::Line> outcomes;  // the day card's lines (large only)
   std::string link;                       // a tap on the widget
   std::vector<Button> buttons;            // none in the small size
@@ -118,8 +118,8 @@ struct OutcomeRow {
 };
 
 struct OutcomesWidgetView {
-  std::string key;       // the card key: "day", "week", "month" or "year"
-  std::string title;     // the card's title, else the widget's name
+  std::string key;    // the card key: "day", "week", "month" or "year"
+  std::string title;  // the card's title, else the widget's name
   std::string subtitle;
   std::vector<OutcomeRow> rows;            // the card's lines in their order
   std::optional<LocalizedText> emptyText;  // when the card is missing or has no lines

@@ -96,10 +96,12 @@ TEST(FocusWidgetView, PausesAndBreaksAreLabelledAndPomodorosShowTheirSlice) {
 TEST(KeysWidgetView, ThreeTilesAndAClockOnFocusWhileASessionRuns) {
   const auto idle = keysView(LiveState{}, context());
   ASSERT_EQ(idle.tiles.size(), 3u);
-  EXPECT_EQ(idle.tiles[0], (KeyTile{{"title.inbox", "Inbox"}, "tray", "trivo://widget/capture",
+  EXPECT_EQ(idle.tiles[0],
+            (KeyTile{{"title.inbox", "Inbox"}, "tray", "trivo://widget/capture", std::nullopt}));
+  EXPECT_EQ(idle.tiles[1], (KeyTile{{"ui.common.journal", "Journal"},
+                                    "book.closed",
+                                    "trivo://widget/journal",
                                     std::nullopt}));
-  EXPECT_EQ(idle.tiles[1], (KeyTile{{"ui.common.journal", "Journal"}, "book.closed",
-                                    "trivo://widget/journal", std::nullopt}));
   EXPECT_EQ(idle.tiles[2].symbol, "metronome");
   EXPECT_EQ(idle.tiles[2].link, "trivo://widget/focus");
   EXPECT_EQ(idle.tiles[2].clock, std::nullopt);

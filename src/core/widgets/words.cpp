@@ -9,7 +9,8 @@
 namespace trivo::widgets {
 
 std::string Words::minutes(std::int64_t count) {
-  if (count < 60) return stringPrintf("%lld min", static_cast<long long>(std::max<std::int64_t>(count, 0)));
+  if (count < 60)
+    return stringPrintf("%lld min", static_cast<long long>(std::max<std::int64_t>(count, 0)));
   const auto hours = static_cast<long long>(count / 60);
   const auto rest = static_cast<long long>(count % 60);
   return rest == 0 ? stringPrintf("%lld h", hours) : stringPrintf("%lld h %lld min", hours, rest);

@@ -5,8 +5,11 @@
 
 namespace trivo::cli {
 
+std::unique_ptr<Command> makePathCommand();
+
 std::vector<std::unique_ptr<Command>> allCommands() {
   std::vector<std::unique_ptr<Command>> commands;
+  commands.push_back(makePathCommand());
   return commands;
 }
 

@@ -6,7 +6,7 @@
 #include <cctype>
 
 #include "core/calendar/periods.h"
-#include "core/util/percent_encoding.h"
+#include "core/links/deep_link.h"
 #include "core/util/printf.h"
 #include "core/widgets/words.h"
 
@@ -16,18 +16,13 @@ namespace {
 using Phase = LiveState::Phase;
 using Seconds = std::chrono::duration<double>;
 
-constexpr std::array<std::string_view, 6> kWidgetKeys = {"start", "stop",    "hold",
-                                                         "focus", "capture", "journal"};
+std::string link(DeepLink::Payload payload) { return DeepLink{std::move(payload)}.url(); }
 
-// "trivo://widget/<key>", or the Focus key's link when the key is not one the app knows.
-std::string widgetLink(std::string_view key) {
-  if (std::find(kWidgetKeys.begin(), kWidgetKeys.end(), key) == kWidgetKeys.end()) {
-    key = "focus";
-  }
-  return "trivo://widget/" + std::string(key);
+std::string widgetLink(DeepLink::WidgetKey key) { return link(DeepLink::Widget{key}); }
+
+std::string screenLink(Destination::Screen screen) {
+  return link(DeepLink::Open{Destination::screen(screen)});
 }
-
-std::string openLink(std::string_view page) { return "trivo://open?page=" + std::string(page); }
 
 std::string lowered(std::string_view text) {
   std::string result(text);
@@ -80,12 +75,13 @@ bool isTodayLine(const LiveState::AgendaLine& line) {
 }
 
 std::string periodLink(const std::string& key, const DayDate& today) {
-  if (key == "day") return openLink("day:" + today.isoString());
-  if (key == "week") return openLink("week:" + today.isoWeek().id());
-  if (key == "month") return openLink("month:" + today.yearMonth().id());
-  if (key == "year")
-    return openLink(stringPrintf("year:%04lld", static_cast<long long>(today.year)));
-  return openLink("focus");
+  std::optional<EntryKey> page;
+  if (key == "day") page = EntryKey::day(today);
+  if (key == "week") page = EntryKey::week(today.isoWeek());
+  if (key == "month") page = EntryKey::month(today.yearMonth());
+  if (key == "year") page = EntryKey::year(today.year);
+  return page ? link(DeepLink::Open{Destination::page(*page)})
+              : screenLink(Destination::Screen::focus);
 }
 
 FocusWidgetView focusView(const LiveState& state, const ViewContext& context) {
@@ -116,12 +112,13 @@ FocusWidgetView focusView(const LiveState& state, const ViewContext& context) {
   if (context.size == WidgetSize::large) {
     if (auto day = state.card("day")) view.outcomes = day->outcomes;
   }
-  view.link = openLink("focus");
+  view.link = screenLink(Destination::Screen::focus);
   if (context.size != WidgetSize::small) {
-    const Button start{
-        {"", state.phase == Phase::idle ? "Start" : "Resume"}, "play.fill", widgetLink("start")};
-    const Button hold{{"", "Hold"}, "pause.fill", widgetLink("hold")};
-    const Button stop{{"", "Stop"}, "stop.fill", widgetLink("stop")};
+    const Button start{{"", state.phase == Phase::idle ? "Start" : "Resume"},
+                       "play.fill",
+                       widgetLink(DeepLink::WidgetKey::start)};
+    const Button hold{{"", "Hold"}, "pause.fill", widgetLink(DeepLink::WidgetKey::hold)};
+    const Button stop{{"", "Stop"}, "stop.fill", widgetLink(DeepLink::WidgetKey::stop)};
     switch (state.phase) {
       case Phase::idle:
         view.buttons = {start};
@@ -141,11 +138,14 @@ FocusWidgetView focusView(const LiveState& state, const ViewContext& context) {
 KeysWidgetView keysView(const LiveState& state, const ViewContext& context) {
   KeysWidgetView view;
   view.tiles = {
-      {{"title.inbox", "Inbox"}, "tray", widgetLink("capture"), std::nullopt},
-      {{"ui.common.journal", "Journal"}, "book.closed", widgetLink("journal"), std::nullopt},
+      {{"title.inbox", "Inbox"}, "tray", widgetLink(DeepLink::WidgetKey::capture), std::nullopt},
+      {{"ui.common.journal", "Journal"},
+       "book.closed",
+       widgetLink(DeepLink::WidgetKey::journal),
+       std::nullopt},
       {{"ui.common.focus", "Focus"},
        "metronome",
-       widgetLink("focus"),
+       widgetLink(DeepLink::WidgetKey::focus),
        sessionClock(state, context.now)},
   };
   return view;
@@ -154,7 +154,8 @@ KeysWidgetView keysView(const LiveState& state, const ViewContext& context) {
 AgendaWidgetView agendaView(const LiveState& state, const ViewContext& context) {
   AgendaWidgetView view;
   view.title = {"ui.agendas.title", "Agenda"};
-  view.link = openLink("agenda");
+  // The agenda widget has always opened the short word; the app reads it as the agendas screen.
+  view.link = "trivo://open?page=agenda";
   std::vector<AgendaRow> today;
   std::vector<AgendaRow> later;
   for (const auto& line : state.agenda) {
@@ -182,11 +183,10 @@ AgendaWidgetView agendaView(const LiveState& state, const ViewContext& context) 
 DraftsWidgetView draftsView(const LiveState& state, const ViewContext& context) {
   DraftsWidgetView view;
   view.title = {"ui.drafts.title", "Drafts"};
-  view.link = openLink("drafts");
+  view.link = screenLink(Destination::Screen::drafts);
   for (const auto& draft : state.drafts) {
     if (view.rows.size() >= draftsRoom(context.size)) break;
-    view.rows.push_back(
-        {draft.title, draft.preview, openLink("drafts") + "&name=" + percentEncode(draft.title)});
+    view.rows.push_back({draft.title, draft.preview, link(DeepLink::OpenDraft{draft.title})});
   }
   if (state.drafts.empty()) {
     view.emptyText = LocalizedText{"ui.widget.drafts_empty", "Pin a draft and it waits here."};
@@ -197,7 +197,7 @@ DraftsWidgetView draftsView(const LiveState& state, const ViewContext& context) 
 WeekWidgetView weekView(const LiveState& state, const ViewContext& /*context*/) {
   WeekWidgetView view;
   view.title = {"ui.focus.the_week", "The week"};
-  view.link = openLink("focus");
+  view.link = screenLink(Destination::Screen::focus);
   const LocalizedText unit{"ui.stats.minutes_short", "min"};
   std::int64_t total = 0;
   for (const auto& day : state.week) {

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include "core/links/deep_link.h"
 #include "core/widgets/words.h"
 
 namespace trivo::widgets {
@@ -185,6 +186,32 @@ TEST(OutcomesWidgetView, ShowsItsCardInOrderAndOpensThePeriodPage) {
   EXPECT_TRUE(month.emptyText.has_value());
   EXPECT_EQ(month.link, "trivo://open?page=month:2026-09");
   EXPECT_EQ(outcomesView(LiveState{}, "year", context()).link, "trivo://open?page=year:2026");
+}
+
+TEST(WidgetLinks, EveryLinkAWidgetShowsIsOneTheAppReads) {
+  LiveState s = running();
+  s.drafts = {{"Plan / ideas?", ""}};
+  const auto ctx = context(WidgetSize::large);
+  std::vector<std::string> links;
+  const auto focus = focusView(s, ctx);
+  links.push_back(focus.link);
+  for (const auto& b : focus.buttons) links.push_back(b.link);
+  for (const auto& b : focusView(LiveState{}, ctx).buttons) links.push_back(b.link);
+  for (const auto& t : keysView(s, ctx).tiles) links.push_back(t.link);
+  links.push_back(agendaView(s, ctx).link);
+  const auto drafts = draftsView(s, ctx);
+  links.push_back(drafts.link);
+  links.push_back(drafts.rows.at(0).link);
+  links.push_back(weekView(s, ctx).link);
+  for (const char* key : {"day", "week", "month", "year"}) {
+    links.push_back(outcomesView(s, key, ctx).link);
+  }
+  for (const auto& link : links) {
+    EXPECT_TRUE(DeepLink::parse(link).has_value()) << link;
+  }
+  const auto draft = DeepLink::parse(drafts.rows.at(0).link);
+  ASSERT_TRUE(draft.has_value());
+  EXPECT_EQ(draft->payload, DeepLink::Payload(DeepLink::OpenDraft{"Plan / ideas?"}));
 }
 
 }  // namespace

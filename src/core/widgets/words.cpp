@@ -17,7 +17,8 @@ std::string Words::minutes(std::int64_t count) {
 }
 
 std::string Words::clock(double seconds) {
-  // Anything beyond a day is not a countdown a widget can show; clamp before converting.
+  if (!(seconds > 0)) return "0:00";  // also NaN
+  // Anything beyond a week is not a countdown a widget can show; clamp before converting.
   const double clamped = std::clamp(std::ceil(seconds), 0.0, 86400.0 * 7);
   const auto whole = static_cast<long long>(clamped);
   return stringPrintf("%lld:%02lld", whole / 60, whole % 60);

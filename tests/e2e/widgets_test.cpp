@@ -1,5 +1,9 @@
 // Runs `trivo-widgets` against a temporary shared folder, as a status bar or a terminal would.
 #include <gtest/gtest.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include "core/focus/live_state.h"
 #include "testing/process.h"
@@ -97,6 +101,61 @@ TEST_F(WidgetHostCommands, BarOncePrintsOneStatusLine) {
   auto agenda = run({"bar", "TrivoAgenda", "--once"});
   EXPECT_EQ(Json::parse(agenda.out)["text"], "Nothing on this day.");
   EXPECT_EQ(Json::parse(agenda.out)["class"], "empty");
+}
+
+// Reads one line from a pipe, waiting at most a few seconds; empty when none came.
+std::string readLine(int fd, std::string& buffer) {
+  for (;;) {
+    if (auto end = buffer.find('\n'); end != std::string::npos) {
+      std::string line = buffer.substr(0, end);
+      buffer.erase(0, end + 1);
+      return line;
+    }
+    pollfd p{fd, POLLIN, 0};
+    if (poll(&p, 1, 5000) <= 0) return {};
+    char chunk[4096];
+    const ssize_t n = read(fd, chunk, sizeof chunk);
+    if (n <= 0) return {};
+    buffer.append(chunk, static_cast<std::size_t>(n));
+  }
+}
+
+TEST_F(WidgetHostCommands, BarPrintsANewLineWhenTheRecordChanges) {
+  const std::string program = testing::builtProgram("trivo-widgets");
+  int out[2];
+  ASSERT_EQ(pipe(out), 0);
+  const pid_t child = fork();
+  ASSERT_GE(child, 0);
+  if (child == 0) {
+    dup2(out[1], STDOUT_FILENO);
+    close(out[0]);
+    close(out[1]);
+    setenv("TRIVO_GROUP_DIR", group_.path().c_str(), 1);
+    setenv("XDG_STATE_HOME", state_.path().c_str(), 1);
+    unsetenv("XDG_RUNTIME_DIR");
+    execl(program.c_str(), "trivo-widgets", "bar", "TrivoFocus", static_cast<char*>(nullptr));
+    _exit(127);
+  }
+  close(out[1]);
+  std::string buffer;
+  const std::string first = readLine(out[0], buffer);
+  LiveState paused;
+  paused.phase = LiveState::Phase::paused;
+  paused.subject = "Essay";
+  // Written the way the app writes: beside the target, then renamed over it.
+  group_.write(".live.json.tmp", Json(paused).dump());
+  std::filesystem::rename(group_.path() / ".live.json.tmp", group_.path() / "live.json");
+  const std::string second = readLine(out[0], buffer);
+  kill(child, SIGTERM);
+  int status = 0;
+  waitpid(child, &status, 0);
+  close(out[0]);
+
+  ASSERT_FALSE(first.empty());
+  EXPECT_EQ(Json::parse(first)["class"], "idle");
+  ASSERT_FALSE(second.empty()) << "no line after the record changed";
+  EXPECT_EQ(Json::parse(second)["class"], "paused");
+  EXPECT_EQ(Json::parse(second)["text"], "Paused Essay");
 }
 
 TEST_F(WidgetHostCommands, RefusesUnknownKindsAndBadUsage) {

@@ -59,8 +59,9 @@ std::map<fs::path, std::string>& lastWritten() {
   return bytes;
 }
 
+// The defaults that a record's fields are read into, once its JSON is known to be an object.
 template <class T>
-T readObject(const Json& j, const char* record) {
+T freshRecord(const Json& j, const char* record) {
   json::requireObject(j, record);
   return T{};
 }
@@ -91,7 +92,7 @@ void to_json(Json& j, const LiveState::Day& day) {
   json::put(j, "today", day.today);
 }
 void from_json(const Json& j, LiveState::Day& day) {
-  day = readObject<LiveState::Day>(j, "LiveState.Day");
+  day = freshRecord<LiveState::Day>(j, "LiveState.Day");
   json::take(j, "label", day.label);
   json::takeInteger(j, "day", day.day);
   json::takeInteger(j, "minutes", day.minutes);
@@ -105,7 +106,7 @@ void to_json(Json& j, const LiveState::Line& line) {
   json::put(j, "state", line.state);
 }
 void from_json(const Json& j, LiveState::Line& line) {
-  line = readObject<LiveState::Line>(j, "LiveState.Line");
+  line = freshRecord<LiveState::Line>(j, "LiveState.Line");
   json::take(j, "text", line.text);
   json::take(j, "state", line.state);
 }
@@ -118,7 +119,7 @@ void to_json(Json& j, const LiveState::Card& card) {
   json::put(j, "outcomes", card.outcomes);
 }
 void from_json(const Json& j, LiveState::Card& card) {
-  card = readObject<LiveState::Card>(j, "LiveState.Card");
+  card = freshRecord<LiveState::Card>(j, "LiveState.Card");
   json::take(j, "key", card.key);
   json::take(j, "title", card.title);
   json::take(j, "subtitle", card.subtitle);
@@ -135,7 +136,7 @@ void to_json(Json& j, const LiveState::AgendaLine& line) {
   json::put(j, "predicted", line.predicted);
 }
 void from_json(const Json& j, LiveState::AgendaLine& line) {
-  line = readObject<LiveState::AgendaLine>(j, "LiveState.AgendaLine");
+  line = freshRecord<LiveState::AgendaLine>(j, "LiveState.AgendaLine");
   json::take(j, "text", line.text);
   json::take(j, "day", line.day);
   json::take(j, "time", line.time);
@@ -150,7 +151,7 @@ void to_json(Json& j, const LiveState::DraftLine& line) {
   json::put(j, "preview", line.preview);
 }
 void from_json(const Json& j, LiveState::DraftLine& line) {
-  line = readObject<LiveState::DraftLine>(j, "LiveState.DraftLine");
+  line = freshRecord<LiveState::DraftLine>(j, "LiveState.DraftLine");
   json::take(j, "title", line.title);
   json::take(j, "preview", line.preview);
 }
@@ -161,7 +162,7 @@ void to_json(Json& j, const LiveState::Order& order) {
   json::put(j, "at", order.at);
 }
 void from_json(const Json& j, LiveState::Order& order) {
-  order = readObject<LiveState::Order>(j, "LiveState.Order");
+  order = freshRecord<LiveState::Order>(j, "LiveState.Order");
   // An order without its command or time cannot be obeyed safely.
   if (!j.contains("command") || !j.contains("at")) {
     throw RecordError("LiveState.Order needs \"command\" and \"at\"");
@@ -195,7 +196,7 @@ void to_json(Json& j, const LiveState& state) {
   json::put(j, "planned", state.planned);
 }
 void from_json(const Json& j, LiveState& state) {
-  state = readObject<LiveState>(j, "LiveState");
+  state = freshRecord<LiveState>(j, "LiveState");
   json::take(j, "phase", state.phase);
   json::take(j, "subject", state.subject);
   json::take(j, "ends", state.ends);

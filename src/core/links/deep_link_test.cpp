@@ -104,6 +104,7 @@ TEST(DeepLink, RejectsLinksThatBreakARule) {
            "http://open?page=calendar",
            "trivo-beta://open?page=calendar",
            "trivo://debug/%4",
+           "trivo://debug/%FF",
            "not a link",
        }) {
     EXPECT_EQ(DL::parse(url), std::nullopt) << url;

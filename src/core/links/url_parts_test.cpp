@@ -46,6 +46,15 @@ TEST(UrlParts, AMalformedEscapeEmptiesTheQueryButRejectsThePath) {
   EXPECT_EQ(UrlParts::split("x://h/%4?a=1"), std::nullopt);
 }
 
+TEST(UrlParts, DecodedTextMustBeUtf8) {
+  EXPECT_EQ(UrlParts::split("x://h/%C3%A9?a=%E6%97%A5")->value("a"), "日");
+  EXPECT_EQ(UrlParts::split("x://h/%FF"), std::nullopt);
+  EXPECT_EQ(UrlParts::split("x://h/\xC3"), std::nullopt);
+  EXPECT_TRUE(UrlParts::split("x://h?a=%C3&b=1")->query.empty());
+  EXPECT_TRUE(UrlParts::split("x://h?a=%ED%A0%80")->query.empty());  // a lone surrogate
+  EXPECT_TRUE(UrlParts::split("x://h?a=%C0%AF")->query.empty());     // an overlong "/"
+}
+
 TEST(UrlParts, RejectsTextWithoutAValidScheme) {
   for (const char* bad : {"", "trivo", "://open", "1trivo://open", "tri vo://open", "/days/x.md",
                           "é://open"}) {

@@ -59,7 +59,7 @@ fs::path noteInside(const fs::path& root, const std::string& note) {
   const fs::path realFile = fs::weakly_canonical(file, fileError);
   if (!rootError && !fileError) {
     const auto rel = realFile.lexically_relative(realRoot);
-    if (rel.empty() || *rel.begin() == "..") throw UserError(refusal);
+    if (rel.empty() || rel == "." || *rel.begin() == "..") throw UserError(refusal);
   }
   return file;
 }

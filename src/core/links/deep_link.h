@@ -153,7 +153,7 @@ struct DeepLink {
                                FocusStart, DraftsWindow, Capture, Find, License, FocusStop,
                                FocusWindow>;
 
-  Payload payload = FocusWindow{};
+  Payload payload;
 
   // Longest link, in bytes, that parsing accepts.
   static constexpr std::size_t kMaxLength = 8192;

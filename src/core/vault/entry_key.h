@@ -35,12 +35,8 @@ struct EntryKey {
   [[nodiscard]] const DayDate* asDay() const { return std::get_if<DayDate>(&payload); }
   [[nodiscard]] const ISOWeek* asWeek() const { return std::get_if<ISOWeek>(&payload); }
   [[nodiscard]] const YearMonth* asMonth() const { return std::get_if<YearMonth>(&payload); }
-  [[nodiscard]] const YearQuarter* asQuarter() const {
-    return std::get_if<YearQuarter>(&payload);
-  }
-  [[nodiscard]] const std::int64_t* asYear() const {
-    return std::get_if<std::int64_t>(&payload);
-  }
+  [[nodiscard]] const YearQuarter* asQuarter() const { return std::get_if<YearQuarter>(&payload); }
+  [[nodiscard]] const std::int64_t* asYear() const { return std::get_if<std::int64_t>(&payload); }
   [[nodiscard]] bool isInbox() const { return kind() == Kind::inbox; }
 
   // The payload's text form alone: "2026-09-16", "2026-W38", "2026-09", "2026-Q3", "2026";
@@ -56,8 +52,8 @@ struct EntryKey {
 // else (no blanks, no trailing letters).
 std::optional<std::int64_t> parseYearText(std::string_view text);
 
-inline constexpr std::array<std::string_view, 6> kEntryKeyKindNames = {
-    "day", "week", "month", "quarter", "year", "inbox"};
+inline constexpr std::array<std::string_view, 6> kEntryKeyKindNames = {"day",     "week", "month",
+                                                                       "quarter", "year", "inbox"};
 
 inline std::string_view caseName(EntryKey::Kind kind) {
   return kEntryKeyKindNames[static_cast<std::size_t>(kind)];

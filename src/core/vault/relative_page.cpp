@@ -39,8 +39,9 @@ PageTarget resolve(RelativePage page, const DayDate& today, YearMode yearMode) {
     }
     case RelativePage::lastfriday: {
       // Days back to the previous Friday: 1 on a Saturday … 7 on a Friday.
-      const auto back = detail::floorMod(
-          weekdayIndex(today.weekday()) - weekdayIndex(Weekday::friday) - 1, 7) + 1;
+      const auto back =
+          detail::floorMod(weekdayIndex(today.weekday()) - weekdayIndex(Weekday::friday) - 1, 7) +
+          1;
       return PageTarget::page(EntryKey::day(today.adding(-back)));
     }
     case RelativePage::wo:

@@ -39,9 +39,9 @@ enum class RelativePage {
 };
 
 inline constexpr std::array<std::string_view, 21> kRelativePageNames = {
-    "yesterday", "tomorrow", "wo",       "mo",       "yo",         "monday",   "tuesday",
-    "wednesday", "thursday", "friday",   "saturday", "sunday",     "outcomes", "agenda",
-    "whynot",    "logit",    "events",   "capture",  "lastfriday", "hotspots", "weekoutcomes"};
+    "yesterday", "tomorrow", "wo",     "mo",       "yo",         "monday",   "tuesday",
+    "wednesday", "thursday", "friday", "saturday", "sunday",     "outcomes", "agenda",
+    "whynot",    "logit",    "events", "capture",  "lastfriday", "hotspots", "weekoutcomes"};
 
 // Where a page word leads: a page of the vault (a period page or the inbox), or a view of the
 // app that has no file of its own, named by a word ("agenda", "calendar", "draft:Ideas").

@@ -33,8 +33,8 @@ bool hasPages(const fs::path& root, VaultFormat format) {
   std::error_code ec;
   if (fs::is_regular_file(paths.inbox(), ec)) return true;
   for (const auto folder : VaultPaths::folders) {
-    for (auto it = fs::directory_iterator(root / folder, ec);
-         !ec && it != fs::directory_iterator(); it.increment(ec)) {
+    for (auto it = fs::directory_iterator(root / folder, ec); !ec && it != fs::directory_iterator();
+         it.increment(ec)) {
       if (paths.key(folder, it->path().filename().string())) return true;
     }
     ec.clear();
@@ -50,7 +50,8 @@ VaultSearch VaultSearch::fromProcess(std::optional<std::string> option) {
   if (const char* env = std::getenv("TRIVO_VAULT"); env && *env) search.environment = env;
   std::error_code ec;
   search.currentDirectory = fs::current_path(ec);
-  if (const char* xdg = std::getenv("XDG_CONFIG_HOME"); xdg && *xdg && fs::path(xdg).is_absolute()) {
+  if (const char* xdg = std::getenv("XDG_CONFIG_HOME");
+      xdg && *xdg && fs::path(xdg).is_absolute()) {
     search.configDirectory = fs::path(xdg) / "trivo";
   } else if (const char* home = std::getenv("HOME"); home && *home) {
     search.configDirectory = fs::path(home) / ".config" / "trivo";

@@ -17,8 +17,8 @@ namespace trivo {
 class VaultPaths {
  public:
   // The five period folders, in order of the period's length.
-  static constexpr std::array<std::string_view, 5> folders = {"days", "weeks", "months",
-                                                              "quarters", "years"};
+  static constexpr std::array<std::string_view, 5> folders = {"days", "weeks", "months", "quarters",
+                                                              "years"};
 
   // `fileExtension` is "md" or "org", without the dot. With a perspective the pages move to
   // root/_perspectives/<slug>; the app-private folder stays at the root.

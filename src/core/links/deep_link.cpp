@@ -135,8 +135,8 @@ std::optional<DeepLink> parseParts(const UrlParts& url) {
   if (host == "open") return parseOpen(url);
   if (host == "widget") {
     if (url.path.empty()) return std::nullopt;
-    const auto key = json::enumFromString<DeepLink::WidgetKey>(
-        std::string_view(url.path).substr(1), kWidgetKeyNames);
+    const auto key = json::enumFromString<DeepLink::WidgetKey>(std::string_view(url.path).substr(1),
+                                                               kWidgetKeyNames);
     if (!key) return std::nullopt;
     return DeepLink{DeepLink::Widget{*key}};
   }
@@ -156,11 +156,12 @@ std::optional<DeepLink> parseParts(const UrlParts& url) {
 }  // namespace
 
 std::string Destination::pageKey() const {
-  return std::visit(Overloaded{
-                        [](Screen s) { return std::string(kScreenNames[static_cast<std::size_t>(s)]); },
-                        [](const PageKey& key) { return key.text(); },
-                    },
-                    value);
+  return std::visit(
+      Overloaded{
+          [](Screen s) { return std::string(kScreenNames[static_cast<std::size_t>(s)]); },
+          [](const PageKey& key) { return key.text(); },
+      },
+      value);
 }
 
 std::optional<DeepLink> DeepLink::parse(std::string_view url) {
@@ -178,12 +179,20 @@ std::string DeepLink::url() const {
   const std::string prefix = std::string(kSchemes[0]) + "://";
   return std::visit(
       Overloaded{
-          [&](const Open& v) { return prefix + "open?page=" + encodeQuery(v.destination.pageKey()); },
+          [&](const Open& v) {
+            return prefix + "open?page=" + encodeQuery(v.destination.pageKey());
+          },
           [&](const Debug& v) { return prefix + "debug/" + encodePath(v.command); },
-          [&](const OpenDraft& v) { return prefix + "open?page=drafts&name=" + encodeQuery(v.name); },
+          [&](const OpenDraft& v) {
+            return prefix + "open?page=drafts&name=" + encodeQuery(v.name);
+          },
           [&](const OpenNote& v) { return prefix + "open?page=files&file=" + encodeQuery(v.path); },
-          [&](const OpenInbox& v) { return prefix + "open?page=inbox&list=" + encodeQuery(v.list); },
-          [&](const OpenRelative& v) { return prefix + "open?page=" + std::string(rawValue(v.page)); },
+          [&](const OpenInbox& v) {
+            return prefix + "open?page=inbox&list=" + encodeQuery(v.list);
+          },
+          [&](const OpenRelative& v) {
+            return prefix + "open?page=" + std::string(rawValue(v.page));
+          },
           [&](const Widget& v) { return prefix + "widget/" + std::string(rawValue(v.key)); },
           [&](const FocusStart& v) {
             std::string query;
@@ -262,33 +271,34 @@ void from_json(const Json& j, Destination& d) {
 void to_json(Json& j, const DeepLink& link) {
   j = Json::object();
   j["case"] = std::string(caseName(link.kind()));
-  std::visit(Overloaded{
-                 [&](const DeepLink::Open& v) { json::put(j, "destination", v.destination); },
-                 [&](const DeepLink::Debug& v) { json::put(j, "command", v.command); },
-                 [&](const DeepLink::OpenDraft& v) { json::put(j, "name", v.name); },
-                 [&](const DeepLink::OpenNote& v) { json::put(j, "path", v.path); },
-                 [&](const DeepLink::OpenInbox& v) { json::put(j, "list", v.list); },
-                 [&](const DeepLink::OpenRelative& v) {
-                   json::put(j, "page", std::string(rawValue(v.page)));
-                 },
-                 [&](const DeepLink::Widget& v) { json::put(j, "key", std::string(rawValue(v.key))); },
-                 [&](const DeepLink::FocusStart& v) {
-                   json::put(j, "minutes", v.minutes);
-                   json::put(j, "subject", v.subject);
-                   json::put(j, "slot", v.slot);
-                 },
-                 [&](const DeepLink::DraftsWindow& v) { json::put(j, "name", v.name); },
-                 [&](const DeepLink::Capture& v) {
-                   json::put(j, "text", v.text);
-                   json::put(j, "pull", v.pull);
-                   json::put(j, "slot", v.slot);
-                 },
-                 [&](const DeepLink::Find& v) { json::put(j, "query", v.query); },
-                 [&](const DeepLink::License& v) { json::put(j, "key", v.key); },
-                 [](const DeepLink::FocusStop&) {},
-                 [](const DeepLink::FocusWindow&) {},
-             },
-             link.payload);
+  std::visit(
+      Overloaded{
+          [&](const DeepLink::Open& v) { json::put(j, "destination", v.destination); },
+          [&](const DeepLink::Debug& v) { json::put(j, "command", v.command); },
+          [&](const DeepLink::OpenDraft& v) { json::put(j, "name", v.name); },
+          [&](const DeepLink::OpenNote& v) { json::put(j, "path", v.path); },
+          [&](const DeepLink::OpenInbox& v) { json::put(j, "list", v.list); },
+          [&](const DeepLink::OpenRelative& v) {
+            json::put(j, "page", std::string(rawValue(v.page)));
+          },
+          [&](const DeepLink::Widget& v) { json::put(j, "key", std::string(rawValue(v.key))); },
+          [&](const DeepLink::FocusStart& v) {
+            json::put(j, "minutes", v.minutes);
+            json::put(j, "subject", v.subject);
+            json::put(j, "slot", v.slot);
+          },
+          [&](const DeepLink::DraftsWindow& v) { json::put(j, "name", v.name); },
+          [&](const DeepLink::Capture& v) {
+            json::put(j, "text", v.text);
+            json::put(j, "pull", v.pull);
+            json::put(j, "slot", v.slot);
+          },
+          [&](const DeepLink::Find& v) { json::put(j, "query", v.query); },
+          [&](const DeepLink::License& v) { json::put(j, "key", v.key); },
+          [](const DeepLink::FocusStop&) {},
+          [](const DeepLink::FocusWindow&) {},
+      },
+      link.payload);
 }
 
 void from_json(const Json& j, DeepLink& link) {

@@ -31,8 +31,9 @@ TEST(UrlParts, HostEndsAtPathOrQueryAndMayBeMissing) {
 TEST(UrlParts, QueryItemsKeepEmptyAndMissingValuesApartAndTheFirstNameWins) {
   auto parts = UrlParts::split("x://h?a=&b&&a=2&=v&c=%26%3D%23");
   ASSERT_TRUE(parts);
-  EXPECT_EQ(parts->query, (std::vector<Item>{
-                              {"a", ""}, {"b", std::nullopt}, {"a", "2"}, {"", "v"}, {"c", "&=#"}}));
+  EXPECT_EQ(
+      parts->query,
+      (std::vector<Item>{{"a", ""}, {"b", std::nullopt}, {"a", "2"}, {"", "v"}, {"c", "&=#"}}));
   EXPECT_EQ(parts->value("a"), "");
   EXPECT_EQ(parts->value("b"), std::nullopt);
   EXPECT_EQ(parts->value("zzz"), std::nullopt);
@@ -56,8 +57,8 @@ TEST(UrlParts, DecodedTextMustBeUtf8) {
 }
 
 TEST(UrlParts, RejectsTextWithoutAValidScheme) {
-  for (const char* bad : {"", "trivo", "://open", "1trivo://open", "tri vo://open", "/days/x.md",
-                          "é://open"}) {
+  for (const char* bad :
+       {"", "trivo", "://open", "1trivo://open", "tri vo://open", "/days/x.md", "é://open"}) {
     EXPECT_EQ(UrlParts::split(bad), std::nullopt) << bad;
   }
   EXPECT_EQ(UrlParts::split("a+b-c.d://h")->scheme, "a+b-c.d");

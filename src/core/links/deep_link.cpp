@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <span>
-#include <type_traits>
 
 #include "core/calendar/day_date.h"
 #include "core/links/url_parts.h"
@@ -22,8 +21,7 @@ Overloaded(Ts...) -> Overloaded<Ts...>;
 
 // ":", "/" and "@" may stand unescaped in a query or path and keep page keys and file paths
 // readable; everything else outside the unreserved set is escaped.
-std::string encodeQuery(std::string_view value) { return percentEncode(value, ":/@"); }
-std::string encodePath(std::string_view value) { return percentEncode(value, ":/@"); }
+std::string encode(std::string_view value) { return percentEncode(value, ":/@"); }
 
 std::string lowerAscii(std::string_view text) {
   std::string out(text);
@@ -179,17 +177,11 @@ std::string DeepLink::url() const {
   const std::string prefix = std::string(kSchemes[0]) + "://";
   return std::visit(
       Overloaded{
-          [&](const Open& v) {
-            return prefix + "open?page=" + encodeQuery(v.destination.pageKey());
-          },
-          [&](const Debug& v) { return prefix + "debug/" + encodePath(v.command); },
-          [&](const OpenDraft& v) {
-            return prefix + "open?page=drafts&name=" + encodeQuery(v.name);
-          },
-          [&](const OpenNote& v) { return prefix + "open?page=files&file=" + encodeQuery(v.path); },
-          [&](const OpenInbox& v) {
-            return prefix + "open?page=inbox&list=" + encodeQuery(v.list);
-          },
+          [&](const Open& v) { return prefix + "open?page=" + encode(v.destination.pageKey()); },
+          [&](const Debug& v) { return prefix + "debug/" + encode(v.command); },
+          [&](const OpenDraft& v) { return prefix + "open?page=drafts&name=" + encode(v.name); },
+          [&](const OpenNote& v) { return prefix + "open?page=files&file=" + encode(v.path); },
+          [&](const OpenInbox& v) { return prefix + "open?page=inbox&list=" + encode(v.list); },
           [&](const OpenRelative& v) {
             return prefix + "open?page=" + std::string(rawValue(v.page));
           },
@@ -200,7 +192,7 @@ std::string DeepLink::url() const {
               query += query.empty() ? '?' : '&';
               query += name;
               query += '=';
-              query += encodeQuery(value);
+              query += encode(value);
             };
             if (v.minutes) add("minutes", std::to_string(*v.minutes));
             if (v.subject) add("subject", *v.subject);
@@ -208,14 +200,14 @@ std::string DeepLink::url() const {
             return prefix + "focus/start" + query;
           },
           [&](const DraftsWindow& v) {
-            return prefix + "drafts/window" + (v.name ? "?name=" + encodeQuery(*v.name) : "");
+            return prefix + "drafts/window" + (v.name ? "?name=" + encode(*v.name) : "");
           },
           [&](const Capture& v) {
-            return prefix + "capture?text=" + encodeQuery(v.text) + (v.pull ? "&pull=true" : "") +
+            return prefix + "capture?text=" + encode(v.text) + (v.pull ? "&pull=true" : "") +
                    (v.slot ? "&slot=" + std::to_string(*v.slot) : "");
           },
-          [&](const Find& v) { return prefix + "find?q=" + encodeQuery(v.query); },
-          [&](const License& v) { return prefix + "license?key=" + encodeQuery(v.key); },
+          [&](const Find& v) { return prefix + "find?q=" + encode(v.query); },
+          [&](const License& v) { return prefix + "license?key=" + encode(v.key); },
           [&](const FocusStop&) { return prefix + "focus/stop"; },
           [&](const FocusWindow&) { return prefix + "focus/window"; },
       },

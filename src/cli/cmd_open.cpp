@@ -59,7 +59,7 @@ fs::path noteInside(const fs::path& root, const std::string& note) {
   const fs::path realFile = fs::weakly_canonical(file, fileError);
   if (!rootError && !fileError) {
     const auto rel = realFile.lexically_relative(realRoot);
-    if (rel.empty() || *rel.begin() == "..") throw UserError(refusal);
+    if (rel.empty() || rel == "." || *rel.begin() == "..") throw UserError(refusal);
   }
   return file;
 }
@@ -137,7 +137,8 @@ class OpenCommand final : public Command {
             },
             [&](const DL::OpenRelative& v) -> Action {
               const fs::path r = root(context);
-              const PageTarget target = resolve(v.page, DayDate::today(context.clock), yearModeOf(r));
+              const PageTarget target =
+                  resolve(v.page, DayDate::today(context.clock), yearModeOf(r));
               if (const EntryKey* key = target.asPage()) return openPage(*key, context);
               return {"Would open the " + *target.asView() + " view.", std::nullopt};
             },
@@ -150,8 +151,8 @@ class OpenCommand final : public Command {
             },
             [&](const DL::OpenInbox& v) -> Action {
               Action action = openPage(EntryKey::inbox(), context);
-              action.sentence = "Would open the inbox list " + inQuotes(v.list) + ": " +
-                                action.file->string();
+              action.sentence =
+                  "Would open the inbox list " + inQuotes(v.list) + ": " + action.file->string();
               return action;
             },
             [&](const DL::Find& v) -> Action {

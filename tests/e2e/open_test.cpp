@@ -15,8 +15,7 @@ TEST(TrivoOpen, DryRunPrintsTheLinkAsJson) {
       {"open", "--dry-run", "trivo://focus/start?minutes=25&subject=Deep%20work"});
   EXPECT_EQ(r.exitCode, 0) << r.err;
   EXPECT_EQ(Json::parse(r.out),
-            Json::parse(
-                R"({"case":"focusStart","minutes":25,"subject":"Deep work","slot":null})"));
+            Json::parse(R"({"case":"focusStart","minutes":25,"subject":"Deep work","slot":null})"));
 }
 
 TEST(TrivoOpen, ALinkThatDoesNotParseIsRefusedWithExitOne) {
@@ -45,15 +44,16 @@ TEST(TrivoOpen, OpensPagesOfTheVaultAndNeverANoteOutsideIt) {
   auto day = testing::runTrivo(
       {"--vault", vault.string(), "open", "trivo-app://open?page=yesterday"}, options);
   EXPECT_EQ(day.exitCode, 0) << day.err;
-  EXPECT_EQ(day.out, "Would open day 2026-09-15: " + (vault / "days/2026-09-15.md").string() + "\n");
+  EXPECT_EQ(day.out,
+            "Would open day 2026-09-15: " + (vault / "days/2026-09-15.md").string() + "\n");
 
   auto note = testing::runTrivo(
       {"--vault", vault.string(), "open", "trivo://open?page=files&file=notes/a%20b.md"}, options);
   EXPECT_EQ(note.exitCode, 0) << note.err;
   EXPECT_EQ(note.out, "Would open the note: " + (vault / "notes/a b.md").string() + "\n");
 
-  for (const std::string file : {"../secret.md", "notes/../../secret.md", "/etc/passwd",
-                                 "out/secret.md"}) {
+  for (const std::string file :
+       {"../secret.md", "notes/../../secret.md", "/etc/passwd", "out/secret.md"}) {
     auto r = testing::runTrivo(
         {"--vault", vault.string(), "open", "trivo://open?page=files&file=" + file}, options);
     EXPECT_EQ(r.exitCode, 1) << file;

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <span>
-#include <type_traits>
 
 #include "core/calendar/day_date.h"
 #include "core/links/url_parts.h"
@@ -22,8 +21,7 @@ Overloaded(Ts...) -> Overloaded<Ts...>;
 
 // ":", "/" and "@" may stand unescaped in a query or path and keep page keys and file paths
 // readable; everything else outside the unreserved set is escaped.
-std::string encodeQuery(std::string_view value) { return percentEncode(value, ":/@"); }
-std::string encodePath(std::string_view value) { return percentEncode(value, ":/@"); }
+std::string encode(std::string_view value) { return percentEncode(value, ":/@"); }
 
 std::string lowerAscii(std::string_view text) {
   std::string out(text);
@@ -135,8 +133,8 @@ std::optional<DeepLink> parseParts(const UrlParts& url) {
   if (host == "open") return parseOpen(url);
   if (host == "widget") {
     if (url.path.empty()) return std::nullopt;
-    const auto key = json::enumFromString<DeepLink::WidgetKey>(
-        std::string_view(url.path).substr(1), kWidgetKeyNames);
+    const auto key = json::enumFromString<DeepLink::WidgetKey>(std::string_view(url.path).substr(1),
+                                                               kWidgetKeyNames);
     if (!key) return std::nullopt;
     return DeepLink{DeepLink::Widget{*key}};
   }
@@ -156,11 +154,12 @@ std::optional<DeepLink> parseParts(const UrlParts& url) {
 }  // namespace
 
 std::string Destination::pageKey() const {
-  return std::visit(Overloaded{
-                        [](Screen s) { return std::string(kScreenNames[static_cast<std::size_t>(s)]); },
-                        [](const PageKey& key) { return key.text(); },
-                    },
-                    value);
+  return std::visit(
+      Overloaded{
+          [](Screen s) { return std::string(kScreenNames[static_cast<std::size_t>(s)]); },
+          [](const PageKey& key) { return key.text(); },
+      },
+      value);
 }
 
 std::optional<DeepLink> DeepLink::parse(std::string_view url) {
@@ -178,12 +177,14 @@ std::string DeepLink::url() const {
   const std::string prefix = std::string(kSchemes[0]) + "://";
   return std::visit(
       Overloaded{
-          [&](const Open& v) { return prefix + "open?page=" + encodeQuery(v.destination.pageKey()); },
-          [&](const Debug& v) { return prefix + "debug/" + encodePath(v.command); },
-          [&](const OpenDraft& v) { return prefix + "open?page=drafts&name=" + encodeQuery(v.name); },
-          [&](const OpenNote& v) { return prefix + "open?page=files&file=" + encodeQuery(v.path); },
-          [&](const OpenInbox& v) { return prefix + "open?page=inbox&list=" + encodeQuery(v.list); },
-          [&](const OpenRelative& v) { return prefix + "open?page=" + std::string(rawValue(v.page)); },
+          [&](const Open& v) { return prefix + "open?page=" + encode(v.destination.pageKey()); },
+          [&](const Debug& v) { return prefix + "debug/" + encode(v.command); },
+          [&](const OpenDraft& v) { return prefix + "open?page=drafts&name=" + encode(v.name); },
+          [&](const OpenNote& v) { return prefix + "open?page=files&file=" + encode(v.path); },
+          [&](const OpenInbox& v) { return prefix + "open?page=inbox&list=" + encode(v.list); },
+          [&](const OpenRelative& v) {
+            return prefix + "open?page=" + std::string(rawValue(v.page));
+          },
           [&](const Widget& v) { return prefix + "widget/" + std::string(rawValue(v.key)); },
           [&](const FocusStart& v) {
             std::string query;
@@ -191,7 +192,7 @@ std::string DeepLink::url() const {
               query += query.empty() ? '?' : '&';
               query += name;
               query += '=';
-              query += encodeQuery(value);
+              query += encode(value);
             };
             if (v.minutes) add("minutes", std::to_string(*v.minutes));
             if (v.subject) add("subject", *v.subject);
@@ -199,14 +200,14 @@ std::string DeepLink::url() const {
             return prefix + "focus/start" + query;
           },
           [&](const DraftsWindow& v) {
-            return prefix + "drafts/window" + (v.name ? "?name=" + encodeQuery(*v.name) : "");
+            return prefix + "drafts/window" + (v.name ? "?name=" + encode(*v.name) : "");
           },
           [&](const Capture& v) {
-            return prefix + "capture?text=" + encodeQuery(v.text) + (v.pull ? "&pull=true" : "") +
+            return prefix + "capture?text=" + encode(v.text) + (v.pull ? "&pull=true" : "") +
                    (v.slot ? "&slot=" + std::to_string(*v.slot) : "");
           },
-          [&](const Find& v) { return prefix + "find?q=" + encodeQuery(v.query); },
-          [&](const License& v) { return prefix + "license?key=" + encodeQuery(v.key); },
+          [&](const Find& v) { return prefix + "find?q=" + encode(v.query); },
+          [&](const License& v) { return prefix + "license?key=" + encode(v.key); },
           [&](const FocusStop&) { return prefix + "focus/stop"; },
           [&](const FocusWindow&) { return prefix + "focus/window"; },
       },
@@ -262,33 +263,34 @@ void from_json(const Json& j, Destination& d) {
 void to_json(Json& j, const DeepLink& link) {
   j = Json::object();
   j["case"] = std::string(caseName(link.kind()));
-  std::visit(Overloaded{
-                 [&](const DeepLink::Open& v) { json::put(j, "destination", v.destination); },
-                 [&](const DeepLink::Debug& v) { json::put(j, "command", v.command); },
-                 [&](const DeepLink::OpenDraft& v) { json::put(j, "name", v.name); },
-                 [&](const DeepLink::OpenNote& v) { json::put(j, "path", v.path); },
-                 [&](const DeepLink::OpenInbox& v) { json::put(j, "list", v.list); },
-                 [&](const DeepLink::OpenRelative& v) {
-                   json::put(j, "page", std::string(rawValue(v.page)));
-                 },
-                 [&](const DeepLink::Widget& v) { json::put(j, "key", std::string(rawValue(v.key))); },
-                 [&](const DeepLink::FocusStart& v) {
-                   json::put(j, "minutes", v.minutes);
-                   json::put(j, "subject", v.subject);
-                   json::put(j, "slot", v.slot);
-                 },
-                 [&](const DeepLink::DraftsWindow& v) { json::put(j, "name", v.name); },
-                 [&](const DeepLink::Capture& v) {
-                   json::put(j, "text", v.text);
-                   json::put(j, "pull", v.pull);
-                   json::put(j, "slot", v.slot);
-                 },
-                 [&](const DeepLink::Find& v) { json::put(j, "query", v.query); },
-                 [&](const DeepLink::License& v) { json::put(j, "key", v.key); },
-                 [](const DeepLink::FocusStop&) {},
-                 [](const DeepLink::FocusWindow&) {},
-             },
-             link.payload);
+  std::visit(
+      Overloaded{
+          [&](const DeepLink::Open& v) { json::put(j, "destination", v.destination); },
+          [&](const DeepLink::Debug& v) { json::put(j, "command", v.command); },
+          [&](const DeepLink::OpenDraft& v) { json::put(j, "name", v.name); },
+          [&](const DeepLink::OpenNote& v) { json::put(j, "path", v.path); },
+          [&](const DeepLink::OpenInbox& v) { json::put(j, "list", v.list); },
+          [&](const DeepLink::OpenRelative& v) {
+            json::put(j, "page", std::string(rawValue(v.page)));
+          },
+          [&](const DeepLink::Widget& v) { json::put(j, "key", std::string(rawValue(v.key))); },
+          [&](const DeepLink::FocusStart& v) {
+            json::put(j, "minutes", v.minutes);
+            json::put(j, "subject", v.subject);
+            json::put(j, "slot", v.slot);
+          },
+          [&](const DeepLink::DraftsWindow& v) { json::put(j, "name", v.name); },
+          [&](const DeepLink::Capture& v) {
+            json::put(j, "text", v.text);
+            json::put(j, "pull", v.pull);
+            json::put(j, "slot", v.slot);
+          },
+          [&](const DeepLink::Find& v) { json::put(j, "query", v.query); },
+          [&](const DeepLink::License& v) { json::put(j, "key", v.key); },
+          [](const DeepLink::FocusStop&) {},
+          [](const DeepLink::FocusWindow&) {},
+      },
+      link.payload);
 }
 
 void from_json(const Json& j, DeepLink& link) {

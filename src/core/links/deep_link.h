@@ -50,8 +50,8 @@ struct Destination {
 };
 
 inline constexpr std::array<std::string_view, 14> kScreenNames = {
-    "calendar", "almanac", "focus",   "graph",  "find", "tags",    "drafts",
-    "onthisday", "echo",   "agendas", "matrix", "year", "journal", "mindsweep"};
+    "calendar",  "almanac", "focus",   "graph",  "find", "tags",    "drafts",
+    "onthisday", "echo",    "agendas", "matrix", "year", "journal", "mindsweep"};
 
 struct DeepLink {
   // A button or tile of a widget.
@@ -149,11 +149,11 @@ struct DeepLink {
     focusStop,
     focusWindow,
   };
-  using Payload = std::variant<Open, Debug, OpenDraft, OpenNote, OpenInbox, OpenRelative, Widget,
-                               FocusStart, DraftsWindow, Capture, Find, License, FocusStop,
-                               FocusWindow>;
+  using Payload =
+      std::variant<Open, Debug, OpenDraft, OpenNote, OpenInbox, OpenRelative, Widget, FocusStart,
+                   DraftsWindow, Capture, Find, License, FocusStop, FocusWindow>;
 
-  Payload payload = FocusWindow{};
+  Payload payload;
 
   // Longest link, in bytes, that parsing accepts.
   static constexpr std::size_t kMaxLength = 8192;
@@ -186,12 +186,12 @@ struct DeepLink {
   bool operator==(const DeepLink&) const = default;
 };
 
-inline constexpr std::array<std::string_view, 6> kWidgetKeyNames = {
-    "start", "stop", "hold", "focus", "capture", "journal"};
+inline constexpr std::array<std::string_view, 6> kWidgetKeyNames = {"start", "stop",    "hold",
+                                                                    "focus", "capture", "journal"};
 inline constexpr std::array<std::string_view, 14> kDeepLinkCaseNames = {
-    "open",       "debug",        "openDraft", "openNote", "openInbox",
-    "openRelative", "widget",     "focusStart", "draftsWindow", "capture",
-    "find",       "license",      "focusStop", "focusWindow"};
+    "open",         "debug",   "openDraft",  "openNote",     "openInbox",
+    "openRelative", "widget",  "focusStart", "draftsWindow", "capture",
+    "find",         "license", "focusStop",  "focusWindow"};
 
 inline std::string_view rawValue(DeepLink::WidgetKey key) {
   return kWidgetKeyNames[static_cast<std::size_t>(key)];

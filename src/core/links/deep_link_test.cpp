@@ -104,6 +104,7 @@ TEST(DeepLink, RejectsLinksThatBreakARule) {
            "http://open?page=calendar",
            "trivo-beta://open?page=calendar",
            "trivo://debug/%4",
+           "trivo://debug/%FF",
            "not a link",
        }) {
     EXPECT_EQ(DL::parse(url), std::nullopt) << url;
@@ -134,8 +135,8 @@ TEST(DeepLink, WritesCanonicalLinks) {
 // Strings with the characters that links must escape, and some that must stay as they are.
 std::string randomText(std::mt19937& rng, bool allowEmpty) {
   static const std::vector<std::string> pieces = {
-      "a", "Z", "9", " ", "&", "=", "#", "%", "+", "/", "?", ":", "@", "é", "日本", "~", ".",
-      "%41", "\t", "'", "\"", "-", "_", "\xF0\x9F\x98\x80"};
+      "a", "Z", "9",    " ", "&", "=",   "#",  "%", "+",  "/", "?", ":",
+      "@", "é", "日本", "~", ".", "%41", "\t", "'", "\"", "-", "_", "\xF0\x9F\x98\x80"};
   const int length = std::uniform_int_distribution<int>(allowEmpty ? 0 : 1, 12)(rng);
   std::string out;
   for (int i = 0; i < length; ++i) {
@@ -172,7 +173,8 @@ Destination randomDestination(std::mt19937& rng) {
     case 3:
       return Destination::page(EntryKey::quarter({between(rng, 0, 9999), between(rng, 1, 4)}));
     case 4:
-      return Destination::page(coin(rng) ? EntryKey::inbox() : EntryKey::year(between(rng, -5, 1LL << 40)));
+      return Destination::page(coin(rng) ? EntryKey::inbox()
+                                         : EntryKey::year(between(rng, -5, 1LL << 40)));
     case 5:
       return Destination{PageKey::map(randomText(rng, false))};
     default:

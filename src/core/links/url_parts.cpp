@@ -1,6 +1,8 @@
 // Splitting a link into scheme, host, path and query items.
 #include "core/links/url_parts.h"
 
+#include <utf8proc.h>
+
 #include "core/util/percent_encoding.h"
 
 namespace trivo {
@@ -17,6 +19,27 @@ std::string lowerAscii(std::string_view text) {
   return out;
 }
 
+bool isValidUtf8(std::string_view text) {
+  const auto* bytes = reinterpret_cast<const utf8proc_uint8_t*>(text.data());
+  auto left = static_cast<utf8proc_ssize_t>(text.size());
+  while (left > 0) {
+    utf8proc_int32_t codepoint = 0;
+    const utf8proc_ssize_t used = utf8proc_iterate(bytes, left, &codepoint);
+    if (used <= 0) return false;
+    bytes += used;
+    left -= used;
+  }
+  return true;
+}
+
+// Decodes one component; its text must be UTF-8 once decoded, since everything a link carries
+// is text that ends up in pages and JSON.
+std::optional<std::string> decode(std::string_view component) {
+  auto text = percentDecode(component);
+  if (!text || !isValidUtf8(*text)) return std::nullopt;
+  return text;
+}
+
 std::optional<std::vector<UrlParts::QueryItem>> splitQuery(std::string_view query) {
   std::vector<UrlParts::QueryItem> items;
   while (!query.empty()) {
@@ -25,11 +48,11 @@ std::optional<std::vector<UrlParts::QueryItem>> splitQuery(std::string_view quer
     query = amp == std::string_view::npos ? std::string_view{} : query.substr(amp + 1);
     if (item.empty()) continue;
     const std::size_t eq = item.find('=');
-    auto name = percentDecode(item.substr(0, eq));
+    auto name = decode(item.substr(0, eq));
     if (!name) return std::nullopt;
     UrlParts::QueryItem parsed{std::move(*name), std::nullopt};
     if (eq != std::string_view::npos) {
-      parsed.value = percentDecode(item.substr(eq + 1));
+      parsed.value = decode(item.substr(eq + 1));
       if (!parsed.value) return std::nullopt;
     }
     items.push_back(std::move(parsed));
@@ -60,7 +83,7 @@ std::optional<UrlParts> UrlParts::split(std::string_view url) {
   }
 
   const std::size_t question = rest.find('?');
-  auto path = percentDecode(rest.substr(0, question));
+  auto path = decode(rest.substr(0, question));
   if (!path) return std::nullopt;
   parts.path = std::move(*path);
   if (question != std::string_view::npos) {

@@ -21,7 +21,8 @@ struct UrlParts {
   std::string scheme;
   // Nothing when the scheme is not followed by "//"; lower-cased otherwise.
   std::optional<std::string> host;
-  // Percent-decoded; after a host it is empty or starts with "/".
+  // Percent-decoded; after a host it is empty or starts with "/". Decoded components must be
+  // valid UTF-8, like a malformed escape otherwise.
   std::string path;
   // Percent-decoded names and values, in the order written; empty segments ("&&") are skipped.
   // A query with a malformed escape is unreadable and counts as empty. "+" stays a plus sign.

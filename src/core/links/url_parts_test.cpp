@@ -31,8 +31,9 @@ TEST(UrlParts, HostEndsAtPathOrQueryAndMayBeMissing) {
 TEST(UrlParts, QueryItemsKeepEmptyAndMissingValuesApartAndTheFirstNameWins) {
   auto parts = UrlParts::split("x://h?a=&b&&a=2&=v&c=%26%3D%23");
   ASSERT_TRUE(parts);
-  EXPECT_EQ(parts->query, (std::vector<Item>{
-                              {"a", ""}, {"b", std::nullopt}, {"a", "2"}, {"", "v"}, {"c", "&=#"}}));
+  EXPECT_EQ(
+      parts->query,
+      (std::vector<Item>{{"a", ""}, {"b", std::nullopt}, {"a", "2"}, {"", "v"}, {"c", "&=#"}}));
   EXPECT_EQ(parts->value("a"), "");
   EXPECT_EQ(parts->value("b"), std::nullopt);
   EXPECT_EQ(parts->value("zzz"), std::nullopt);
@@ -46,9 +47,18 @@ TEST(UrlParts, AMalformedEscapeEmptiesTheQueryButRejectsThePath) {
   EXPECT_EQ(UrlParts::split("x://h/%4?a=1"), std::nullopt);
 }
 
+TEST(UrlParts, DecodedTextMustBeUtf8) {
+  EXPECT_EQ(UrlParts::split("x://h/%C3%A9?a=%E6%97%A5")->value("a"), "日");
+  EXPECT_EQ(UrlParts::split("x://h/%FF"), std::nullopt);
+  EXPECT_EQ(UrlParts::split("x://h/\xC3"), std::nullopt);
+  EXPECT_TRUE(UrlParts::split("x://h?a=%C3&b=1")->query.empty());
+  EXPECT_TRUE(UrlParts::split("x://h?a=%ED%A0%80")->query.empty());  // a lone surrogate
+  EXPECT_TRUE(UrlParts::split("x://h?a=%C0%AF")->query.empty());     // an overlong "/"
+}
+
 TEST(UrlParts, RejectsTextWithoutAValidScheme) {
-  for (const char* bad : {"", "trivo", "://open", "1trivo://open", "tri vo://open", "/days/x.md",
-                          "é://open"}) {
+  for (const char* bad :
+       {"", "trivo", "://open", "1trivo://open", "tri vo://open", "/days/x.md", "é://open"}) {
     EXPECT_EQ(UrlParts::split(bad), std::nullopt) << bad;
   }
   EXPECT_EQ(UrlParts::split("a+b-c.d://h")->scheme, "a+b-c.d");

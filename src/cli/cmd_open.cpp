@@ -7,6 +7,7 @@
 
 #include "cli/command.h"
 #include "core/calendar/day_date.h"
+#include "core/focus/live_state.h"
 #include "core/links/deep_link.h"
 #include "core/vault/page_link.h"
 #include "core/vault/relative_page.h"
@@ -124,6 +125,48 @@ class OpenCommand final : public Command {
     return {"Would open " + key.description() + ": " + file.string(), file};
   }
 
+  // Orders reach the running timer through the live-state command file, which the app takes
+  // within its next tick; an order left for 60 seconds is dropped, so say when nobody listens.
+  static Action sendToTimer(LiveState::Command command, const Context& context) {
+    LiveState::send(command, context.clock);
+    std::string sentence = "Asked the focus timer to " +
+                           std::string(kLiveStateCommandNames[static_cast<std::size_t>(command)]) +
+                           ".";
+    if (!LiveState::read().appIsUp(context.clock)) {
+      sentence +=
+          " The app is not running; the order is dropped if it does not start within a "
+          "minute.";
+    }
+    return {sentence, std::nullopt};
+  }
+
+  static Action pressWidgetKey(DeepLink::WidgetKey key, const Context& context) {
+    using Key = DeepLink::WidgetKey;
+    switch (key) {
+      case Key::start:
+        return sendToTimer(LiveState::Command::start, context);
+      case Key::stop:
+        return sendToTimer(LiveState::Command::stop, context);
+      case Key::hold: {
+        // "Hold" toggles: it pauses a running session and resumes a paused one or a break.
+        const auto phase = LiveState::read().phase;
+        if (phase == LiveState::Phase::idle) {
+          throw UserError("No focus session is under way, so there is nothing to hold.");
+        }
+        return sendToTimer(phase == LiveState::Phase::running ? LiveState::Command::pause
+                                                              : LiveState::Command::resume,
+                           context);
+      }
+      case Key::focus:
+        return {"Would show the focus window.", std::nullopt};
+      case Key::capture:
+        return {"Would open the inbox to capture a line.", std::nullopt};
+      case Key::journal:
+        return {"Would open today's journal.", std::nullopt};
+    }
+    return {"", std::nullopt};
+  }
+
   Action follow(const DeepLink& link, const Context& context) {
     using DL = DeepLink;
     return std::visit(
@@ -169,17 +212,15 @@ class OpenCommand final : public Command {
             [&](const DL::Debug& v) -> Action {
               return {"Would run the debugging command " + inQuotes(v.command) + ".", std::nullopt};
             },
-            [&](const DL::Widget&) -> Action {
-              throw UserError("Widget keys are not available yet.");
-            },
+            [&](const DL::Widget& v) -> Action { return pressWidgetKey(v.key, context); },
             [&](const DL::FocusStart&) -> Action {
-              throw UserError("Focus links are not available yet.");
+              return sendToTimer(LiveState::Command::start, context);
             },
             [&](const DL::FocusStop&) -> Action {
-              throw UserError("Focus links are not available yet.");
+              return sendToTimer(LiveState::Command::stop, context);
             },
             [&](const DL::FocusWindow&) -> Action {
-              throw UserError("Focus links are not available yet.");
+              return {"Would show the focus window.", std::nullopt};
             },
             [&](const DL::Capture&) -> Action {
               throw UserError("Capture links are not available yet.");

@@ -33,7 +33,8 @@ class PlanCommand final : public Command {
   [[nodiscard]] bool writesVault() const override { return false; }
 
   void define(CLI::App& app) override {
-    app.add_option("DATE", date_, "The day: YYYY-MM-DD, today, yesterday or tomorrow")
+    app.add_option("DATE", date_,
+                   "The day: YYYY-MM-DD, today, yesterday, tomorrow or a weekday name")
         ->default_str("today");
   }
 

@@ -2,16 +2,20 @@
 #include "cli/day_argument.h"
 
 #include "cli/command.h"
+#include "core/vault/page_address.h"
 
 namespace trivo::cli {
 
 DayDate parseDayArgument(const std::string& text, const DayDate& today) {
-  if (text == "today") return today;
-  if (text == "yesterday") return today.adding(-1);
-  if (text == "tomorrow") return today.adding(1);
-  if (auto day = DayDate::parse(text)) return *day;
+  // Only day pages are wanted here, so the year mode (which decides what "yo" means) is moot.
+  if (auto target = parsePageAddress(text, today, YearMode::quarter)) {
+    if (const EntryKey* key = target->asPage()) {
+      if (auto day = key->asDay()) return *day;
+    }
+  }
   throw UserError("\"" + text +
-                  "\" is not a day; write it as YYYY-MM-DD, today, yesterday or tomorrow.");
+                  "\" is not a day; write it as YYYY-MM-DD, today, yesterday, tomorrow or a "
+                  "weekday name.");
 }
 
 }  // namespace trivo::cli

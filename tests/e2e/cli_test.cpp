@@ -53,8 +53,8 @@ TEST(PlanCommand, ABadDayIsRefusedWithOneSentence) {
   auto r = testing::runTrivo({"plan", "2026-02-30"});
   EXPECT_EQ(r.exitCode, 1);
   EXPECT_EQ(r.err,
-            "trivo: \"2026-02-30\" is not a day; write it as YYYY-MM-DD, today, yesterday or "
-            "tomorrow.\n");
+            "trivo: \"2026-02-30\" is not a day; write it as YYYY-MM-DD, today, yesterday, "
+            "tomorrow or a weekday name.\n");
 }
 
 }  // namespace

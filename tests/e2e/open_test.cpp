@@ -62,7 +62,28 @@ TEST(TrivoOpen, OpensPagesOfTheVaultAndNeverANoteOutsideIt) {
   }
 }
 
-TEST(TrivoOpen, LinksThatActOnTheSessionOrInboxSayTheyAreNotAvailable) {
+TEST(TrivoOpen, TimerLinksLeaveAnOrderInTheCommandFile) {
+  testing::TempDir group;
+  testing::ProcessOptions options;
+  options.env["TRIVO_GROUP_DIR"] = (group.path() / "g").string();
+  options.env["XDG_STATE_HOME"] = (group.path() / "state").string();
+  auto start = testing::runTrivo({"open", "trivo://widget/start"}, options);
+  EXPECT_EQ(start.exitCode, 0) << start.err;
+  EXPECT_EQ(start.out.rfind("Asked the focus timer to start.", 0), 0u) << start.out;
+  const Json order = Json::parse(group.read("g/command.json"));
+  EXPECT_EQ(order["command"], "start");
+
+  // Nothing runs (no live state), so "hold" has nothing to pause.
+  auto hold = testing::runTrivo({"open", "trivo://widget/hold"}, options);
+  EXPECT_EQ(hold.exitCode, 1);
+  EXPECT_EQ(hold.err, "trivo: No focus session is under way, so there is nothing to hold.\n");
+
+  auto stop = testing::runTrivo({"open", "trivo://focus/stop"}, options);
+  EXPECT_EQ(stop.exitCode, 0) << stop.err;
+  EXPECT_EQ(Json::parse(group.read("g/command.json"))["command"], "stop");
+}
+
+TEST(TrivoOpen, CaptureLinksSayTheyAreNotAvailable) {
   auto r = testing::runTrivo({"open", "trivo://capture?text=x"});
   EXPECT_EQ(r.exitCode, 1);
   EXPECT_EQ(r.err, "trivo: Capture links are not available yet.\n");

@@ -14,8 +14,9 @@
 
 #include "core/version.h"
 #include "core/widgets/focus_provider.h"
+#include "core/widgets/render.h"
 #include "core/widgets/trivo_widgets.h"
-#include "widgets/render.h"
+#include "widgets/serve.h"
 
 namespace {
 
@@ -177,6 +178,12 @@ int main(int argc, char** argv) {
       ->check(CLI::IsMember({"small", "medium", "large"}));
   barCmd->add_flag("--once", once, "Print one line and exit.");
 
+  int port = 0;
+  auto* serveCmd = app.add_subcommand(
+      "serve", "Serve all nine widgets as one web page on 127.0.0.1 (read-only).");
+  serveCmd->add_option("--port", port, "The port to listen on; 0 picks a free one.")
+      ->check(CLI::Range(0, 65535));
+
   try {
     app.parse(argc, argv);
   } catch (const CLI::CallForHelp&) {
@@ -190,7 +197,8 @@ int main(int argc, char** argv) {
     return 0;
   } catch (const CLI::ParseError& e) {
     std::cerr << "trivo-widgets: " << e.what() << "\n";
-    std::cerr << "usage: trivo-widgets list | show KIND [--size SIZE] | bar KIND [--once]\n";
+    std::cerr << "usage: trivo-widgets list | show KIND [--size SIZE] | bar KIND [--once] | serve "
+                 "[--port N]\n";
     return 2;
   }
   const auto size = widgetSizeFromName(sizeName).value_or(WidgetSize::medium);
@@ -198,6 +206,7 @@ int main(int argc, char** argv) {
     if (*listCmd) return list(listJson);
     if (*showCmd) return show(kind, size);
     if (*barCmd) return bar(kind, size, once);
+    if (*serveCmd) return serveBoard(port);
   } catch (const Refusal& refusal) {
     std::cerr << "trivo-widgets: " << refusal.message << '\n';
     return refusal.exitCode;

@@ -1,5 +1,5 @@
 // Text renderings of the widgets.
-#include "widgets/render.h"
+#include "core/widgets/render.h"
 
 #include "core/util/json_fields.h"
 

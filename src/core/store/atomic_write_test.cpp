@@ -101,6 +101,17 @@ TEST(AtomicWrite, FailedRenameRemovesScratchAndThrowsErrnoAndPath) {
   }
   EXPECT_EQ(countScratch(dir.path()), 0u);
   EXPECT_TRUE(fs::is_directory(dir.path() / "page.md" / "inside"));
+
+  // A file where a folder should be: nothing can be created, nothing is left behind.
+  dir.write("days", "not a folder");
+  try {
+    AtomicWrite::write("text", dir.path() / "days" / "2026-09-16.md");
+    FAIL() << "wrote under a file";
+  } catch (const FileError& e) {
+    EXPECT_EQ(e.code(), ENOTDIR);
+  }
+  EXPECT_EQ(dir.read("days"), "not a folder");
+  EXPECT_EQ(countScratch(dir.path()), 0u);
 }
 
 TEST(AtomicWrite, ReadOnlyFolderRefusesWithoutLeavingAnything) {

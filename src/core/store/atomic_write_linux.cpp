@@ -1,4 +1,5 @@
-// POSIX implementation of atomic replacement and the vault's write lock.
+// Linux implementation of atomic replacement (renameat2, fdatasync) and the vault's write lock
+// (open-file-description locks).
 #include "core/store/atomic_write.h"
 
 #include <fcntl.h>

@@ -17,8 +17,8 @@ namespace fs = std::filesystem;
 // Settings whose keys are the user's own names (tags, activities, view preferences): any key
 // directly under them is a setting.
 constexpr std::array<std::string_view, 8> kMaps = {
-    "savedFilters", "tagColors", "draftColors", "activityDays",
-    "activityIcons", "prompts", "hotspotIcons", "view",
+    "savedFilters",  "tagColors", "draftColors",  "activityDays",
+    "activityIcons", "prompts",   "hotspotIcons", "view",
 };
 
 bool isSettingPath(const Json& settings, std::string_view path) {

@@ -65,7 +65,8 @@ TEST_F(ConfigCommand, WrongTypesAndUnknownKeysAreRefusedWithTheFileUntouched) {
     std::string err;
   };
   const Case cases[] = {
-      {{"config", "set", "quoteEvery", "often"}, "trivo: often is not a valid value for quoteEvery.\n"},
+      {{"config", "set", "quoteEvery", "often"},
+       "trivo: often is not a valid value for quoteEvery.\n"},
       {{"config", "set", "quoteEvery", "1.5"}, "trivo: 1.5 is not a valid value for quoteEvery.\n"},
       {{"config", "set", "orgAgenda", "yes"}, "trivo: yes is not a valid value for orgAgenda.\n"},
       {{"config", "set", "weekStart", "tuesday"},
@@ -92,7 +93,8 @@ TEST_F(ConfigCommand, RefusesNewerAndCorruptFiles) {
   dir.write("vault/.trivo/config.json", newer);
   auto r = trivo({"config", "set", "quoteEvery", "3"});
   EXPECT_EQ(r.exitCode, 1);
-  EXPECT_EQ(r.err, "trivo: The settings file " + (dir.path() / "vault/.trivo/config.json").string() +
+  EXPECT_EQ(r.err, "trivo: The settings file " +
+                       (dir.path() / "vault/.trivo/config.json").string() +
                        " was written by a newer version of Trivo, so this version leaves it "
                        "unchanged.\n");
   EXPECT_EQ(settings(), newer);

@@ -159,9 +159,14 @@ const std::array<std::string_view, 38> ConfigStore::deviceKeyPaths = {
 };
 
 const std::array<std::string_view, 8> ConfigStore::formerDeviceKeyPaths = {
-    "focus.cues",           "focus.cueSet",          "focus.blocking",
-    "focus.blockOnBreak",   "focus.blockedSites",    "timeline.logCalendarName",
-    "timeline.showCalendar", "accentShade",
+    "focus.cues",
+    "focus.cueSet",
+    "focus.blocking",
+    "focus.blockOnBreak",
+    "focus.blockedSites",
+    "timeline.logCalendarName",
+    "timeline.showCalendar",
+    "accentShade",
 };
 
 ConfigStore::ConfigStore(const fs::path& root, std::optional<fs::path> device)

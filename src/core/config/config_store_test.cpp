@@ -16,7 +16,9 @@ using testing::TempDir;
 class ConfigStoreTest : public ::testing::Test {
  protected:
   [[nodiscard]] fs::path vault() const { return dir.path() / "vault"; }
-  [[nodiscard]] fs::path deviceFile() const { return dir.path() / "config" / "trivo" / "device.json"; }
+  [[nodiscard]] fs::path deviceFile() const {
+    return dir.path() / "config" / "trivo" / "device.json";
+  }
   void writeSettings(const std::string& text) const { dir.write("vault/.trivo/config.json", text); }
   [[nodiscard]] std::string settingsText() const { return dir.read("vault/.trivo/config.json"); }
   [[nodiscard]] Json settings() const { return Json::parse(settingsText()); }
@@ -110,7 +112,8 @@ TEST_F(ConfigStoreTest, SaveWithoutReloadingKeepsChangesOfOthersAndCanChangeBack
 }
 
 TEST_F(ConfigStoreTest, DeviceSettingsLiveOnlyInTheDeviceFile) {
-  writeSettings(R"({"font": "serif", "focus": {"sound": "rain", "style": "pomodoro", "cues": false}})");
+  writeSettings(
+      R"({"font": "serif", "focus": {"sound": "rain", "style": "pomodoro", "cues": false}})");
   dir.write("config/trivo/device.json", R"({"focus": {"cues": true, "volume": 0.5}})");
   VaultConfig c = store(true).load();
   EXPECT_EQ(c.font, "serif");
@@ -162,8 +165,7 @@ TEST(ConfigMerge, KeyByKeyOverNestedTrees) {
        R"({"l": [1, 2]})"},
       {"key order does not make a change", R"({"o": [{"a": 1, "b": 2}]})",
        R"({"o": [{"b": 2, "a": 1}]})", R"({"o": [{"c": 3}]})", R"({"o": [{"c": 3}]})"},
-      {"no base: ours wins", R"({"a": 1})", R"({})", R"({"a": 2, "u": 0})",
-       R"({"a": 1, "u": 0})"},
+      {"no base: ours wins", R"({"a": 1})", R"({})", R"({"a": 2, "u": 0})", R"({"a": 1, "u": 0})"},
   };
   for (const auto& c : cases) {
     const Json mine = j(c.mine);
@@ -186,7 +188,8 @@ TEST(ConfigMerge, DottedKeyPaths) {
   ConfigStore::set(j, "font.size", 12);
   ConfigStore::remove(j, "focus.sound");
   ConfigStore::remove(j, "nothing.here");
-  EXPECT_EQ(j, Json::parse(R"({"focus": {}, "font": {"size": 12}, "timeline": {"enabled": false}})"));
+  EXPECT_EQ(j,
+            Json::parse(R"({"focus": {}, "font": {"size": 12}, "timeline": {"enabled": false}})"));
 }
 
 // Two real processes, each changing its own key 100 times from a record loaded once: the write

@@ -19,16 +19,16 @@ constexpr std::int64_t kCommand = Mods::command;
 
 // Key codes are positions on the keyboard, named after the US layout.
 constexpr std::array<std::pair<std::int64_t, std::string_view>, 70> kKeyNames = {{
-    {0, "A"},    {1, "S"},    {2, "D"},    {3, "F"},    {4, "H"},    {5, "G"},    {6, "Z"},
-    {7, "X"},    {8, "C"},    {9, "V"},    {11, "B"},   {12, "Q"},   {13, "W"},   {14, "E"},
-    {15, "R"},   {16, "Y"},   {17, "T"},   {18, "1"},   {19, "2"},   {20, "3"},   {21, "4"},
-    {22, "6"},   {23, "5"},   {24, "="},   {25, "9"},   {26, "7"},   {27, "-"},   {28, "8"},
-    {29, "0"},   {30, "]"},   {31, "O"},   {32, "U"},   {33, "["},   {34, "I"},   {35, "P"},
-    {36, "↩"},   {37, "L"},   {38, "J"},   {39, "'"},   {40, "K"},   {41, ";"},   {42, "\\"},
-    {43, ","},   {44, "/"},   {45, "N"},   {46, "M"},   {47, "."},   {48, "⇥"},   {49, "Space"},
-    {50, "`"},   {51, "⌫"},   {53, "⎋"},   {96, "F5"},  {97, "F6"},  {98, "F7"},  {99, "F3"},
+    {0, "A"},    {1, "S"},    {2, "D"},     {3, "F"},     {4, "H"},     {5, "G"},    {6, "Z"},
+    {7, "X"},    {8, "C"},    {9, "V"},     {11, "B"},    {12, "Q"},    {13, "W"},   {14, "E"},
+    {15, "R"},   {16, "Y"},   {17, "T"},    {18, "1"},    {19, "2"},    {20, "3"},   {21, "4"},
+    {22, "6"},   {23, "5"},   {24, "="},    {25, "9"},    {26, "7"},    {27, "-"},   {28, "8"},
+    {29, "0"},   {30, "]"},   {31, "O"},    {32, "U"},    {33, "["},    {34, "I"},   {35, "P"},
+    {36, "↩"},   {37, "L"},   {38, "J"},    {39, "'"},    {40, "K"},    {41, ";"},   {42, "\\"},
+    {43, ","},   {44, "/"},   {45, "N"},    {46, "M"},    {47, "."},    {48, "⇥"},   {49, "Space"},
+    {50, "`"},   {51, "⌫"},   {53, "⎋"},    {96, "F5"},   {97, "F6"},   {98, "F7"},  {99, "F3"},
     {100, "F8"}, {101, "F9"}, {103, "F11"}, {109, "F10"}, {111, "F12"}, {118, "F4"}, {120, "F2"},
-    {122, "F1"}, {123, "←"},  {124, "→"},  {125, "↓"},  {126, "↑"},  {115, "↖"},  {119, "↘"},
+    {122, "F1"}, {123, "←"},  {124, "→"},   {125, "↓"},   {126, "↑"},   {115, "↖"},  {119, "↘"},
 }};
 
 bool is(const KeyShortcut& s, std::int64_t code, std::int64_t mods) {
@@ -70,14 +70,14 @@ std::optional<std::string> KeyShortcut::systemReservedNote() const {
 }
 
 // ⌃⌥ plus a letter: free in desktop environments and in the system's own tables above.
-KeyShortcut KeyShortcut::quickCaptureDefault() { return {8, {kControl | kOption}}; }     // ⌃⌥C
-KeyShortcut KeyShortcut::focusToggleDefault() { return {3, {kControl | kOption}}; }      // ⌃⌥F
-KeyShortcut KeyShortcut::journalNoteDefault() { return {38, {kControl | kOption}}; }     // ⌃⌥J
-KeyShortcut KeyShortcut::askAIDefault() { return {0, {kControl | kOption}}; }            // ⌃⌥A
+KeyShortcut KeyShortcut::quickCaptureDefault() { return {8, {kControl | kOption}}; }  // ⌃⌥C
+KeyShortcut KeyShortcut::focusToggleDefault() { return {3, {kControl | kOption}}; }   // ⌃⌥F
+KeyShortcut KeyShortcut::journalNoteDefault() { return {38, {kControl | kOption}}; }  // ⌃⌥J
+KeyShortcut KeyShortcut::askAIDefault() { return {0, {kControl | kOption}}; }         // ⌃⌥A
 KeyShortcut KeyShortcut::captureJournalDefault() {
   return {38, {kControl | kOption | kShift}};  // ⌃⌥⇧J
 }
-KeyShortcut KeyShortcut::captureDraftDefault() { return {2, {kControl | kOption}}; }     // ⌃⌥D
+KeyShortcut KeyShortcut::captureDraftDefault() { return {2, {kControl | kOption}}; }  // ⌃⌥D
 
 void to_json(Json& j, const KeyShortcut& s) {
   j = Json::object();

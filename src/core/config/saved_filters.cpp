@@ -9,7 +9,8 @@ namespace {
 using List = SavedFilters::List;
 
 List::iterator find(List& list, std::string_view name) {
-  return std::find_if(list.begin(), list.end(), [&](const SavedFilter& f) { return f.name == name; });
+  return std::find_if(list.begin(), list.end(),
+                      [&](const SavedFilter& f) { return f.name == name; });
 }
 
 bool taken(const List& list, std::string_view name, const SavedFilter* except) {
@@ -19,7 +20,8 @@ bool taken(const List& list, std::string_view name, const SavedFilter* except) {
 
 std::string uniqueName(const List& list, std::string_view wanted, const SavedFilter* except) {
   std::string name(wanted);
-  for (int n = 2; taken(list, name, except); ++n) name = std::string(wanted) + " " + std::to_string(n);
+  for (int n = 2; taken(list, name, except); ++n)
+    name = std::string(wanted) + " " + std::to_string(n);
   return name;
 }
 
@@ -97,8 +99,8 @@ List SavedFilters::styling(List list, std::string_view name, std::optional<std::
 }
 
 std::optional<std::size_t> SavedFilters::active(const List& list,
-                                                const std::vector<std::string>& tags,
-                                                bool matchAll, std::string_view words) {
+                                                const std::vector<std::string>& tags, bool matchAll,
+                                                std::string_view words) {
   auto sorted = [](std::vector<std::string> v) {
     std::sort(v.begin(), v.end());
     v.erase(std::unique(v.begin(), v.end()), v.end());

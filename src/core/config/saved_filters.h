@@ -46,8 +46,7 @@ struct SavedFilters {
   static List moving(List list, std::string_view name, std::int64_t offset);
   // Rewrites a tag in every filter; a filter that already had the new tag keeps it once.
   static List renamingTag(List list, std::string_view tag, std::string_view newTag);
-  static List styling(List list, std::string_view name, std::optional<std::string> tint,
-                      bool bold);
+  static List styling(List list, std::string_view name, std::optional<std::string> tint, bool bold);
   // The filter the current selection matches: the same tags (in any order), the same match mode
   // and the same words.
   static std::optional<std::size_t> active(const List& list, const std::vector<std::string>& tags,

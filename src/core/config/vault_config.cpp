@@ -487,7 +487,8 @@ void from_json(const Json& j, VaultConfig& r) {
   if (auto it = j.find("activityDays"); it != j.end() && !it->is_null()) {
     if (!it->is_object()) throw RecordError("\"activityDays\" must be an object");
     r.activityDays.clear();
-    for (const auto& [name, days] : it->items()) r.activityDays[name] = integers(days, "activityDays");
+    for (const auto& [name, days] : it->items())
+      r.activityDays[name] = integers(days, "activityDays");
   }
   json::take(j, "activityIcons", r.activityIcons);
   json::take(j, "checklistTemplates", r.checklistTemplates);

@@ -51,8 +51,8 @@ TEST(VaultConfig, EmptyObjectReadsAsEveryDefault) {
 TEST(VaultConfig, WritesEveryKeyInOrderAndReadsItBack) {
   VaultConfig c;
   c.fileFormat = VaultFormat::org;
-  c.savedFilters["sidebar"] = {SavedFilter{"Work", {"work"}, true, "", "blue", std::nullopt, true,
-                                           std::nullopt}};
+  c.savedFilters["sidebar"] = {
+      SavedFilter{"Work", {"work"}, true, "", "blue", std::nullopt, true, std::nullopt}};
   c.activityDays["exercise"] = {1, 3};
   c.view["zoom"] = 1.5;
   c.view["compact"] = true;

@@ -44,7 +44,8 @@ struct Options {
 // when the target did not exist, a file created there meanwhile is never clobbered (EEXIST).
 // Throws FileError; on failure the scratch file is gone and the target is as it was (except when
 // only the final folder sync fails, after the rename).
-void write(std::string_view bytes, const std::filesystem::path& target, const Options& options = {});
+void write(std::string_view bytes, const std::filesystem::path& target,
+           const Options& options = {});
 
 // True for a file name of our scratch pattern: "." + name + "." + UUID + ".tmp".
 bool isScratchName(std::string_view fileName);

@@ -1,7 +1,5 @@
 // Linux implementation of atomic replacement (renameat2, fdatasync) and the vault's write lock
 // (open-file-description locks).
-#include "core/store/atomic_write.h"
-
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -11,6 +9,8 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+
+#include "core/store/atomic_write.h"
 
 namespace trivo {
 namespace {

@@ -127,10 +127,11 @@ TEST(AtomicWrite, ReadOnlyFolderRefusesWithoutLeavingAnything) {
 
 TEST(AtomicWrite, ScratchNamesAndStaleCleanup) {
   EXPECT_TRUE(AtomicWrite::isScratchName(".page.md.0f8fad5b-d9cb-469f-a165-70867728950e.tmp"));
-  for (const char* name : {"page.md", ".page.md.tmp", "page.md.0f8fad5b-d9cb-469f-a165-70867728950e.tmp",
-                           ".page.md.0F8FAD5B-D9CB-469F-A165-70867728950E.tmp",
-                           ".page.md.0f8fad5b-d9cb-469f-a165-70867728950e.tmpx",
-                           "..0f8fad5b-d9cb-469f-a165-70867728950e.tmp"}) {
+  for (const char* name :
+       {"page.md", ".page.md.tmp", "page.md.0f8fad5b-d9cb-469f-a165-70867728950e.tmp",
+        ".page.md.0F8FAD5B-D9CB-469F-A165-70867728950E.tmp",
+        ".page.md.0f8fad5b-d9cb-469f-a165-70867728950e.tmpx",
+        "..0f8fad5b-d9cb-469f-a165-70867728950e.tmp"}) {
     EXPECT_FALSE(AtomicWrite::isScratchName(name)) << name;
   }
   TempDir dir;

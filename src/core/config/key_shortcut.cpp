@@ -69,7 +69,8 @@ std::optional<std::string> KeyShortcut::systemReservedNote() const {
   return std::nullopt;
 }
 
-// ⌃⌥ plus a letter: free in desktop environments and in the system's own tables above.
+// ⌃⌥ plus a letter (on Linux keyboards Ctrl+Alt): none of them is a reserved key above, and
+// ⇧ is added where a desktop already uses the plain pair (Ctrl+Alt+D shows the desktop).
 KeyShortcut KeyShortcut::quickCaptureDefault() { return {8, {kControl | kOption}}; }  // ⌃⌥C
 KeyShortcut KeyShortcut::focusToggleDefault() { return {3, {kControl | kOption}}; }   // ⌃⌥F
 KeyShortcut KeyShortcut::journalNoteDefault() { return {38, {kControl | kOption}}; }  // ⌃⌥J
@@ -77,7 +78,9 @@ KeyShortcut KeyShortcut::askAIDefault() { return {0, {kControl | kOption}}; }   
 KeyShortcut KeyShortcut::captureJournalDefault() {
   return {38, {kControl | kOption | kShift}};  // ⌃⌥⇧J
 }
-KeyShortcut KeyShortcut::captureDraftDefault() { return {2, {kControl | kOption}}; }  // ⌃⌥D
+KeyShortcut KeyShortcut::captureDraftDefault() {
+  return {2, {kControl | kOption | kShift}};
+}  // ⌃⌥⇧D
 
 void to_json(Json& j, const KeyShortcut& s) {
   j = Json::object();

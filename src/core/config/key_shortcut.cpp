@@ -79,8 +79,8 @@ KeyShortcut KeyShortcut::captureJournalDefault() {
   return {38, {kControl | kOption | kShift}};  // ⌃⌥⇧J
 }
 KeyShortcut KeyShortcut::captureDraftDefault() {
-  return {2, {kControl | kOption | kShift}};
-}  // ⌃⌥⇧D
+  return {2, {kControl | kOption | kShift}};  // ⌃⌥⇧D
+}
 
 void to_json(Json& j, const KeyShortcut& s) {
   j = Json::object();

@@ -8,12 +8,14 @@ namespace trivo::cli {
 std::unique_ptr<Command> makePlanCommand();
 std::unique_ptr<Command> makePathCommand();
 std::unique_ptr<Command> makeOpenCommand();
+std::unique_ptr<Command> makeConfigCommand();
 
 std::vector<std::unique_ptr<Command>> allCommands() {
   std::vector<std::unique_ptr<Command>> commands;
   commands.push_back(makePlanCommand());
   commands.push_back(makePathCommand());
   commands.push_back(makeOpenCommand());
+  commands.push_back(makeConfigCommand());
   return commands;
 }
 

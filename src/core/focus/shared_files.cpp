@@ -10,6 +10,8 @@
 #include <cerrno>
 #include <cstdio>
 
+#include "core/store/atomic_write.h"
+
 namespace trivo::shared {
 namespace {
 
@@ -21,20 +23,6 @@ std::string freshId() {
   std::array<char, 37> text{};
   uuid_unparse_lower(id, text.data());
   return text.data();
-}
-
-mode_t fileMode(Access access) { return access == Access::privateToUser ? 0600 : 0644; }
-
-bool writeAll(int fd, std::string_view bytes) {
-  while (!bytes.empty()) {
-    ssize_t n = ::write(fd, bytes.data(), bytes.size());
-    if (n < 0) {
-      if (errno == EINTR) continue;
-      return false;
-    }
-    bytes.remove_prefix(static_cast<std::size_t>(n));
-  }
-  return true;
 }
 
 // Closes a descriptor when the scope ends.
@@ -70,21 +58,14 @@ bool prepareFolder(const fs::path& folder, Access access) {
 }
 
 bool replaceFile(const fs::path& target, std::string_view bytes, Access access) {
-  const fs::path scratch =
-      target.parent_path() / ("." + target.filename().string() + "." + freshId() + ".tmp");
-  {
-    Fd fd(::open(scratch.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
-                 fileMode(access)));
-    if (fd.get() < 0) return false;
-    // No fsync: these records are rewritten within seconds, and only wholeness matters to
-    // readers, which the rename gives.
-    if (!writeAll(fd.get(), bytes)) {
-      ::unlink(scratch.c_str());
-      return false;
-    }
-  }
-  if (::rename(scratch.c_str(), target.c_str()) != 0) {
-    ::unlink(scratch.c_str());
+  // No fsync: these records are rewritten within seconds, and only wholeness matters to
+  // readers, which the rename gives.
+  AtomicWrite::Options options;
+  options.durable = false;
+  if (access == Access::privateToUser) options.mode = 0600;
+  try {
+    AtomicWrite::write(bytes, target, options);
+  } catch (const FileError&) {
     return false;
   }
   return true;

@@ -24,8 +24,8 @@ enum class Access {
 bool prepareFolder(const std::filesystem::path& folder, Access access);
 
 // Replaces the target with the bytes: a scratch file "." + name + "." + UUID + ".tmp" beside it,
-// written in full and renamed over the target. False on any failure; the scratch file is then
-// removed and the target is untouched.
+// written in full and renamed over the target (a symlink is followed to its real file). False on
+// any failure; the scratch file is then removed and the target is untouched.
 bool replaceFile(const std::filesystem::path& target, std::string_view bytes, Access access);
 
 // The whole content of a regular file, not following a symlink; for private access the file must

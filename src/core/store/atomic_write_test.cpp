@@ -1,0 +1,194 @@
+#include "core/store/atomic_write.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <filesystem>
+
+#include "testing/scoped_env.h"
+
+namespace trivo {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::TempDir;
+
+std::size_t countScratch(const fs::path& folder) {
+  std::size_t n = 0;
+  for (const auto& entry : fs::directory_iterator(folder)) {
+    if (AtomicWrite::isScratchName(entry.path().filename().string())) ++n;
+  }
+  return n;
+}
+
+mode_t modeOf(const fs::path& p) {
+  struct stat st {};
+  EXPECT_EQ(::stat(p.c_str(), &st), 0) << p;
+  return st.st_mode & 07777;
+}
+
+TEST(AtomicWrite, ReplacesContentAndKeepsPermissionBits) {
+  TempDir dir;
+  const fs::path page = dir.write("2026/09/2026-09-16.md", "old text that is longer\n");
+  ASSERT_EQ(::chmod(page.c_str(), 0640), 0);
+  AtomicWrite::write("new\n", page);
+  EXPECT_EQ(dir.read("2026/09/2026-09-16.md"), "new\n");
+  EXPECT_EQ(modeOf(page), 0640u);
+  EXPECT_EQ(countScratch(page.parent_path()), 0u);
+}
+
+TEST(AtomicWrite, NewFileGetsUmaskedModeAndMissingFolders) {
+  TempDir dir;
+  const mode_t old = ::umask(027);
+  const fs::path page = dir.path() / "a" / "b" / "inbox.md";
+  AtomicWrite::write("x", page);
+  ::umask(old);
+  EXPECT_EQ(dir.read("a/b/inbox.md"), "x");
+  EXPECT_EQ(modeOf(page), 0640u);
+}
+
+TEST(AtomicWrite, ExplicitModeWinsOverExistingBits) {
+  TempDir dir;
+  const fs::path file = dir.write("live.json", "{}");
+  ASSERT_EQ(::chmod(file.c_str(), 0644), 0);
+  AtomicWrite::write("{ }", file, {.mode = 0600, .durable = false});
+  EXPECT_EQ(modeOf(file), 0600u);
+}
+
+TEST(AtomicWrite, WritesThroughSymlinkToTheRealFile) {
+  TempDir dir;
+  const fs::path real = dir.write("elsewhere/real.md", "old");
+  fs::create_directories(dir.path() / "vault");
+  const fs::path link = dir.path() / "vault" / "page.md";
+  fs::create_symlink(real, link);
+  AtomicWrite::write("new", link);
+  EXPECT_TRUE(fs::is_symlink(link));
+  EXPECT_EQ(dir.read("elsewhere/real.md"), "new");
+  EXPECT_EQ(countScratch(dir.path() / "vault"), 0u);
+  EXPECT_EQ(countScratch(dir.path() / "elsewhere"), 0u);
+}
+
+TEST(AtomicWrite, RefusesDanglingSymlink) {
+  TempDir dir;
+  const fs::path link = dir.path() / "page.md";
+  fs::create_symlink(dir.path() / "missing.md", link);
+  try {
+    AtomicWrite::write("new", link);
+    FAIL() << "wrote through a dangling link";
+  } catch (const FileError& e) {
+    EXPECT_EQ(e.code(), ENOENT);
+    EXPECT_EQ(e.path(), link);
+  }
+  EXPECT_FALSE(fs::exists(dir.path() / "missing.md"));
+  EXPECT_TRUE(fs::is_symlink(link));
+}
+
+TEST(AtomicWrite, FailedRenameRemovesScratchAndThrowsErrnoAndPath) {
+  TempDir dir;
+  // A folder where the file should be: the rename fails after the scratch file was written.
+  fs::create_directories(dir.path() / "page.md" / "inside");
+  try {
+    AtomicWrite::write("text", dir.path() / "page.md");
+    FAIL() << "replaced a folder";
+  } catch (const FileError& e) {
+    EXPECT_EQ(e.code(), EISDIR);
+    EXPECT_EQ(e.path(), dir.path() / "page.md");
+    EXPECT_EQ(std::string(e.what()),
+              "Could not write " + (dir.path() / "page.md").string() + ": Is a directory.");
+  }
+  EXPECT_EQ(countScratch(dir.path()), 0u);
+  EXPECT_TRUE(fs::is_directory(dir.path() / "page.md" / "inside"));
+
+  // A file where a folder should be: nothing can be created, nothing is left behind.
+  dir.write("days", "not a folder");
+  try {
+    AtomicWrite::write("text", dir.path() / "days" / "2026-09-16.md");
+    FAIL() << "wrote under a file";
+  } catch (const FileError& e) {
+    EXPECT_EQ(e.code(), ENOTDIR);
+  }
+  EXPECT_EQ(dir.read("days"), "not a folder");
+  EXPECT_EQ(countScratch(dir.path()), 0u);
+}
+
+TEST(AtomicWrite, ReadOnlyFolderRefusesWithoutLeavingAnything) {
+  if (::geteuid() == 0) GTEST_SKIP() << "root ignores folder permissions";
+  TempDir dir;
+  const fs::path page = dir.write("ro/page.md", "old");
+  ASSERT_EQ(::chmod(page.parent_path().c_str(), 0555), 0);
+  EXPECT_THROW(AtomicWrite::write("new", page), FileError);
+  ::chmod(page.parent_path().c_str(), 0755);
+  EXPECT_EQ(dir.read("ro/page.md"), "old");
+  EXPECT_EQ(countScratch(page.parent_path()), 0u);
+}
+
+TEST(AtomicWrite, ScratchNamesAndStaleCleanup) {
+  EXPECT_TRUE(AtomicWrite::isScratchName(".page.md.0f8fad5b-d9cb-469f-a165-70867728950e.tmp"));
+  for (const char* name :
+       {"page.md", ".page.md.tmp", "page.md.0f8fad5b-d9cb-469f-a165-70867728950e.tmp",
+        ".page.md.0F8FAD5B-D9CB-469F-A165-70867728950E.tmp",
+        ".page.md.0f8fad5b-d9cb-469f-a165-70867728950e.tmpx",
+        "..0f8fad5b-d9cb-469f-a165-70867728950e.tmp"}) {
+    EXPECT_FALSE(AtomicWrite::isScratchName(name)) << name;
+  }
+  TempDir dir;
+  dir.write(".page.md.0f8fad5b-d9cb-469f-a165-70867728950e.tmp", "half");
+  dir.write(".syncthing.page.md.tmp", "theirs");
+  dir.write("page.md", "mine");
+  dir.write("sub/.x.md.0f8fad5b-d9cb-469f-a165-70867728950e.tmp", "deeper");
+  EXPECT_EQ(AtomicWrite::removeStaleScratchFiles(dir.path()), 1u);
+  EXPECT_TRUE(fs::exists(dir.path() / ".syncthing.page.md.tmp"));
+  EXPECT_TRUE(fs::exists(dir.path() / "page.md"));
+  EXPECT_TRUE(fs::exists(dir.path() / "sub/.x.md.0f8fad5b-d9cb-469f-a165-70867728950e.tmp"));
+}
+
+TEST(Coordinated, ReadReportsMissingFiles) {
+  TempDir dir;
+  EXPECT_EQ(Coordinated::readIfExists(dir.path() / "none"), std::nullopt);
+  try {
+    (void)Coordinated::read(dir.path() / "none");
+    FAIL();
+  } catch (const FileError& e) {
+    EXPECT_EQ(e.code(), ENOENT);
+  }
+  dir.write("f", std::string("a\0b", 3));
+  EXPECT_EQ(Coordinated::read(dir.path() / "f"), std::string("a\0b", 3));
+}
+
+// Two processes each add to a counter file 200 times under the lock: without mutual exclusion
+// read-modify-write cycles would overlap and lose increments.
+TEST(Coordinated, LockSerialisesReadModifyWriteAcrossProcesses) {
+  TempDir dir;
+  const fs::path counter = dir.path() / "counter";
+  AtomicWrite::write("0", counter);
+  constexpr int kRounds = 200;
+  auto work = [&] {
+    for (int i = 0; i < kRounds; ++i) {
+      Coordinated::Lock lock(dir.path());
+      const int n = std::stoi(Coordinated::read(counter));
+      AtomicWrite::write(std::to_string(n + 1), counter, {.mode = std::nullopt, .durable = false});
+    }
+  };
+  const pid_t child = ::fork();
+  ASSERT_GE(child, 0);
+  if (child == 0) {
+    try {
+      work();
+    } catch (...) {
+      ::_exit(1);
+    }
+    ::_exit(0);
+  }
+  work();
+  int status = 0;
+  ASSERT_EQ(::waitpid(child, &status, 0), child);
+  ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+  EXPECT_EQ(Coordinated::read(counter), std::to_string(2 * kRounds));
+  EXPECT_TRUE(fs::exists(dir.path() / ".trivo" / "write.lock"));
+}
+
+}  // namespace
+}  // namespace trivo

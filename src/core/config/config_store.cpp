@@ -233,7 +233,8 @@ void ConfigStore::save(const VaultConfig& config) const {
       }
     }
     for (auto path : formerDeviceKeyPaths) remove(device, path);
-    if (!sameValue(device, oldDevice) || !fs::exists(*deviceURL_)) {
+    std::error_code ec;
+    if (!sameValue(device, oldDevice) || !fs::exists(*deviceURL_, ec)) {
       AtomicWrite::write(fileText(device), *deviceURL_);
     }
   }

@@ -64,7 +64,8 @@ namespace Coordinated {
 // threads that each hold their own Lock, take it around check-then-write-then-rename so that no
 // other trivo writer slips in between. Readers never need it: every replacement is whole. The
 // lock file itself is never written, so sync tools see no churn. Throws FileError when the lock
-// file cannot be opened or locked. Blocks until the lock is free.
+// file cannot be opened or locked. Blocks until the lock is free; a thread that already holds a
+// Lock on the same vault must not take another one (it would wait for itself).
 class Lock {
  public:
   explicit Lock(const std::filesystem::path& vaultRoot);

@@ -11,6 +11,7 @@
 #include <cstring>
 
 #include "core/store/atomic_write.h"
+#include "core/store/atomic_write_detail.h"
 
 namespace trivo {
 namespace {
@@ -151,14 +152,22 @@ void write(std::string_view bytes, const fs::path& target, const Options& option
   if (options.durable && ::fdatasync(fd.get()) != 0) fail(errno);
   if (int code = fd.reset(); code != 0) fail(code);
 
-  const int code = real.exists ? (::rename(scratch.c_str(), real.path.c_str()) == 0 ? 0 : errno)
-                               : renameNoReplace(scratch, real.path);
+  const int code = detail::renameOnto(scratch, real.path, !real.exists);
   if (code != 0) {
     ::unlink(scratch.c_str());
     throw FileError(code, real.path, "write");
   }
   if (options.durable) syncFolder(folder);
 }
+
+namespace detail {
+
+int renameOnto(const fs::path& from, const fs::path& to, bool noReplace) {
+  if (noReplace) return renameNoReplace(from, to);
+  return ::rename(from.c_str(), to.c_str()) == 0 ? 0 : errno;
+}
+
+}  // namespace detail
 
 bool isScratchName(std::string_view name) {
   // "." + at least one character + "." + 36 UUID characters + ".tmp"

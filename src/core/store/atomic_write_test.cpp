@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <filesystem>
 
+#include "core/store/atomic_write_detail.h"
 #include "testing/scoped_env.h"
 
 namespace trivo {
@@ -112,6 +113,18 @@ TEST(AtomicWrite, FailedRenameRemovesScratchAndThrowsErrnoAndPath) {
   }
   EXPECT_EQ(dir.read("days"), "not a folder");
   EXPECT_EQ(countScratch(dir.path()), 0u);
+}
+
+// A new page's file created by another program between our check and our rename is theirs.
+TEST(AtomicWrite, RenameOntoANewTargetNeverClobbersAFileCreatedMeanwhile) {
+  TempDir dir;
+  const fs::path scratch = dir.write(".page.md.0f8fad5b-d9cb-469f-a165-70867728950e.tmp", "ours");
+  const fs::path target = dir.write("page.md", "theirs");
+  EXPECT_EQ(AtomicWrite::detail::renameOnto(scratch, target, /*noReplace=*/true), EEXIST);
+  EXPECT_EQ(dir.read("page.md"), "theirs");
+  EXPECT_EQ(AtomicWrite::detail::renameOnto(scratch, target, /*noReplace=*/false), 0);
+  EXPECT_EQ(dir.read("page.md"), "ours");
+  EXPECT_FALSE(fs::exists(scratch));
 }
 
 TEST(AtomicWrite, ReadOnlyFolderRefusesWithoutLeavingAnything) {

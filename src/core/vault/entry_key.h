@@ -46,6 +46,8 @@ struct EntryKey {
   [[nodiscard]] std::string description() const;
 
   bool operator==(const EntryKey&) const = default;
+  // By case, then chronologically within a case.
+  auto operator<=>(const EntryKey&) const = default;
 };
 
 // A year as file names and page keys write it: an optional sign and decimal digits, nothing

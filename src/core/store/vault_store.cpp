@@ -1,0 +1,504 @@
+// The vault store: queued, debounced, checked and atomic page writes, with undo and outside
+// change announcements.
+#include "core/store/vault_store.h"
+
+#include <algorithm>
+#include <fstream>
+
+#include "core/store/atomic_write.h"
+#include "core/store/file_watcher.h"
+#include "core/util/printf.h"
+#include "core/vault/vault_media.h"
+
+namespace trivo {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr std::size_t kUndoLimit = 100;
+constexpr std::size_t kRefusedPerKey = 5;
+constexpr std::size_t kEmptyingGuardCharacters = 300;
+constexpr auto kGoneGrace = std::chrono::seconds(5);
+
+// Characters as a person counts them: code points, not bytes.
+std::size_t characterCount(std::string_view text) {
+  return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), [](char c) {
+    return (static_cast<unsigned char>(c) & 0xC0) != 0x80;
+  }));
+}
+
+}  // namespace
+
+bool isValidUtf8(std::string_view bytes) {
+  std::size_t i = 0;
+  while (i < bytes.size()) {
+    const auto c = static_cast<unsigned char>(bytes[i]);
+    std::size_t extra = 0;
+    std::uint32_t point = 0;
+    if (c < 0x80) {
+      ++i;
+      continue;
+    } else if ((c & 0xE0) == 0xC0) {
+      extra = 1;
+      point = c & 0x1Fu;
+    } else if ((c & 0xF0) == 0xE0) {
+      extra = 2;
+      point = c & 0x0Fu;
+    } else if ((c & 0xF8) == 0xF0) {
+      extra = 3;
+      point = c & 0x07u;
+    } else {
+      return false;
+    }
+    if (i + extra >= bytes.size()) return false;
+    for (std::size_t k = 1; k <= extra; ++k) {
+      const auto next = static_cast<unsigned char>(bytes[i + k]);
+      if ((next & 0xC0) != 0x80) return false;
+      point = (point << 6) | (next & 0x3Fu);
+    }
+    // Overlong forms, surrogates and values past U+10FFFF are not UTF-8.
+    static constexpr std::uint32_t minimum[] = {0, 0x80, 0x800, 0x10000};
+    if (point < minimum[extra] || point > 0x10FFFF || (point >= 0xD800 && point <= 0xDFFF)) {
+      return false;
+    }
+    i += extra + 1;
+  }
+  return true;
+}
+
+VaultStore::VaultStore(Vault vault, Options options)
+    : vault_(std::move(vault)),
+      paths_(vault_.rootURL, vault_.format, vault_.perspective),
+      options_(std::move(options)),
+      clock_(options_.clock ? options_.clock : &SystemClock::shared()),
+      codec_(options_.codec ? options_.codec : std::make_shared<PlainTextCodec>()),
+      cloud_(options_.cloud ? options_.cloud : std::make_shared<CloudSignal>()) {
+  if (!options_.readOnly) {
+    std::error_code ec;
+    AtomicWrite::removeStaleScratchFiles(paths_.base());
+    for (auto folder : VaultPaths::folders) {
+      if (fs::is_directory(paths_.base() / folder, ec)) {
+        AtomicWrite::removeStaleScratchFiles(paths_.base() / folder);
+      }
+    }
+  }
+  timer_ = std::thread([this] { timerLoop(); });
+}
+
+VaultStore::~VaultStore() {
+  {
+    std::lock_guard watcherLock(watcherMu_);
+    watcher_.reset();
+  }
+  {
+    std::unique_lock lock(mu_);
+    stopping_ = true;
+    try {
+      flushLocked();
+    } catch (const std::exception&) {
+      // Refused texts are already announced and kept; nothing more can be done on the way out.
+    }
+  }
+  timerWake_.notify_all();
+  timer_.join();
+}
+
+// --- Reading
+
+std::optional<std::string> VaultStore::loadText(const EntryKey& key) {
+  std::lock_guard lock(mu_);
+  if (auto it = pending_.find(key); it != pending_.end()) return it->second.text;
+  const fs::path file = paths_.urlFor(key);
+  std::optional<std::string> text;
+  try {
+    text = Coordinated::readIfExists(file);
+  } catch (const FileError& e) {
+    throw PageReadError(key, ReadProblem::of(ReadProblem::Kind::unreadable, e.what()));
+  }
+  if (text) {
+    if (!isValidUtf8(*text)) {
+      throw PageReadError(key, ReadProblem::of(ReadProblem::Kind::encoding));
+    }
+    goneSince_.erase(key);
+    snapshots_[key] = *text;
+    conflicts_.erase(key);
+    return text;
+  }
+  if (cloud_->isEvicted(file)) {
+    cloud_->requestDownload(file);
+    throw VaultError::notDownloaded(key);
+  }
+  if (!snapshots_.contains(key)) return std::nullopt;
+  // A page we knew is gone: another program may be halfway through replacing it.
+  const Instant since = goneSince_.try_emplace(key, now()).first->second;
+  if (now() - since < kGoneGrace) throw VaultError::notDownloaded(key);
+  goneSince_.erase(key);
+  snapshots_.erase(key);
+  conflicts_.erase(key);
+  return std::nullopt;
+}
+
+std::optional<std::string> VaultStore::peekText(const EntryKey& key) {
+  std::lock_guard lock(mu_);
+  if (auto it = pending_.find(key); it != pending_.end()) return it->second.text;
+  const fs::path file = paths_.urlFor(key);
+  std::optional<std::string> text;
+  try {
+    text = Coordinated::readIfExists(file);
+  } catch (const FileError& e) {
+    throw PageReadError(key, ReadProblem::of(ReadProblem::Kind::unreadable, e.what()));
+  }
+  if (!text && cloud_->isEvicted(file)) cloud_->requestDownload(file);
+  if (text && !isValidUtf8(*text)) {
+    throw PageReadError(key, ReadProblem::of(ReadProblem::Kind::encoding));
+  }
+  return text;
+}
+
+std::optional<ReadProblem> VaultStore::readProblem(const EntryKey& key) {
+  std::optional<std::string> text;
+  try {
+    text = Coordinated::readIfExists(paths_.urlFor(key));
+  } catch (const FileError& e) {
+    return ReadProblem::of(ReadProblem::Kind::unreadable, e.what());
+  }
+  if (!text) return std::nullopt;
+  if (!isValidUtf8(*text)) return ReadProblem::of(ReadProblem::Kind::encoding);
+  return codec_->check(key, *text);
+}
+
+bool VaultStore::hasPendingWrite(const EntryKey& key) {
+  std::lock_guard lock(mu_);
+  return pending_.contains(key);
+}
+
+// --- Writing
+
+void VaultStore::saveText(const EntryKey& key, std::string text, bool force, bool emptying) {
+  std::lock_guard lock(mu_);
+  if (options_.readOnly) return;
+  saves_.yield(key);
+  auto queued = pending_.find(key);
+  if (!force && queued == pending_.end()) {
+    auto snapshot = snapshots_.find(key);
+    if (snapshot != snapshots_.end() && snapshot->second == text) return;
+  }
+  Pending next{std::move(text), force, emptying};
+  if (queued != pending_.end()) {
+    next.force = next.force || queued->second.force;
+    next.emptying = next.emptying || queued->second.emptying;
+  }
+  pending_[key] = std::move(next);
+  scheduleFlushLocked();
+}
+
+void VaultStore::scheduleFlushLocked() {
+  flushAt_ = std::chrono::steady_clock::now() + options_.debounce;
+  timerWake_.notify_all();
+}
+
+void VaultStore::timerLoop() {
+  std::unique_lock lock(mu_);
+  while (!stopping_) {
+    if (!flushAt_) {
+      timerWake_.wait(lock);
+      continue;
+    }
+    const auto at = *flushAt_;
+    if (timerWake_.wait_until(lock, at) == std::cv_status::timeout && flushAt_ == at) {
+      flushAt_.reset();
+      try {
+        flushLocked();
+      } catch (const std::exception&) {
+        // A debounced flush has no caller to tell: refusals are kept and announced through
+        // `changes()`, and a text whose write failed stays queued for the next flush.
+      }
+    }
+  }
+}
+
+void VaultStore::flush() {
+  std::lock_guard lock(mu_);
+  flushLocked();
+}
+
+void VaultStore::flushLocked() {
+  flushAt_.reset();
+  if (options_.readOnly || pending_.empty()) return;
+  // One lock for the whole pass: every check and its write happen with no other trivo writer in
+  // between.
+  Coordinated::Lock vaultLock(vault_.rootURL);
+  std::optional<EntryKey> lastRefused;
+  const auto keys = [&] {
+    std::vector<EntryKey> all;
+    for (const auto& [key, unused] : pending_) all.push_back(key);
+    return all;
+  }();
+  for (const EntryKey& key : keys) {
+    const Pending job = pending_.at(key);
+    const fs::path file = paths_.urlFor(key);
+    std::error_code ec;
+    if (!fs::exists(file, ec) && fs::exists(placeholderFor(file), ec)) {
+      cloud_->requestDownload(file);
+      refuseLocked(key, job.text);
+      lastRefused = key;
+      continue;
+    }
+    if (!job.force && cloud_->newerElsewhere(file)) {
+      refuseLocked(key, job.text);
+      lastRefused = key;
+      continue;
+    }
+    const std::optional<std::string> disk = Coordinated::readIfExists(file);
+    if (!job.force && disk) {
+      auto snapshot = snapshots_.find(key);
+      if (snapshot == snapshots_.end() || snapshot->second != *disk) {
+        refuseLocked(key, job.text);
+        lastRefused = key;
+        continue;
+      }
+    }
+    if (!key.isInbox() && !job.emptying && disk &&
+        characterCount(*disk) > kEmptyingGuardCharacters && job.text == codec_->blankText(key)) {
+      refuseLocked(key, job.text);
+      lastRefused = key;
+      continue;
+    }
+    AtomicWrite::write(job.text, file);
+    cloud_->touched(file);
+    ++writeCount_;
+    undoStack_.push_back(Step{key, disk, job.text});
+    if (undoStack_.size() > kUndoLimit) undoStack_.erase(undoStack_.begin());
+    redoStack_.clear();
+    snapshots_[key] = job.text;
+    pending_.erase(key);
+  }
+  if (lastRefused) throw VaultError::changedOnDisk(*lastRefused);
+}
+
+void VaultStore::refuseLocked(const EntryKey& key, std::string text) {
+  pending_.erase(key);
+  auto& kept = refused_[key];
+  kept.push_back(std::move(text));
+  if (kept.size() > kRefusedPerKey) kept.erase(kept.begin());
+  conflicts_.insert(key);
+  changes_.yield(key);
+}
+
+void VaultStore::discardPending(const EntryKey& key) {
+  std::lock_guard lock(mu_);
+  pending_.erase(key);
+}
+
+std::vector<std::string> VaultStore::takeRefused(const EntryKey& key) {
+  std::lock_guard lock(mu_);
+  auto it = refused_.find(key);
+  if (it == refused_.end()) return {};
+  auto texts = std::move(it->second);
+  refused_.erase(it);
+  return texts;
+}
+
+std::set<EntryKey> VaultStore::conflicts() {
+  std::lock_guard lock(mu_);
+  return conflicts_;
+}
+
+std::int64_t VaultStore::writeCount() {
+  std::lock_guard lock(mu_);
+  return writeCount_;
+}
+
+// --- Undo and redo
+
+std::optional<std::string> VaultStore::onDiskLocked(const EntryKey& key) {
+  try {
+    return Coordinated::readIfExists(paths_.urlFor(key));
+  } catch (const FileError&) {
+    return std::nullopt;
+  }
+}
+
+void VaultStore::putLocked(const std::optional<std::string>& text, const EntryKey& key) {
+  if (options_.readOnly) return;
+  const fs::path file = paths_.urlFor(key);
+  if (text) {
+    AtomicWrite::write(*text, file);
+    cloud_->touched(file);
+    snapshots_[key] = *text;
+  } else {
+    std::error_code ec;
+    fs::remove(file, ec);
+    snapshots_.erase(key);
+  }
+  changes_.yield(key);
+}
+
+std::optional<EntryKey> VaultStore::undo() {
+  std::lock_guard lock(mu_);
+  flushLocked();
+  if (undoStack_.empty()) return std::nullopt;
+  Step step = undoStack_.back();
+  if (onDiskLocked(step.key) != std::optional<std::string>(step.after)) {
+    throw VaultError::changedOnDisk(step.key);
+  }
+  {
+    Coordinated::Lock vaultLock(vault_.rootURL);
+    putLocked(step.before, step.key);
+  }
+  undoStack_.pop_back();
+  redoStack_.push_back(step);
+  return step.key;
+}
+
+std::optional<EntryKey> VaultStore::redo() {
+  std::lock_guard lock(mu_);
+  flushLocked();
+  if (redoStack_.empty()) return std::nullopt;
+  Step step = redoStack_.back();
+  if (onDiskLocked(step.key) != step.before) throw VaultError::changedOnDisk(step.key);
+  {
+    Coordinated::Lock vaultLock(vault_.rootURL);
+    putLocked(step.after, step.key);
+  }
+  redoStack_.pop_back();
+  undoStack_.push_back(step);
+  return step.key;
+}
+
+bool VaultStore::canUndo() {
+  std::lock_guard lock(mu_);
+  return !undoStack_.empty();
+}
+
+bool VaultStore::canRedo() {
+  std::lock_guard lock(mu_);
+  return !redoStack_.empty();
+}
+
+std::optional<EntryKey> VaultStore::undoTarget() {
+  std::lock_guard lock(mu_);
+  if (undoStack_.empty()) return std::nullopt;
+  return undoStack_.back().key;
+}
+
+std::optional<EntryKey> VaultStore::redoTarget() {
+  std::lock_guard lock(mu_);
+  if (redoStack_.empty()) return std::nullopt;
+  return redoStack_.back().key;
+}
+
+// --- Quotes and media
+
+std::vector<std::string> VaultStore::quotes() {
+  std::vector<std::string> lines;
+  std::ifstream in(paths_.appPrivate() / "quotes.txt", std::ios::binary);
+  for (std::string line; std::getline(in, line);) {
+    if (!line.empty() && line.back() == '\r') line.pop_back();
+    if (!line.empty()) lines.push_back(line);
+  }
+  return lines;
+}
+
+void VaultStore::saveQuotes(const std::vector<std::string>& lines) {
+  if (options_.readOnly) return;
+  std::string text;
+  for (const auto& line : lines) text += line + "\n";
+  Coordinated::Lock vaultLock(vault_.rootURL);
+  AtomicWrite::write(text, paths_.appPrivate() / "quotes.txt");
+}
+
+std::string VaultStore::importMedia(const fs::path& from, const DayDate& day, const ClockTime& at) {
+  const std::string prefix = day.isoString() + "-" +
+                             stringPrintf("%02lld%02lld", static_cast<long long>(at.hour),
+                                          static_cast<long long>(at.minute)) +
+                             "-";
+  std::string name = prefix + from.filename().string();
+  const fs::path folder = paths_.media();
+  fs::create_directories(folder);
+  // Never replace a picture already in the vault: number the newcomer instead.
+  for (int n = 2; fs::exists(folder / name); ++n) {
+    name = prefix + from.stem().string() + "-" + std::to_string(n) + from.extension().string();
+  }
+  if (!options_.readOnly) fs::copy_file(from, folder / name);
+  const std::string target = "media/" + name;
+  return vault_.format == VaultFormat::org ? "[[file:" + target + "]]" : "![](" + target + ")";
+}
+
+std::vector<std::string> VaultStore::deleteOrphanMedia(const std::vector<std::string>& names) {
+  std::vector<std::string> removed;
+  if (options_.readOnly) return removed;
+  const auto leftovers = VaultMedia::leftovers(paths_);
+  for (const auto& name : names) {
+    if (std::find(leftovers.begin(), leftovers.end(), name) == leftovers.end()) continue;
+    std::error_code ec;
+    if (fs::remove(paths_.media() / name, ec)) removed.push_back(name);
+  }
+  return removed;
+}
+
+// --- Observing
+
+std::shared_ptr<Subscription<EntryKey>> VaultStore::changes() {
+  ensureWatching();
+  return changes_.subscribe();
+}
+
+std::shared_ptr<Subscription<EntryKey>> VaultStore::saves() {
+  ensureWatching();
+  return saves_.subscribe();
+}
+
+std::shared_ptr<Subscription<bool>> VaultStore::configChanges() {
+  ensureWatching();
+  return configChanges_.subscribe();
+}
+
+std::shared_ptr<Subscription<fs::path>> VaultStore::otherChanges() {
+  ensureWatching();
+  return otherChanges_.subscribe();
+}
+
+void VaultStore::ensureWatching() {
+  std::lock_guard lock(watcherMu_);
+  if (watcher_) return;
+  FileWatcher::Callbacks callbacks;
+  callbacks.onChange = [this](const EntryKey& key) { fileDidChange(key); };
+  callbacks.onConfig = [this] { configDidChange(); };
+  callbacks.onOther = [this](const fs::path& path) { otherDidChange(path); };
+  callbacks.mustScan = [this] { refresh(); };
+  watcher_ = std::make_unique<FileWatcher>(paths_, std::move(callbacks), options_.watcherQuiet);
+  watcher_->start();
+}
+
+void VaultStore::fileDidChange(const EntryKey& key) {
+  std::lock_guard lock(mu_);
+  const std::optional<std::string> disk = onDiskLocked(key);
+  auto snapshot = snapshots_.find(key);
+  if (snapshot != snapshots_.end()) {
+    if (disk == snapshot->second) return;  // our own write coming back
+  } else {
+    if (!disk && !lastSeen_.contains(key)) return;
+    auto seen = lastSeen_.find(key);
+    if (seen != lastSeen_.end() && seen->second == disk) return;
+    lastSeen_[key] = disk;
+  }
+  changes_.yield(key);
+}
+
+void VaultStore::configDidChange() { configChanges_.yield(true); }
+
+void VaultStore::otherDidChange(const fs::path& path) { otherChanges_.yield(path); }
+
+void VaultStore::refresh() {
+  std::vector<EntryKey> known;
+  {
+    std::lock_guard lock(mu_);
+    for (const auto& [key, unused] : snapshots_) known.push_back(key);
+    for (const auto& [key, unused] : lastSeen_) known.push_back(key);
+  }
+  for (const auto& key : known) fileDidChange(key);
+}
+
+}  // namespace trivo

@@ -1,0 +1,291 @@
+// The store on real folders: debounce, the four refusals, the gone-for-five-seconds rule, undo,
+// and change events from real inotify.
+#include "core/store/vault_store.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <thread>
+
+#include "core/store/file_watcher.h"
+#include "testing/fake_clock.h"
+#include "testing/scoped_env.h"
+
+namespace trivo {
+namespace {
+
+using namespace std::chrono_literals;
+namespace fs = std::filesystem;
+
+const EntryKey kDay = EntryKey::day(DayDate{2026, 9, 16});
+
+class StoreTest : public ::testing::Test {
+ protected:
+  std::unique_ptr<VaultStore> open(std::chrono::milliseconds debounce = 1h) {
+    VaultStore::Options options;
+    options.debounce = debounce;
+    options.clock = &clock_;
+    options.watcherQuiet = 20ms;
+    return std::make_unique<VaultStore>(Vault{dir_.path(), VaultFormat::markdown, "en", {}},
+                                        options);
+  }
+  std::string disk(const EntryKey& key = kDay) const {
+    return dir_.read(paths().urlFor(key).lexically_relative(dir_.path()));
+  }
+  void writeOutside(const std::string& text, const EntryKey& key = kDay) const {
+    dir_.write(paths().urlFor(key).lexically_relative(dir_.path()), text);
+  }
+  VaultPaths paths() const { return VaultPaths(dir_.path(), VaultFormat::markdown); }
+
+  testing::TempDir dir_;
+  testing::FakeClock clock_{Instant{} + 1000h};
+};
+
+// Waits (bounded) for the next event of a stream.
+template <class T>
+std::optional<T> nextEvent(Subscription<T>& sub, std::chrono::milliseconds within = 3s) {
+  return sub.next(within);
+}
+
+TEST_F(StoreTest, TwoSavesWithinTheDebounceGiveOneWriteOfTheLaterText) {
+  auto store = open(100ms);
+  store->saveText(kDay, "first");
+  store->saveText(kDay, "second");
+  for (int i = 0; i < 300 && store->writeCount() == 0; ++i) std::this_thread::sleep_for(10ms);
+  std::this_thread::sleep_for(150ms);
+  EXPECT_EQ(store->writeCount(), 1);
+  EXPECT_EQ(disk(), "second");
+}
+
+TEST_F(StoreTest, SavingTheLoadedTextWritesNothingButForceIsStickyUntilWritten) {
+  writeOutside("hello");
+  auto store = open();
+  ASSERT_EQ(store->loadText(kDay), "hello");
+  store->saveText(kDay, "hello");
+  EXPECT_FALSE(store->hasPendingWrite(kDay));
+
+  writeOutside("edited elsewhere");
+  store->saveText(kDay, "mine", /*force=*/true);
+  store->saveText(kDay, "mine again");
+  store->flush();
+  EXPECT_EQ(disk(), "mine again");
+}
+
+TEST_F(StoreTest, OutsideEditBetweenLoadAndFlushIsRefusedKeptAndAnnouncedOnce) {
+  writeOutside("original");
+  auto store = open();
+  auto changes = store->changes();
+  ASSERT_EQ(store->loadText(kDay), "original");
+  writeOutside("theirs");
+  store->saveText(kDay, "mine");
+  try {
+    store->flush();
+    FAIL() << "the flush should report the collision";
+  } catch (const VaultError& e) {
+    EXPECT_EQ(e.kind(), VaultError::Kind::changedOnDisk);
+    EXPECT_EQ(e.key(), kDay);
+  }
+  EXPECT_EQ(disk(), "theirs");
+  EXPECT_EQ(store->conflicts(), std::set<EntryKey>{kDay});
+  EXPECT_EQ(nextEvent(*changes), kDay);
+  EXPECT_EQ(store->takeRefused(kDay), std::vector<std::string>{"mine"});
+  EXPECT_TRUE(store->takeRefused(kDay).empty());
+  // Loading again settles the conflict.
+  ASSERT_EQ(store->loadText(kDay), "theirs");
+  EXPECT_TRUE(store->conflicts().empty());
+}
+
+TEST_F(StoreTest, TheSixthRefusalDropsTheOldest) {
+  writeOutside("a");
+  auto store = open();
+  (void)store->loadText(kDay);
+  writeOutside("b");
+  for (int i = 1; i <= 6; ++i) {
+    store->saveText(kDay, "edit " + std::to_string(i));
+    EXPECT_THROW(store->flush(), VaultError);
+  }
+  EXPECT_EQ(store->takeRefused(kDay),
+            (std::vector<std::string>{"edit 2", "edit 3", "edit 4", "edit 5", "edit 6"}));
+}
+
+TEST_F(StoreTest, BlankTextOverMoreThan300CharactersIsRefusedUnlessEmptying) {
+  for (std::size_t length : {300u, 301u}) {
+    const std::string full(length, 'x');
+    writeOutside(full);
+    auto store = open();
+    (void)store->loadText(kDay);
+    store->saveText(kDay, "");
+    if (length == 300) {
+      EXPECT_NO_THROW(store->flush());
+      EXPECT_EQ(disk(), "");
+    } else {
+      EXPECT_THROW(store->flush(), VaultError);
+      EXPECT_EQ(disk(), full);
+      (void)store->loadText(kDay);
+      store->saveText(kDay, "", false, /*emptying=*/true);
+      EXPECT_NO_THROW(store->flush());
+      EXPECT_EQ(disk(), "");
+    }
+  }
+  // Characters, not bytes: 200 two-byte letters are 200 characters.
+  std::string accents;
+  for (int i = 0; i < 200; ++i) accents += "é";
+  writeOutside(accents);
+  auto store = open();
+  (void)store->loadText(kDay);
+  store->saveText(kDay, "");
+  EXPECT_NO_THROW(store->flush());
+}
+
+TEST_F(StoreTest, AVanishedPageIsBusyForFiveSecondsThenDeleted) {
+  writeOutside("here");
+  auto store = open();
+  (void)store->loadText(kDay);
+  fs::remove(paths().urlFor(kDay));
+  EXPECT_THROW((void)store->loadText(kDay), VaultError);
+  clock_.advance(4900ms);
+  EXPECT_THROW((void)store->loadText(kDay), VaultError);
+  clock_.advance(100ms);
+  EXPECT_EQ(store->loadText(kDay), std::nullopt);
+  // A page the store never knew is simply missing.
+  EXPECT_EQ(store->loadText(EntryKey::day(DayDate{2026, 9, 17})), std::nullopt);
+}
+
+TEST_F(StoreTest, UndoKeepsAHundredStepsAndNeverUndoesAnOutsideEdit) {
+  auto store = open();
+  for (int i = 1; i <= 101; ++i) {
+    store->saveText(kDay, "v" + std::to_string(i));
+    store->flush();
+  }
+  int undone = 0;
+  while (store->canUndo()) {
+    ASSERT_EQ(store->undo(), kDay);
+    ++undone;
+  }
+  EXPECT_EQ(undone, 100);
+  EXPECT_EQ(disk(), "v1");  // the first write fell off the stack
+  ASSERT_EQ(store->redo(), kDay);
+  EXPECT_EQ(disk(), "v2");
+
+  writeOutside("someone else");
+  EXPECT_THROW((void)store->undo(), VaultError);
+  EXPECT_EQ(disk(), "someone else");
+  EXPECT_TRUE(store->canUndo());
+  EXPECT_TRUE(store->canRedo());
+}
+
+TEST_F(StoreTest, UndoOfTheFirstWriteRemovesTheFile) {
+  auto store = open();
+  store->saveText(kDay, "new page");
+  store->flush();
+  ASSERT_EQ(store->undo(), kDay);
+  EXPECT_FALSE(fs::exists(paths().urlFor(kDay)));
+}
+
+TEST_F(StoreTest, ReadOnlyStoresWriteNothingAndReadProblemsAreReported) {
+  VaultStore::Options options;
+  options.readOnly = true;
+  VaultStore store(Vault{dir_.path(), VaultFormat::markdown, "en", {}}, options);
+  store.saveText(kDay, "x");
+  store.flush();
+  EXPECT_FALSE(fs::exists(paths().urlFor(kDay)));
+  writeOutside("bad \xC3\x28 bytes");
+  EXPECT_EQ(store.readProblem(kDay)->kind, ReadProblem::Kind::encoding);
+  EXPECT_THROW((void)store.loadText(kDay), PageReadError);
+  EXPECT_EQ(store.readProblem(EntryKey::day(DayDate{2020, 1, 1})), std::nullopt);
+}
+
+TEST_F(StoreTest, APlaceholderIsNeverOverwritten) {
+  auto store = open();
+  dir_.write("days/.2026-09-16.md.icloud", "placeholder");
+  EXPECT_THROW((void)store->loadText(kDay), VaultError);
+  store->saveText(kDay, "text", /*force=*/true);
+  EXPECT_THROW(store->flush(), VaultError);
+  EXPECT_FALSE(fs::exists(paths().urlFor(kDay)));
+}
+
+TEST_F(StoreTest, ASaveIsHeldBackWhenAnotherDeviceWroteThePageLater) {
+  const DeviceIdentity here{"aaaa", "here"};
+  const DeviceIdentity there{"bbbb", "there"};
+  writeOutside("old");
+  VaultStore::Options options;
+  options.cloud = std::make_shared<FileCloudSignal>(dir_.path(), here, SystemClock::shared());
+  VaultStore store(Vault{dir_.path(), VaultFormat::markdown, "en", {}}, options);
+  (void)store.loadText(kDay);
+  testing::FakeClock later(std::chrono::system_clock::now() + 1min);
+  FileCloudSignal(dir_.path(), there, later).touched(paths().urlFor(kDay));
+  store.saveText(kDay, "mine");
+  EXPECT_THROW(store.flush(), VaultError);
+  EXPECT_EQ(disk(), "old");
+  // Our own record never holds us back.
+  FileCloudSignal(dir_.path(), here, later).touched(paths().urlFor(EntryKey::inbox()));
+  writeOutside("inbox", EntryKey::inbox());
+  (void)store.loadText(EntryKey::inbox());
+  store.saveText(EntryKey::inbox(), "new inbox");
+  EXPECT_NO_THROW(store.flush());
+}
+
+TEST_F(StoreTest, WatcherSkipsOwnWritesAndReportsOutsideOnes) {
+  auto store = open();
+  auto changes = store->changes();
+  store->saveText(kDay, "ours");
+  store->flush();
+  EXPECT_EQ(changes->next(400ms), std::nullopt);
+  writeOutside("theirs");
+  EXPECT_EQ(nextEvent(*changes), kDay);
+  EXPECT_EQ(changes->next(200ms), std::nullopt);
+}
+
+TEST_F(StoreTest, WatcherRoutesSettingsToConfigChangesOnly) {
+  auto store = open();
+  auto changes = store->changes();
+  auto config = store->configChanges();
+  auto other = store->otherChanges();
+  dir_.write(".trivo/config.json", "{}");
+  EXPECT_TRUE(nextEvent(*config));
+  EXPECT_EQ(changes->next(200ms), std::nullopt);
+  EXPECT_EQ(other->next(10ms), std::nullopt);
+  dir_.write("notes/idea.txt", "x");
+  EXPECT_EQ(nextEvent(*other), dir_.path() / "notes/idea.txt");
+}
+
+TEST_F(StoreTest, WatcherSeesAnEditorSaveAsOneChangeAndWatchesNewFolders) {
+  fs::create_directories(dir_.path() / "days");
+  auto store = open();
+  auto changes = store->changes();
+  // Editor-style: write a backup temporary, then rename it over the page.
+  dir_.write("days/.2026-09-16.md.swp", "swap");
+  dir_.write("days/2026-09-16.md~", "draft");
+  fs::rename(dir_.path() / "days/2026-09-16.md~", paths().urlFor(kDay));
+  EXPECT_EQ(nextEvent(*changes), kDay);
+  EXPECT_EQ(changes->next(300ms), std::nullopt);
+  // A folder that appears later (weeks/) is watched, and what landed in it first is seen.
+  writeOutside("week", EntryKey::week(ISOWeek{2026, 38}));
+  EXPECT_EQ(nextEvent(*changes), EntryKey::week(ISOWeek{2026, 38}));
+  writeOutside("week 2", EntryKey::week(ISOWeek{2026, 38}));
+  EXPECT_EQ(nextEvent(*changes), EntryKey::week(ISOWeek{2026, 38}));
+}
+
+TEST(WatcherNames, OurScratchFilesAndOtherToolsTemporariesAreIgnored) {
+  for (const char* name :
+       {".2026-09-16.md.6f9619ff-8b86-d011-b42d-00c04fc964ff.tmp", ".syncthing.2026-09-16.md.tmp",
+        ".~lock.notes.odt#", "a.part", ".x.swp", "4913", "2026-09-16.md~"}) {
+    EXPECT_TRUE(FileWatcher::isIgnoredName(name)) << name;
+  }
+  for (const char* name : {"2026-09-16.md", "inbox.org", "config.json", "notes.txt"}) {
+    EXPECT_FALSE(FileWatcher::isIgnoredName(name)) << name;
+  }
+}
+
+TEST(Utf8, ValidityFollowsTheStandard) {
+  EXPECT_TRUE(isValidUtf8("plain ascii"));
+  EXPECT_TRUE(isValidUtf8("é ß 😀 한"));
+  for (std::string bad :
+       {std::string("\xC3\x28"), std::string("\xC0\xAF"), std::string("\xED\xA0\x80"),
+        std::string("\xF4\x90\x80\x80"), std::string("\xE2\x82"), std::string("\xFF")}) {
+    EXPECT_FALSE(isValidUtf8(bad));
+  }
+}
+
+}  // namespace
+}  // namespace trivo

@@ -17,6 +17,37 @@
 
 namespace trivo {
 
+// The days of a month that an ordinal counts (`Repeat::Kind`). Defined outside `Repeat` so
+// that it is complete wherever `Repeat` is, which type traits of some compilers need.
+struct RepeatKind {
+  enum class Case { weekday, day, workday, weekend };
+  Case which = Case::day;
+  Weekday weekday = Weekday::monday;  // meaningful only when `which` is Case::weekday
+
+  static RepeatKind of(Weekday w) { return RepeatKind{Case::weekday, w}; }
+  static RepeatKind anyDay() { return RepeatKind{Case::day, Weekday::monday}; }
+  static RepeatKind workday() { return RepeatKind{Case::workday, Weekday::monday}; }
+  static RepeatKind weekend() { return RepeatKind{Case::weekend, Weekday::monday}; }
+
+  // Workdays are Monday to Friday, weekend days Saturday and Sunday.
+  [[nodiscard]] bool matches(const DayDate& d) const;
+
+  bool operator==(const RepeatKind& o) const {
+    return which == o.which && (which != Case::weekday || weekday == o.weekday);
+  }
+};
+
+// "The second Tuesday", "the last workday": the ordinal-th day of `kind` within a month
+// (`Repeat::OnThe`).
+struct RepeatOnThe {
+  // 1 is the first, 2 the second …; -1 the last, -2 the second to last. 0, or a position
+  // beyond the month's count of such days, selects nothing in that month.
+  std::int64_t ordinal = 1;
+  RepeatKind kind;
+
+  bool operator==(const RepeatOnThe&) const = default;
+};
+
 // A rule is stepped period by period from its anchor (its first date): step k covers the k-th
 // period of `every` units after the anchor's own period, and the rule's filters pick the days
 // of that period. A rule that picks nothing in 400 consecutive steps has no further date, so a
@@ -27,34 +58,8 @@ struct Repeat {
   // was completed, or its due date's rhythm continued past the completion day.
   enum class From { due, done, catchUp };
 
-  // The days of a month that an ordinal counts.
-  struct Kind {
-    enum class Case { weekday, day, workday, weekend };
-    Case which = Case::day;
-    Weekday weekday = Weekday::monday;  // meaningful only when `which` is Case::weekday
-
-    static Kind of(Weekday w) { return Kind{Case::weekday, w}; }
-    static Kind anyDay() { return Kind{Case::day, Weekday::monday}; }
-    static Kind workday() { return Kind{Case::workday, Weekday::monday}; }
-    static Kind weekend() { return Kind{Case::weekend, Weekday::monday}; }
-
-    // Workdays are Monday to Friday, weekend days Saturday and Sunday.
-    [[nodiscard]] bool matches(const DayDate& d) const;
-
-    bool operator==(const Kind& o) const {
-      return which == o.which && (which != Case::weekday || weekday == o.weekday);
-    }
-  };
-
-  // "The second Tuesday", "the last workday": the ordinal-th day of `kind` within a month.
-  struct OnThe {
-    // 1 is the first, 2 the second …; -1 the last, -2 the second to last. 0, or a position
-    // beyond the month's count of such days, selects nothing in that month.
-    std::int64_t ordinal = 1;
-    Kind kind;
-
-    bool operator==(const OnThe&) const = default;
-  };
+  using Kind = RepeatKind;
+  using OnThe = RepeatOnThe;
 
   // The step size in units; a value below 1 steps like 1.
   std::int64_t every = 1;

@@ -124,7 +124,7 @@ std::optional<std::int64_t> monthWord(const std::string& word) {
 }
 
 std::optional<std::int64_t> positiveNumber(std::string_view text) {
-  if (text.empty() || text.size() > 9) return std::nullopt;
+  if (text.empty()) return std::nullopt;
   if (!std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; })) {
     return std::nullopt;
   }

@@ -15,8 +15,9 @@ int runMain(int argc, const char* const* argv, std::ostream& out, std::ostream& 
   app.set_version_flag("--version", std::string("trivo ") + versionString());
   app.require_subcommand(1);
   std::optional<std::string> vault;
-  app.add_option("--vault", vault, "The vault folder (else TRIVO_VAULT, else the nearest "
-                                   "folder upward holding .trivo)")
+  app.add_option("--vault", vault,
+                 "The vault folder (else TRIVO_VAULT, else the nearest "
+                 "folder upward holding .trivo)")
       ->type_name("DIR");
   bool json = false;
   app.add_flag("--json", json, "Print one JSON document instead of text for people");
@@ -47,8 +48,8 @@ int runMain(int argc, const char* const* argv, std::ostream& out, std::ostream& 
     return 2;
   }
 
-  Context context{out, err, SystemClock::shared(), vault, json,
-                  &out == &std::cout && isatty(STDOUT_FILENO) != 0};
+  Context context{out,   err,  SystemClock::shared(),
+                  vault, json, &out == &std::cout && isatty(STDOUT_FILENO) != 0};
   for (std::size_t i = 0; i < commands.size(); ++i) {
     if (!subs[i]->parsed()) continue;
     try {

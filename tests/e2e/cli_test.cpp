@@ -29,3 +29,33 @@ TEST(WidgetHost, HelpRuns) {
 
 }  // namespace
 }  // namespace trivo
+
+namespace trivo {
+namespace {
+
+TEST(PlanCommand, PinnedTodayDrivesThePlanAndJsonHasTheFieldNames) {
+  testing::ProcessOptions pinned;
+  pinned.env["TRIVO_TODAY"] = "2027-12-31";
+  auto text = testing::runTrivo({"plan"}, pinned);
+  EXPECT_EQ(text.exitCode, 0) << text.err;
+  EXPECT_NE(text.out.find("Friday 2027-12-31, week 2027-W52"), std::string::npos) << text.out;
+  EXPECT_NE(text.out.find("Reflections due: week 2027-W52, month 2027-12, quarter 2027-Q4, year "
+                          "2027\n"),
+            std::string::npos)
+      << text.out;
+
+  auto json = testing::runTrivo({"--json", "plan", "tomorrow"}, pinned);
+  EXPECT_EQ(json.exitCode, 0) << json.err;
+  EXPECT_NE(json.out.find("\"promptKey\": \"prompt.day.saturday\""), std::string::npos) << json.out;
+}
+
+TEST(PlanCommand, ABadDayIsRefusedWithOneSentence) {
+  auto r = testing::runTrivo({"plan", "2026-02-30"});
+  EXPECT_EQ(r.exitCode, 1);
+  EXPECT_EQ(r.err,
+            "trivo: \"2026-02-30\" is not a day; write it as YYYY-MM-DD, today, yesterday, "
+            "tomorrow or a weekday name.\n");
+}
+
+}  // namespace
+}  // namespace trivo

@@ -12,9 +12,7 @@ class FakeClock final : public Clock {
  public:
   explicit FakeClock(Instant start = Instant{}, std::chrono::seconds utcOffset = {})
       : now_(start.time_since_epoch().count()), offset_(utcOffset) {}
-  [[nodiscard]] Instant now() const override {
-    return Instant(Instant::duration(now_.load()));
-  }
+  [[nodiscard]] Instant now() const override { return Instant(Instant::duration(now_.load())); }
   [[nodiscard]] LocalReading local(Instant instant) const override {
     return readWithOffset(instant, offset_);
   }

@@ -3,12 +3,15 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstdlib>
 #include <stdexcept>
+#include <thread>
 
 extern char** environ;
 
@@ -20,12 +23,99 @@ std::string builtProgram(const std::string& program) {
 
 ProcessResult runProgram(const std::string& program, const std::vector<std::string>& args,
                          const ProcessOptions& options) {
+  return runExecutable(builtProgram(program), args, options);
+}
+
+namespace {
+
+// In a forked child: applies the options and replaces the process with the program.
+[[noreturn]] void execChild(const std::string& path, std::vector<std::string> argStore,
+                            const ProcessOptions& options) {
+  for (const auto& [name, value] : options.env) {
+    if (value) {
+      setenv(name.c_str(), value->c_str(), 1);
+    } else {
+      unsetenv(name.c_str());
+    }
+  }
+  if (options.cwd && chdir(options.cwd->c_str()) != 0) _exit(126);
+  std::vector<char*> argv;
+  for (auto& a : argStore) argv.push_back(a.data());
+  argv.push_back(nullptr);
+  execve(path.c_str(), argv.data(), environ);
+  _exit(127);
+}
+
+}  // namespace
+
+BackgroundProcess::BackgroundProcess(const std::string& path, const std::vector<std::string>& args,
+                                     const ProcessOptions& options) {
+  int outPipe[2];
+  if (pipe2(outPipe, O_CLOEXEC) != 0) throw std::runtime_error("pipe failed");
+  std::vector<std::string> argStore{path};
+  argStore.insert(argStore.end(), args.begin(), args.end());
+  pid_ = fork();
+  if (pid_ < 0) throw std::runtime_error("fork failed");
+  if (pid_ == 0) {
+    dup2(outPipe[1], 1);
+    execChild(path, argStore, options);
+  }
+  close(outPipe[1]);
+  out_ = outPipe[0];
+}
+
+BackgroundProcess::~BackgroundProcess() {
+  if (pid_ > 0 && !stop(5000)) {
+    kill(pid_, SIGKILL);
+    waitpid(pid_, nullptr, 0);
+  }
+  if (out_ >= 0) close(out_);
+}
+
+std::optional<std::string> BackgroundProcess::readLine(int timeoutMs) {
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
+  for (;;) {
+    const auto newline = buffered_.find('\n');
+    if (newline != std::string::npos) {
+      std::string line = buffered_.substr(0, newline);
+      buffered_.erase(0, newline + 1);
+      return line;
+    }
+    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+        deadline - std::chrono::steady_clock::now());
+    if (left.count() <= 0 || out_ < 0) return std::nullopt;
+    pollfd p{out_, POLLIN, 0};
+    if (poll(&p, 1, static_cast<int>(left.count())) <= 0) continue;
+    char buf[4096];
+    const ssize_t n = read(out_, buf, sizeof buf);
+    if (n <= 0) return std::nullopt;
+    buffered_.append(buf, static_cast<std::size_t>(n));
+  }
+}
+
+std::optional<int> BackgroundProcess::stop(int timeoutMs) {
+  if (pid_ <= 0) return std::nullopt;
+  kill(pid_, SIGTERM);
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
+  while (std::chrono::steady_clock::now() < deadline) {
+    int status = 0;
+    const pid_t done = waitpid(pid_, &status, WNOHANG);
+    if (done == pid_) {
+      pid_ = -1;
+      return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+  return std::nullopt;
+}
+
+ProcessResult runExecutable(const std::string& path, const std::vector<std::string>& args,
+                            const ProcessOptions& options) {
   int outPipe[2], errPipe[2], inPipe[2];
   if (pipe2(outPipe, O_CLOEXEC) != 0 || pipe2(errPipe, O_CLOEXEC) != 0 ||
       pipe2(inPipe, O_CLOEXEC) != 0) {
     throw std::runtime_error("pipe failed");
   }
-  const std::string path = builtProgram(program);
   std::vector<std::string> argStore{path};
   argStore.insert(argStore.end(), args.begin(), args.end());
 
@@ -35,19 +125,7 @@ ProcessResult runProgram(const std::string& program, const std::vector<std::stri
     dup2(inPipe[0], 0);
     dup2(outPipe[1], 1);
     dup2(errPipe[1], 2);
-    for (const auto& [name, value] : options.env) {
-      if (value) {
-        setenv(name.c_str(), value->c_str(), 1);
-      } else {
-        unsetenv(name.c_str());
-      }
-    }
-    if (options.cwd && chdir(options.cwd->c_str()) != 0) _exit(126);
-    std::vector<char*> argv;
-    for (auto& a : argStore) argv.push_back(a.data());
-    argv.push_back(nullptr);
-    execve(path.c_str(), argv.data(), environ);
-    _exit(127);
+    execChild(path, argStore, options);
   }
   close(inPipe[0]);
   close(outPipe[1]);

@@ -30,5 +30,29 @@ inline ProcessResult runTrivo(const std::vector<std::string>& args,
 }
 // The absolute path of a program built by this project.
 std::string builtProgram(const std::string& program);
+// Runs any executable by absolute path.
+ProcessResult runExecutable(const std::string& path, const std::vector<std::string>& args,
+                            const ProcessOptions& options = {});
+
+// A child process that runs while the test goes on, stopped with SIGTERM (then SIGKILL) when the
+// object goes away. Its standard output can be read line by line.
+class BackgroundProcess {
+ public:
+  BackgroundProcess(const std::string& path, const std::vector<std::string>& args,
+                    const ProcessOptions& options = {});
+  ~BackgroundProcess();
+  BackgroundProcess(const BackgroundProcess&) = delete;
+  BackgroundProcess& operator=(const BackgroundProcess&) = delete;
+
+  // The next line of standard output, or nothing when none came within the timeout.
+  std::optional<std::string> readLine(int timeoutMs);
+  // Sends SIGTERM and waits up to the timeout; the exit code, or nothing when it did not end.
+  std::optional<int> stop(int timeoutMs);
+
+ private:
+  int pid_ = -1;
+  int out_ = -1;
+  std::string buffered_;
+};
 
 }  // namespace trivo::testing

@@ -28,7 +28,7 @@ Row rowFrom(const DayDate& start, const std::optional<YearMonth>& only) {
 
 std::array<Weekday, 7> columns(WeekStart weekStart) {
   if (weekStart == WeekStart::monday) return DayDate::allWeekdays;
-  return {Weekday::sunday,    Weekday::monday, Weekday::tuesday, Weekday::wednesday,
+  return {Weekday::sunday,   Weekday::monday, Weekday::tuesday, Weekday::wednesday,
           Weekday::thursday, Weekday::friday, Weekday::saturday};
 }
 

@@ -1,11 +1,12 @@
 // Calendar values against independent sources: std::chrono for day numbers, the C library's
 // strftime for ISO weeks.
+#include "core/calendar/calendar.h"
+
 #include <gtest/gtest.h>
 
 #include <chrono>
 #include <ctime>
 
-#include "core/calendar/calendar.h"
 #include "testing/fake_clock.h"
 
 namespace trivo {
@@ -17,22 +18,14 @@ TEST(DayDate, ParsesOnlyExactFourTwoTwoPiecesOfRealDays) {
     std::optional<DayDate> expected;
   };
   const Case cases[] = {
-      {"2026-09-16", DayDate{2026, 9, 16}},
-      {"2024-02-29", DayDate{2024, 2, 29}},
-      {"2000-02-29", DayDate{2000, 2, 29}},
-      {"2026-02-29", std::nullopt},
-      {"1900-02-29", std::nullopt},
-      {"2026-9-16", std::nullopt},
-      {"2026-09-16-x", std::nullopt},
-      {"2026-09", std::nullopt},
-      {"2026-13-01", std::nullopt},
-      {"2026-00-10", std::nullopt},
-      {"2026-04-31", std::nullopt},
-      {"2026-04-00", std::nullopt},
-      {"20260916", std::nullopt},
-      {"", std::nullopt},
-      {"abcd-09-16", std::nullopt},
-      {"2026-0x-16", std::nullopt},
+      {"2026-09-16", DayDate{2026, 9, 16}}, {"2024-02-29", DayDate{2024, 2, 29}},
+      {"2000-02-29", DayDate{2000, 2, 29}}, {"2026-02-29", std::nullopt},
+      {"1900-02-29", std::nullopt},         {"2026-9-16", std::nullopt},
+      {"2026-09-16-x", std::nullopt},       {"2026-09", std::nullopt},
+      {"2026-13-01", std::nullopt},         {"2026-00-10", std::nullopt},
+      {"2026-04-31", std::nullopt},         {"2026-04-00", std::nullopt},
+      {"20260916", std::nullopt},           {"", std::nullopt},
+      {"abcd-09-16", std::nullopt},         {"2026-0x-16", std::nullopt},
       {" 2026-09-16", std::nullopt},
   };
   for (const auto& c : cases) EXPECT_EQ(DayDate::parse(c.text), c.expected) << c.text;

@@ -94,20 +94,20 @@ template <>
 struct std::hash<trivo::ISOWeek> {
   std::size_t operator()(const trivo::ISOWeek& w) const noexcept {
     return std::hash<std::uint64_t>()(static_cast<std::uint64_t>(w.year) * 64u +
-                                     static_cast<std::uint64_t>(w.week));
+                                      static_cast<std::uint64_t>(w.week));
   }
 };
 template <>
 struct std::hash<trivo::YearMonth> {
   std::size_t operator()(const trivo::YearMonth& m) const noexcept {
     return std::hash<std::uint64_t>()(static_cast<std::uint64_t>(m.year) * 16u +
-                                     static_cast<std::uint64_t>(m.month));
+                                      static_cast<std::uint64_t>(m.month));
   }
 };
 template <>
 struct std::hash<trivo::YearQuarter> {
   std::size_t operator()(const trivo::YearQuarter& q) const noexcept {
     return std::hash<std::uint64_t>()(static_cast<std::uint64_t>(q.year) * 8u +
-                                     static_cast<std::uint64_t>(q.quarter));
+                                      static_cast<std::uint64_t>(q.quarter));
   }
 };

@@ -3,15 +3,15 @@
 // field's default; a value of the wrong type throws RecordError naming the key.
 #pragma once
 
+#include <nlohmann/json.hpp>
+#include <cstdint>
 #include <optional>
 #include <span>
 #include <stdexcept>
-#include <string_view>
 #include <string>
+#include <string_view>
 #include <type_traits>
 #include <utility>
-
-#include <nlohmann/json.hpp>
 
 namespace trivo {
 
@@ -47,6 +47,14 @@ void put(Json& j, const char* key, const T& value) {
 // Reads a whole value, turning the JSON library's type errors into RecordError.
 template <class T>
 T as(const Json& j, const char* what) {
+  // Converting a fractional or huge floating-point value to an integer is undefined, so integer
+  // fields accept whole numbers only.
+  if constexpr (std::is_same_v<T, std::int64_t>) {
+    if (!j.is_number_integer() ||
+        (j.is_number_unsigned() && j.get<std::uint64_t>() > static_cast<std::uint64_t>(INT64_MAX))) {
+      throw RecordError(std::string("\"") + what + "\" must be a whole number");
+    }
+  }
   try {
     return j.get<T>();
   } catch (const RecordError&) {

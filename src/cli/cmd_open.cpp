@@ -1,0 +1,241 @@
+// `trivo open URL [--dry-run]`: follows a "trivo://" link, the handler that the desktop entry
+// registers for the app's link schemes.
+#include <CLI/CLI.hpp>
+#include <filesystem>
+#include <fstream>
+#include <ostream>
+
+#include "cli/command.h"
+#include "core/calendar/day_date.h"
+#include "core/focus/live_state.h"
+#include "core/links/deep_link.h"
+#include "core/vault/page_link.h"
+#include "core/vault/relative_page.h"
+#include "core/vault/vault_locator.h"
+#include "core/vault/vault_paths.h"
+
+namespace trivo::cli {
+namespace {
+
+namespace fs = std::filesystem;
+
+template <class... Ts>
+struct Overloaded : Ts... {
+  using Ts::operator()...;
+};
+template <class... Ts>
+Overloaded(Ts...) -> Overloaded<Ts...>;
+
+std::string inQuotes(std::string_view text) { return "\"" + std::string(text) + "\""; }
+
+// The vault's year mode, read leniently: anything unreadable means the default.
+YearMode yearModeOf(const fs::path& root) {
+  std::ifstream in(root / ".trivo" / "config.json", std::ios::binary);
+  if (!in) return YearMode::quarter;
+  const Json config = Json::parse(in, nullptr, /*allow_exceptions=*/false);
+  if (!config.is_object()) return YearMode::quarter;
+  auto it = config.find("yearMode");
+  if (it == config.end() || !it->is_string()) return YearMode::quarter;
+  return json::enumFromString<YearMode>(it->get<std::string>(), kYearModeNames)
+      .value_or(YearMode::quarter);
+}
+
+// A link may come from anywhere (a web page, another program), so a note path is taken only
+// when it names a file inside the vault: relative, without "..", and not leaving through a
+// symbolic link.
+fs::path noteInside(const fs::path& root, const std::string& note) {
+  const std::string refusal =
+      inQuotes(note) + " is outside the vault; a note link names a file inside the vault.";
+  const fs::path relative(note);
+  if (relative.is_absolute() || relative.has_root_name() || relative.has_root_directory()) {
+    throw UserError(refusal);
+  }
+  for (const fs::path& part : relative) {
+    if (part == "..") throw UserError(refusal);
+  }
+  const fs::path file = root / relative;
+  std::error_code rootError;
+  std::error_code fileError;
+  const fs::path realRoot = fs::weakly_canonical(root, rootError);
+  const fs::path realFile = fs::weakly_canonical(file, fileError);
+  if (!rootError && !fileError) {
+    const auto rel = realFile.lexically_relative(realRoot);
+    if (rel.empty() || rel == "." || *rel.begin() == "..") throw UserError(refusal);
+  }
+  return file;
+}
+
+// What following a link does here: a sentence, and the file it leads to when there is one.
+struct Action {
+  std::string sentence;
+  std::optional<fs::path> file;
+};
+
+class OpenCommand final : public Command {
+ public:
+  [[nodiscard]] const char* name() const override { return "open"; }
+  [[nodiscard]] const char* summary() const override {
+    return "Follow a trivo:// link (--dry-run prints the link as read)";
+  }
+  [[nodiscard]] bool writesVault() const override { return false; }
+
+  void define(CLI::App& app) override {
+    app.add_option("URL", url_, "A link such as trivo://open?page=day:2026-09-16")->required();
+    app.add_flag("--dry-run", dryRun_, "Print the link as read, as JSON, and do nothing");
+  }
+
+  int run(Context& context) override {
+    const auto link = DeepLink::parse(url_);
+    if (!link) {
+      context.err << "not a trivo link: " << url_ << "\n";
+      return 1;
+    }
+    if (dryRun_) {
+      context.out << Json(*link).dump(2) << "\n";
+      return 0;
+    }
+    const Action action = follow(*link, context);
+    if (context.json) {
+      Json out = Json::object();
+      out["link"] = *link;
+      out["action"] = action.sentence;
+      out["file"] = action.file ? Json(action.file->string()) : Json(nullptr);
+      context.out << out.dump(2) << "\n";
+    } else {
+      context.out << action.sentence << "\n";
+    }
+    return 0;
+  }
+
+ private:
+  fs::path root(const Context& context) {
+    if (!root_) {
+      try {
+        root_ = locateVault(VaultSearch::fromProcess(context.vault));
+      } catch (const VaultNotFound& e) {
+        throw UserError(e.what());
+      }
+    }
+    return *root_;
+  }
+
+  Action openPage(const EntryKey& key, const Context& context) {
+    const fs::path r = root(context);
+    const fs::path file = VaultPaths(r, detectVaultFormat(r)).urlFor(key);
+    return {"Would open " + key.description() + ": " + file.string(), file};
+  }
+
+  // Orders reach the running timer through the live-state command file, which the app takes
+  // within its next tick; an order left for 60 seconds is dropped, so say when nobody listens.
+  static Action sendToTimer(LiveState::Command command, const Context& context) {
+    LiveState::send(command, context.clock);
+    std::string sentence = "Asked the focus timer to " +
+                           std::string(kLiveStateCommandNames[static_cast<std::size_t>(command)]) +
+                           ".";
+    if (!LiveState::read().appIsUp(context.clock)) {
+      sentence +=
+          " The app is not running; the order is dropped if it does not start within a "
+          "minute.";
+    }
+    return {sentence, std::nullopt};
+  }
+
+  static Action pressWidgetKey(DeepLink::WidgetKey key, const Context& context) {
+    using Key = DeepLink::WidgetKey;
+    switch (key) {
+      case Key::start:
+        return sendToTimer(LiveState::Command::start, context);
+      case Key::stop:
+        return sendToTimer(LiveState::Command::stop, context);
+      case Key::hold: {
+        // "Hold" toggles: it pauses a running session and resumes a paused one or a break.
+        const auto phase = LiveState::read().phase;
+        if (phase == LiveState::Phase::idle) {
+          throw UserError("No focus session is under way, so there is nothing to hold.");
+        }
+        return sendToTimer(phase == LiveState::Phase::running ? LiveState::Command::pause
+                                                              : LiveState::Command::resume,
+                           context);
+      }
+      case Key::focus:
+        return {"Would show the focus window.", std::nullopt};
+      case Key::capture:
+        return {"Would open the inbox to capture a line.", std::nullopt};
+      case Key::journal:
+        return {"Would open today's journal.", std::nullopt};
+    }
+    return {"", std::nullopt};
+  }
+
+  Action follow(const DeepLink& link, const Context& context) {
+    using DL = DeepLink;
+    return std::visit(
+        Overloaded{
+            [&](const DL::Open& v) -> Action {
+              if (const auto* key = std::get_if<PageKey>(&v.destination.value);
+                  key && key->kind == PageKey::Kind::period && key->period) {
+                return openPage(*key->period, context);
+              }
+              return {"Would open " + v.destination.pageKey() + ".", std::nullopt};
+            },
+            [&](const DL::OpenRelative& v) -> Action {
+              const fs::path r = root(context);
+              const PageTarget target =
+                  resolve(v.page, DayDate::today(context.clock), yearModeOf(r));
+              if (const EntryKey* key = target.asPage()) return openPage(*key, context);
+              return {"Would open the " + *target.asView() + " view.", std::nullopt};
+            },
+            [&](const DL::OpenDraft& v) -> Action {
+              return {"Would open the draft " + inQuotes(v.name) + ".", std::nullopt};
+            },
+            [&](const DL::OpenNote& v) -> Action {
+              const fs::path file = noteInside(root(context), v.path);
+              return {"Would open the note: " + file.string(), file};
+            },
+            [&](const DL::OpenInbox& v) -> Action {
+              Action action = openPage(EntryKey::inbox(), context);
+              action.sentence =
+                  "Would open the inbox list " + inQuotes(v.list) + ": " + action.file->string();
+              return action;
+            },
+            [&](const DL::Find& v) -> Action {
+              return {"Would search the vault for " + inQuotes(v.query) + ".", std::nullopt};
+            },
+            [&](const DL::DraftsWindow& v) -> Action {
+              return {v.name ? "Would open the drafts window at " + inQuotes(*v.name) + "."
+                             : std::string("Would open the drafts window."),
+                      std::nullopt};
+            },
+            [&](const DL::License& v) -> Action {
+              return {"Would enter the licence key " + inQuotes(v.key) + ".", std::nullopt};
+            },
+            [&](const DL::Debug& v) -> Action {
+              return {"Would run the debugging command " + inQuotes(v.command) + ".", std::nullopt};
+            },
+            [&](const DL::Widget& v) -> Action { return pressWidgetKey(v.key, context); },
+            [&](const DL::FocusStart&) -> Action {
+              return sendToTimer(LiveState::Command::start, context);
+            },
+            [&](const DL::FocusStop&) -> Action {
+              return sendToTimer(LiveState::Command::stop, context);
+            },
+            [&](const DL::FocusWindow&) -> Action {
+              return {"Would show the focus window.", std::nullopt};
+            },
+            [&](const DL::Capture&) -> Action {
+              throw UserError("Capture links are not available yet.");
+            },
+        },
+        link.payload);
+  }
+
+  std::string url_;
+  bool dryRun_ = false;
+  std::optional<fs::path> root_;
+};
+
+}  // namespace
+
+std::unique_ptr<Command> makeOpenCommand() { return std::make_unique<OpenCommand>(); }
+
+}  // namespace trivo::cli

@@ -1,0 +1,81 @@
+// `trivo path PAGE`: the file that holds a page of the vault.
+#include <CLI/CLI.hpp>
+#include <fstream>
+#include <ostream>
+
+#include "cli/command.h"
+#include "core/calendar/day_date.h"
+#include "core/vault/page_address.h"
+#include "core/vault/page_link.h"
+#include "core/vault/vault_locator.h"
+#include "core/vault/vault_paths.h"
+
+namespace trivo::cli {
+namespace {
+
+// The vault's year mode, read leniently: anything unreadable means the default.
+YearMode yearModeOf(const std::filesystem::path& root) {
+  std::ifstream in(root / ".trivo" / "config.json", std::ios::binary);
+  if (!in) return YearMode::quarter;
+  const Json config = Json::parse(in, nullptr, /*allow_exceptions=*/false);
+  if (!config.is_object()) return YearMode::quarter;
+  auto it = config.find("yearMode");
+  if (it == config.end() || !it->is_string()) return YearMode::quarter;
+  return json::enumFromString<YearMode>(it->get<std::string>(), kYearModeNames)
+      .value_or(YearMode::quarter);
+}
+
+class PathCommand final : public Command {
+ public:
+  [[nodiscard]] const char* name() const override { return "path"; }
+  [[nodiscard]] const char* summary() const override {
+    return "Print the file that holds a page (2026-09-16, 2026-W38, inbox, today, yesterday …)";
+  }
+  [[nodiscard]] bool writesVault() const override { return false; }
+
+  void define(CLI::App& app) override {
+    app.add_option("PAGE", page_, "A page address such as today, 2026-09-16 or week:2026-W38")
+        ->required();
+  }
+
+  int run(Context& context) override {
+    std::filesystem::path root;
+    try {
+      root = locateVault(VaultSearch::fromProcess(context.vault));
+    } catch (const VaultNotFound& e) {
+      throw UserError(e.what());
+    }
+    const auto target = parsePageAddress(page_, DayDate::today(context.clock), yearModeOf(root));
+    if (!target) {
+      throw UserError("\"" + page_ +
+                      "\" is not a page address; try a date such as 2026-09-16, a period such "
+                      "as 2026-W38, 2026-09, 2026-Q3 or 2026, inbox, today or yesterday.");
+    }
+    const EntryKey* key = target->asPage();
+    if (!key) {
+      throw UserError("\"" + page_ + "\" names the " + *target->asView() +
+                      " view, which has no file of its own.");
+    }
+    const VaultPaths paths(root, detectVaultFormat(root));
+    const std::string path = paths.urlFor(*key).string();
+    if (context.json) {
+      Json out = Json::object();
+      out["key"] = *key;
+      out["pageKey"] = pageKeyText(*key);
+      out["path"] = path;
+      context.out << out.dump(2) << "\n";
+    } else {
+      context.out << path << "\n";
+    }
+    return 0;
+  }
+
+ private:
+  std::string page_;
+};
+
+}  // namespace
+
+std::unique_ptr<Command> makePathCommand() { return std::make_unique<PathCommand>(); }
+
+}  // namespace trivo::cli

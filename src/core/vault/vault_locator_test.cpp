@@ -1,0 +1,75 @@
+// Which vault a command works on, and which format a vault folder has.
+#include "core/vault/vault_locator.h"
+
+#include <gtest/gtest.h>
+
+#include "testing/scoped_env.h"
+
+namespace trivo {
+namespace {
+
+namespace fs = std::filesystem;
+
+class Locate : public ::testing::Test {
+ protected:
+  Locate() {
+    fs::create_directories(dir.path() / "home/vault/.trivo");
+    fs::create_directories(dir.path() / "home/vault/days/deep");
+    fs::create_directories(dir.path() / "elsewhere/sub");
+    fs::create_directories(dir.path() / "config");
+    search.currentDirectory = dir.path() / "home/vault/days/deep";
+    search.configDirectory = dir.path() / "config";
+  }
+  testing::TempDir dir;
+  VaultSearch search;
+};
+
+TEST_F(Locate, OptionThenEnvironmentThenNearestFolderHoldingDotTrivo) {
+  search.option = "../../../../elsewhere/";
+  search.environment = "/from/env";
+  EXPECT_EQ(locateVault(search), dir.path() / "elsewhere");
+  search.option.reset();
+  EXPECT_EQ(locateVault(search), "/from/env");
+  search.environment.reset();
+  EXPECT_EQ(locateVault(search), dir.path() / "home/vault");
+}
+
+TEST_F(Locate, KnownVaultsDefaultServesWhenNoFolderUpwardHoldsDotTrivo) {
+  search.currentDirectory = dir.path() / "elsewhere/sub";
+  dir.write("config/vaults.json",
+            R"({"vaults": ["/a"], "default": ")" + (dir.path() / "home/vault").string() + "\"}");
+  EXPECT_EQ(locateVault(search), dir.path() / "home/vault");
+}
+
+TEST_F(Locate, NoVaultIsOneSentenceSayingHowToMakeOne) {
+  search.currentDirectory = dir.path() / "elsewhere/sub";
+  for (const char* list :
+       {"", "not json", R"(["/a"])", R"({"default": 3})", R"({"default": "/does/not/exist"})"}) {
+    dir.write("config/vaults.json", list);
+    try {
+      locateVault(search);
+      ADD_FAILURE() << "found a vault with list " << list;
+    } catch (const VaultNotFound& e) {
+      EXPECT_EQ(std::string(e.what()),
+                "No vault found: pass --vault DIR, set TRIVO_VAULT, or run trivo init in the "
+                "folder that should hold your pages.");
+    }
+  }
+}
+
+TEST(VaultFormatDetection, SettingFirstThenThePagesPresent) {
+  testing::TempDir dir;
+  EXPECT_EQ(detectVaultFormat(dir.path()), VaultFormat::markdown);
+  dir.write("days/2026-09-16.org", "");
+  dir.write("days/notes.md", "");  // not a page
+  EXPECT_EQ(detectVaultFormat(dir.path()), VaultFormat::org);
+  dir.write("inbox.md", "");
+  EXPECT_EQ(detectVaultFormat(dir.path()), VaultFormat::markdown);
+  dir.write(".trivo/config.json", R"({"fileFormat": "org"})");
+  EXPECT_EQ(detectVaultFormat(dir.path()), VaultFormat::org);
+  dir.write(".trivo/config.json", R"({"fileFormat": "rtf"})");
+  EXPECT_EQ(detectVaultFormat(dir.path()), VaultFormat::markdown);
+}
+
+}  // namespace
+}  // namespace trivo

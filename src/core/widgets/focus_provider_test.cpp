@@ -1,0 +1,89 @@
+// The widget bundle's table and the timeline's reload moments.
+#include "core/widgets/focus_provider.h"
+
+#include <gtest/gtest.h>
+
+#include "testing/fake_clock.h"
+#include "testing/scoped_env.h"
+
+namespace trivo::widgets {
+namespace {
+
+using namespace std::chrono_literals;
+
+const Instant kNoon = Instant(std::chrono::seconds(1789560000));  // 2026-09-16T12:00:00Z
+
+TEST(TrivoWidgetsBundle, NineWidgetsInOrderWithStableKinds) {
+  std::vector<std::string> kinds;
+  std::vector<std::string> types;
+  for (const auto& w : TrivoWidgets::widgets()) {
+    kinds.push_back(w.kind);
+    types.push_back(w.type);
+  }
+  EXPECT_EQ(kinds, (std::vector<std::string>{"TrivoFocus", "TrivoKeys", "TrivoAgenda",
+                                             "TrivoDrafts", "TrivoWeek", "TrivoDay",
+                                             "TrivoWeekOutcomes", "TrivoMonth", "TrivoYear"}));
+  EXPECT_EQ(types.front(), "FocusWidget");
+  EXPECT_EQ(types.back(), "YearOutcomesWidget");
+
+  const auto focus = *TrivoWidgets::widget("TrivoFocus");
+  EXPECT_EQ(focus.name, (LocalizedText{"", "Trivo"}));
+  EXPECT_EQ(focus.description.key, "ui.widget.about");
+  EXPECT_EQ(TrivoWidgets::widget("TrivoKeys")->name,
+            (LocalizedText{"ui.widget.keys", "Inbox, Journal, Focus"}));
+  EXPECT_EQ(TrivoWidgets::widget("TrivoWeek")->cardKey, std::nullopt);
+  const auto weekOutcomes = *TrivoWidgets::widget("TrivoWeekOutcomes");
+  EXPECT_EQ(weekOutcomes.cardKey, "week");
+  EXPECT_EQ(weekOutcomes.name.text(), "Weekly Outcomes");
+  EXPECT_EQ(weekOutcomes.description,
+            (LocalizedText{"ui.widget.outcomes_about", "The three that carry this scope."}));
+  EXPECT_EQ(TrivoWidgets::widget("TrivoYear")->cardKey, "year");
+  EXPECT_EQ(TrivoWidgets::widget("trivofocus"), std::nullopt);
+}
+
+TEST(FocusTimeline, ReloadsAtTheLaterOfAMinuteAndTheSessionEnd) {
+  LiveState state;
+  state.phase = LiveState::Phase::running;
+  const struct {
+    std::optional<std::chrono::seconds> endsIn;
+    std::chrono::seconds reloadIn;
+  } cases[] = {
+      {30s, 60s},            // never more often than once a minute
+      {600s, 600s},          // at the end of the session
+      {-120s, 60s},          // an end already past
+      {std::nullopt, 900s},  // nothing runs: every fifteen minutes
+  };
+  for (const auto& c : cases) {
+    state.ends = c.endsIn ? std::optional<Instant>(kNoon + *c.endsIn) : std::nullopt;
+    const auto timeline = FocusProvider::timeline(state, kNoon);
+    ASSERT_EQ(timeline.entries.size(), 1u);
+    EXPECT_EQ(timeline.entries[0], (FocusEntry{kNoon, state}));
+    EXPECT_EQ(timeline.reloadAfter, kNoon + c.reloadIn) << (c.endsIn ? c.endsIn->count() : -1);
+  }
+}
+
+TEST(FocusTimeline, PlaceholderIsAFixedRunningSampleAndSnapshotsReadTheLiveState) {
+  testing::FakeClock clock(kNoon);
+  const FocusProvider provider(clock);
+  const auto sample = provider.placeholder(WidgetSize::small);
+  LiveState expected;
+  expected.phase = LiveState::Phase::running;
+  expected.subject = "Trivo";
+  expected.ends = kNoon + 1500s;
+  expected.todayMinutes = 75;
+  expected.done = 1;
+  expected.set = 3;
+  EXPECT_EQ(sample, (FocusEntry{kNoon, expected}));
+
+  testing::TempDir group;
+  testing::TempDir state;
+  testing::ScopedEnv groupEnv("TRIVO_GROUP_DIR", group.path().c_str());
+  testing::ScopedEnv stateEnv("XDG_STATE_HOME", state.path().c_str());
+  EXPECT_EQ(provider.getSnapshot(WidgetSize::small), (FocusEntry{kNoon, LiveState{}}));
+  LiveState::write(expected);
+  EXPECT_EQ(provider.getSnapshot(WidgetSize::small), (FocusEntry{kNoon, expected}));
+  EXPECT_EQ(provider.getTimeline(WidgetSize::large).reloadAfter, kNoon + 1500s);
+}
+
+}  // namespace
+}  // namespace trivo::widgets

@@ -1,0 +1,93 @@
+// `trivo open`: following links from the command line, as the desktop's link handler does.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "core/util/json_fields.h"
+#include "testing/process.h"
+#include "testing/scoped_env.h"
+
+namespace trivo {
+namespace {
+
+TEST(TrivoOpen, DryRunPrintsTheLinkAsJson) {
+  auto r = testing::runTrivo(
+      {"open", "--dry-run", "trivo://focus/start?minutes=25&subject=Deep%20work"});
+  EXPECT_EQ(r.exitCode, 0) << r.err;
+  EXPECT_EQ(Json::parse(r.out),
+            Json::parse(R"({"case":"focusStart","minutes":25,"subject":"Deep work","slot":null})"));
+}
+
+TEST(TrivoOpen, ALinkThatDoesNotParseIsRefusedWithExitOne) {
+  for (const char* url : {"trivo://focus/start?minutes=1441", "https://open?page=calendar"}) {
+    for (bool dryRun : {true, false}) {
+      std::vector<std::string> args = {"open", url};
+      if (dryRun) args.insert(args.begin() + 1, "--dry-run");
+      auto r = testing::runTrivo(args);
+      EXPECT_EQ(r.exitCode, 1) << url;
+      EXPECT_EQ(r.err, std::string("not a trivo link: ") + url + "\n");
+      EXPECT_EQ(r.out, "");
+    }
+  }
+}
+
+TEST(TrivoOpen, OpensPagesOfTheVaultAndNeverANoteOutsideIt) {
+  testing::TempDir dir;
+  const auto vault = dir.path() / "vault";
+  dir.write("vault/.trivo/config.json", "{}");
+  dir.write("vault/notes/a b.md", "x");
+  dir.write("secret.md", "x");
+  std::filesystem::create_directory_symlink(dir.path(), vault / "out");
+  testing::ProcessOptions options;
+  options.env["TRIVO_TODAY"] = "2026-09-16";
+
+  auto day = testing::runTrivo(
+      {"--vault", vault.string(), "open", "trivo-app://open?page=yesterday"}, options);
+  EXPECT_EQ(day.exitCode, 0) << day.err;
+  EXPECT_EQ(day.out,
+            "Would open day 2026-09-15: " + (vault / "days/2026-09-15.md").string() + "\n");
+
+  auto note = testing::runTrivo(
+      {"--vault", vault.string(), "open", "trivo://open?page=files&file=notes/a%20b.md"}, options);
+  EXPECT_EQ(note.exitCode, 0) << note.err;
+  EXPECT_EQ(note.out, "Would open the note: " + (vault / "notes/a b.md").string() + "\n");
+
+  for (const std::string file :
+       {"../secret.md", "notes/../../secret.md", "/etc/passwd", "out/secret.md"}) {
+    auto r = testing::runTrivo(
+        {"--vault", vault.string(), "open", "trivo://open?page=files&file=" + file}, options);
+    EXPECT_EQ(r.exitCode, 1) << file;
+    EXPECT_EQ(r.err, "trivo: \"" + file +
+                         "\" is outside the vault; a note link names a file inside the vault.\n");
+  }
+}
+
+TEST(TrivoOpen, TimerLinksLeaveAnOrderInTheCommandFile) {
+  testing::TempDir group;
+  testing::ProcessOptions options;
+  options.env["TRIVO_GROUP_DIR"] = (group.path() / "g").string();
+  options.env["XDG_STATE_HOME"] = (group.path() / "state").string();
+  auto start = testing::runTrivo({"open", "trivo://widget/start"}, options);
+  EXPECT_EQ(start.exitCode, 0) << start.err;
+  EXPECT_EQ(start.out.rfind("Asked the focus timer to start.", 0), 0u) << start.out;
+  const Json order = Json::parse(group.read("g/command.json"));
+  EXPECT_EQ(order["command"], "start");
+
+  // Nothing runs (no live state), so "hold" has nothing to pause.
+  auto hold = testing::runTrivo({"open", "trivo://widget/hold"}, options);
+  EXPECT_EQ(hold.exitCode, 1);
+  EXPECT_EQ(hold.err, "trivo: No focus session is under way, so there is nothing to hold.\n");
+
+  auto stop = testing::runTrivo({"open", "trivo://focus/stop"}, options);
+  EXPECT_EQ(stop.exitCode, 0) << stop.err;
+  EXPECT_EQ(Json::parse(group.read("g/command.json"))["command"], "stop");
+}
+
+TEST(TrivoOpen, CaptureLinksSayTheyAreNotAvailable) {
+  auto r = testing::runTrivo({"open", "trivo://capture?text=x"});
+  EXPECT_EQ(r.exitCode, 1);
+  EXPECT_EQ(r.err, "trivo: Capture links are not available yet.\n");
+}
+
+}  // namespace
+}  // namespace trivo

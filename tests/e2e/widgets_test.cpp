@@ -1,0 +1,172 @@
+// Runs `trivo-widgets` against a temporary shared folder, as a status bar or a terminal would.
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "core/focus/live_state.h"
+#include "testing/process.h"
+#include "testing/scoped_env.h"
+
+namespace trivo {
+namespace {
+
+using namespace std::chrono_literals;
+
+class WidgetHostCommands : public ::testing::Test {
+ protected:
+  testing::TempDir group_;
+  testing::TempDir state_;
+
+  testing::ProcessResult run(const std::vector<std::string>& args) const {
+    testing::ProcessOptions options;
+    options.env = {{"TRIVO_GROUP_DIR", group_.path().string()},
+                   {"XDG_STATE_HOME", state_.path().string()},
+                   {"XDG_RUNTIME_DIR", std::nullopt},
+                   {"TRIVO_TODAY", "2026-09-16"}};
+    return testing::runProgram("trivo-widgets", args, options);
+  }
+
+  void writeLive(const LiveState& state) const { group_.write("live.json", Json(state).dump()); }
+
+  static LiveState running() {
+    LiveState s;
+    s.phase = LiveState::Phase::running;
+    s.subject = "Essay";
+    s.ends = std::chrono::system_clock::now() + 10min;
+    s.done = 2;
+    s.set = 3;
+    s.drafts = {{"Idea & more", "first line"}};
+    s.cards = {{"week", "Week 38", "", {{"Ship", "done"}}}};
+    return s;
+  }
+};
+
+TEST_F(WidgetHostCommands, ListsTheNineKindsInOrder) {
+  auto r = run({"list"});
+  ASSERT_EQ(r.exitCode, 0) << r.err;
+  EXPECT_EQ(r.out.rfind("TrivoFocus ", 0), 0u) << r.out;
+  EXPECT_NE(r.out.find("TrivoWeekOutcomes  Weekly Outcomes: The three that carry this scope."),
+            std::string::npos)
+      << r.out;
+  auto json = run({"list", "--json"});
+  ASSERT_EQ(json.exitCode, 0);
+  const Json all = Json::parse(json.out);
+  ASSERT_EQ(all.size(), 9u);
+  EXPECT_EQ(all[8]["kind"], "TrivoYear");
+  EXPECT_EQ(all[8]["cardKey"], "year");
+}
+
+TEST_F(WidgetHostCommands, ShowsTheDefaultRecordWhenNothingWasWritten) {
+  auto r = run({"show", "TrivoFocus"});
+  ASSERT_EQ(r.exitCode, 0) << r.err;
+  EXPECT_EQ(r.out,
+            "Trivo\nNo session\nToday: 0 of 0 · 0 min focused\n[Start] trivo://widget/start\n"
+            "trivo://open?page=focus\n");
+  auto drafts = run({"show", "TrivoDrafts", "--size", "small"});
+  EXPECT_NE(drafts.out.find("Pin a draft and it waits here."), std::string::npos) << drafts.out;
+}
+
+TEST_F(WidgetHostCommands, ShowsWhatTheAppWroteWithoutColourOffATerminal) {
+  writeLive(running());
+  auto focus = run({"show", "TrivoFocus", "--size", "large"});
+  ASSERT_EQ(focus.exitCode, 0) << focus.err;
+  EXPECT_EQ(focus.out.rfind("Essay\n", 0), 0u) << focus.out;
+  EXPECT_NE(focus.out.find(" left\n"), std::string::npos) << focus.out;
+  EXPECT_NE(focus.out.find("[Stop] trivo://widget/stop"), std::string::npos) << focus.out;
+  EXPECT_EQ(focus.out.find('\x1b'), std::string::npos);
+
+  auto drafts = run({"show", "TrivoDrafts"});
+  EXPECT_NE(drafts.out.find("trivo://open?page=drafts&name=Idea%20%26%20more"), std::string::npos)
+      << drafts.out;
+  auto week = run({"show", "TrivoWeekOutcomes"});
+  EXPECT_EQ(week.out, "Week 38\n[x] Ship\ntrivo://open?page=week:2026-W38\n");
+}
+
+TEST_F(WidgetHostCommands, BarOncePrintsOneStatusLine) {
+  writeLive(running());
+  auto r = run({"bar", "TrivoFocus", "--once"});
+  ASSERT_EQ(r.exitCode, 0) << r.err;
+  ASSERT_EQ(r.out.back(), '\n');
+  ASSERT_EQ(r.out.find('\n'), r.out.size() - 1) << r.out;
+  const Json line = Json::parse(r.out);
+  std::vector<std::string> keys;
+  for (const auto& item : line.items()) keys.push_back(item.key());
+  EXPECT_EQ(keys, (std::vector<std::string>{"text", "tooltip", "class"}));
+  EXPECT_EQ(line["class"], "running");
+  EXPECT_NE(line["text"].get<std::string>().find("Essay"), std::string::npos);
+  EXPECT_NE(line["tooltip"].get<std::string>().find("Today: 2 of 3"), std::string::npos);
+
+  auto agenda = run({"bar", "TrivoAgenda", "--once"});
+  EXPECT_EQ(Json::parse(agenda.out)["text"], "Nothing on this day.");
+  EXPECT_EQ(Json::parse(agenda.out)["class"], "empty");
+}
+
+// Reads one line from a pipe, waiting at most a few seconds; empty when none came.
+std::string readLine(int fd, std::string& buffer) {
+  for (;;) {
+    if (auto end = buffer.find('\n'); end != std::string::npos) {
+      std::string line = buffer.substr(0, end);
+      buffer.erase(0, end + 1);
+      return line;
+    }
+    pollfd p{fd, POLLIN, 0};
+    if (poll(&p, 1, 5000) <= 0) return {};
+    char chunk[4096];
+    const ssize_t n = read(fd, chunk, sizeof chunk);
+    if (n <= 0) return {};
+    buffer.append(chunk, static_cast<std::size_t>(n));
+  }
+}
+
+TEST_F(WidgetHostCommands, BarPrintsANewLineWhenTheRecordChanges) {
+  const std::string program = testing::builtProgram("trivo-widgets");
+  int out[2];
+  ASSERT_EQ(pipe(out), 0);
+  const pid_t child = fork();
+  ASSERT_GE(child, 0);
+  if (child == 0) {
+    dup2(out[1], STDOUT_FILENO);
+    close(out[0]);
+    close(out[1]);
+    setenv("TRIVO_GROUP_DIR", group_.path().c_str(), 1);
+    setenv("XDG_STATE_HOME", state_.path().c_str(), 1);
+    unsetenv("XDG_RUNTIME_DIR");
+    execl(program.c_str(), "trivo-widgets", "bar", "TrivoFocus", static_cast<char*>(nullptr));
+    _exit(127);
+  }
+  close(out[1]);
+  std::string buffer;
+  const std::string first = readLine(out[0], buffer);
+  LiveState paused;
+  paused.phase = LiveState::Phase::paused;
+  paused.subject = "Essay";
+  // Written the way the app writes: beside the target, then renamed over it.
+  group_.write(".live.json.tmp", Json(paused).dump());
+  std::filesystem::rename(group_.path() / ".live.json.tmp", group_.path() / "live.json");
+  const std::string second = readLine(out[0], buffer);
+  kill(child, SIGTERM);
+  int status = 0;
+  waitpid(child, &status, 0);
+  close(out[0]);
+
+  ASSERT_FALSE(first.empty());
+  EXPECT_EQ(Json::parse(first)["class"], "idle");
+  ASSERT_FALSE(second.empty()) << "no line after the record changed";
+  EXPECT_EQ(Json::parse(second)["class"], "paused");
+  EXPECT_EQ(Json::parse(second)["text"], "Paused Essay");
+}
+
+TEST_F(WidgetHostCommands, RefusesUnknownKindsAndBadUsage) {
+  auto unknown = run({"show", "TrivoNope"});
+  EXPECT_EQ(unknown.exitCode, 1);
+  EXPECT_EQ(unknown.err,
+            "trivo-widgets: There is no widget of kind \"TrivoNope\"; run `trivo-widgets list` "
+            "to see the kinds.\n");
+  EXPECT_EQ(run({"show"}).exitCode, 2);
+  EXPECT_EQ(run({"bar", "TrivoFocus", "--size", "huge"}).exitCode, 2);
+}
+
+}  // namespace
+}  // namespace trivo

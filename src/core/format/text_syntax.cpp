@@ -471,16 +471,16 @@ std::string TextSyntax::orgTaskHeading(OutcomeState state, const std::optional<O
 
 // ---- links ---------------------------------------------------------------------------------
 
-std::string TextSyntax::orgLinks(std::string_view markdown) {
+std::string TextSyntax::orgLinks(std::string_view markdownText) {
   static const Regex media(R"(!\[\]\(((?:\.\./)?media/[^()\s]+)\))");
   static const Regex scheme(R"((?<!!)\[([^\[\]]+)\]\(([A-Za-z][A-Za-z0-9+.-]*://[^()\s]+)\))");
-  return scheme.replaceAll(media.replaceAll(markdown, "[[file:$1]]"), "[[$2][$1]]");
+  return scheme.replaceAll(media.replaceAll(markdownText, "[[file:$1]]"), "[[$2][$1]]");
 }
 
-std::string TextSyntax::markdownLinks(std::string_view org) {
+std::string TextSyntax::markdownLinks(std::string_view orgText) {
   static const Regex media(R"(\[\[file:((?:\.\./)?media/[^\[\]\s]+)\]\])");
   static const Regex scheme(R"(\[\[([A-Za-z][A-Za-z0-9+.-]*://[^\[\]\s]+)\]\[([^\[\]]+)\]\])");
-  return scheme.replaceAll(media.replaceAll(org, "![]($1)"), "[$2]($1)");
+  return scheme.replaceAll(media.replaceAll(orgText, "![]($1)"), "[$2]($1)");
 }
 
 }  // namespace trivo

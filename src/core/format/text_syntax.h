@@ -145,9 +145,9 @@ struct TextSyntax {
 
   // Markdown links to Org links: media images become "[[file:…]]", scheme links
   // "[[url][text]]". Other links are left as they stand.
-  static std::string orgLinks(std::string_view markdown);
+  static std::string orgLinks(std::string_view markdownText);
   // The reverse.
-  static std::string markdownLinks(std::string_view org);
+  static std::string markdownLinks(std::string_view orgText);
 
   bool operator==(const TextSyntax&) const = default;
 };

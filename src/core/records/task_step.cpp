@@ -25,8 +25,8 @@ bool isWithin(const IndexPath& path, const IndexPath& ancestor) {
 // or anything under such a sibling, moves up by one at that level.
 IndexPath afterRemoval(IndexPath path, const IndexPath& removed) {
   const std::size_t level = removed.size() - 1;
-  if (path.size() > level && std::equal(removed.begin(), removed.begin() + static_cast<long>(level),
-                                        path.begin()) &&
+  if (path.size() > level &&
+      std::equal(removed.begin(), removed.begin() + static_cast<long>(level), path.begin()) &&
       path[level] > removed[level]) {
     --path[level];
   }

@@ -3,8 +3,8 @@
 // field's default; a value of the wrong type throws RecordError naming the key.
 #pragma once
 
-#include <nlohmann/json.hpp>
 #include <cstdint>
+#include <nlohmann/json.hpp>
 #include <optional>
 #include <span>
 #include <stdexcept>
@@ -51,7 +51,8 @@ T as(const Json& j, const char* what) {
   // fields accept whole numbers only.
   if constexpr (std::is_same_v<T, std::int64_t>) {
     if (!j.is_number_integer() ||
-        (j.is_number_unsigned() && j.get<std::uint64_t>() > static_cast<std::uint64_t>(INT64_MAX))) {
+        (j.is_number_unsigned() &&
+         j.get<std::uint64_t>() > static_cast<std::uint64_t>(INT64_MAX))) {
       throw RecordError(std::string("\"") + what + "\" must be a whole number");
     }
   }

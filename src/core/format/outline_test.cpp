@@ -1,0 +1,129 @@
+// Splitting pages into blocks and back, and Markdown front matter.
+#include "core/format/outline.h"
+
+#include <gtest/gtest.h>
+
+#include "core/format/serializer_error.h"
+
+namespace trivo {
+namespace {
+
+const TextSyntax md = TextSyntax::markdown;
+const TextSyntax org = TextSyntax::org;
+
+TEST(Outline, SplitThenRenderGivesBackHandEditedTextsByteForByte) {
+  const char* markdownPages[] = {
+      "",
+      "\n",
+      "just a preamble\nwith no headings",
+      "# Day\n\n## Outcomes\n- [ ] a\n\n## Notes\n\n## Journal\n- 09:14 — x\n",
+      "\xEF\xBB\xBF# Day\r\n\r\n## Outcomes\r\n- [x] done  \r\n\r\n\r\n## Notes\r\n",
+      "## Notes   \n\n\n  \ntext with trailing spaces   \n\t\n## Empty\n## Also empty",
+      "## Notes\n```\n## not a heading\n~~~\n## still code\n```\n## Journal",
+      "## A\r\nmixed\nline ends\r\n",
+      "## A\n\n### sub\ntext\n\n\n",
+      "\xFF\xFE## broken\n## \xC3 title\n\xE2\x82",
+  };
+  for (const char* page : markdownPages) {
+    const auto split = Outline::split(page, 2, md);
+    EXPECT_EQ(Outline::render(split, 2, md), page) << page;
+  }
+  const char* orgPages[] = {
+      "#+title: Day\n\n* Outcomes\n** TODO a\nSCHEDULED: <2026-09-16 Wed>\n\n* Notes\n",
+      "* Notes\n#+BEGIN_SRC sh\n* not a heading\n#+end_src\n* Journal\r\n",
+  };
+  for (const char* page : orgPages) {
+    const auto split = Outline::split(page, 2, org);
+    EXPECT_EQ(Outline::render(split, 2, org), page) << page;
+  }
+}
+
+TEST(Outline, HeadingsInsideFencesDoNotSplit) {
+  const auto split = Outline::split(
+      "intro\n\n## Notes\n```\n## code\n~~~\n## more\n```\n\n## Journal\nx", 2, md);
+  EXPECT_EQ(split.preamble, "intro");
+  ASSERT_EQ(split.blocks.size(), 2u);
+  EXPECT_EQ(split.blocks[0], (Outline::Block{"Notes", "```\n## code\n~~~\n## more\n```"}));
+  EXPECT_EQ(split.blocks[1], (Outline::Block{"Journal", "x"}));
+
+  const auto orgSplit = Outline::split("* A\n#+Begin_Quote\n* q\n#+END_QUOTE\n* B", 2, org);
+  ASSERT_EQ(orgSplit.blocks.size(), 2u);
+  EXPECT_EQ(orgSplit.blocks[0].body, "#+Begin_Quote\n* q\n#+END_QUOTE");
+
+  // An unclosed fence hides every later heading rather than splitting code.
+  EXPECT_EQ(Outline::split("## A\n```\n## B", 2, md).blocks.size(), 1u);
+}
+
+TEST(Outline, SplitsOnlyAtTheGivenLevelAndTrimsBodies) {
+  const auto split = Outline::split("# T\n## A\n\n### a1\n\n  \n## B\r\n", 2, md);
+  EXPECT_EQ(split.preamble, "# T");
+  EXPECT_EQ(split.blocks, (std::vector<Outline::Block>{{"A", "### a1"}, {"B\r", ""}}));
+  // CRLF is only normalised when every line ends so; then titles carry no "\r".
+  EXPECT_EQ(Outline::split("## A\r\n## B\r\n", 2, md).blocks[1].title, "B");
+}
+
+TEST(Outline, BlocksBuiltInCodeRenderWithOneBlankLineBetween) {
+  Outline::Split split;
+  split.preamble = "# Day";
+  split.blocks = {{"Outcomes", "- [ ] a"}, {"Reflection", "### Well\ntext"}, {"Notes", ""}};
+  EXPECT_EQ(Outline::render(split, 2, md),
+            "# Day\n\n## Outcomes\n- [ ] a\n\n## Reflection\n\n### Well\ntext\n\n## Notes");
+  EXPECT_EQ((Outline::Block{"Outcomes", "** TODO a"}).render(2, org), "* Outcomes\n\n** TODO a");
+  EXPECT_EQ((Outline::Block{"Notes", "*bold* start"}).render(2, org), "* Notes\n\n*bold* start");
+  EXPECT_EQ(Outline::join(std::vector<std::string>{"A", "", "B"}), "A\n\nB");
+}
+
+TEST(Outline, TrimBlankLinesKeepsInnerBlankLines) {
+  const std::vector<std::string> lines = {"", " \t", "a", "", "b", "  ", ""};
+  EXPECT_EQ(Outline::trimBlankLines(lines), "a\n\nb");
+  EXPECT_EQ(Outline::trimBlankLines(std::vector<std::string>{" ", ""}), "");
+}
+
+TEST(Outline, FrontMatterFieldsRenderAndSplit) {
+  const std::vector<FrontmatterField> fields = {
+      {"date", "2026-09-16"}, {"liked", ""}, {"hotspots", "\n- health\n- work"}};
+  const std::string block = Outline::renderFrontmatter(fields);
+  EXPECT_EQ(block, "---\ndate: 2026-09-16\nliked:\nhotspots:\n- health\n- work\n---");
+  const auto front = Outline::splitFrontmatter(block + "\n\n# Day\n");
+  EXPECT_EQ(front.fields, fields);
+  EXPECT_EQ(front.rest, "\n# Day\n");
+}
+
+TEST(Outline, FrontMatterReadsHandWrittenBlocks) {
+  struct Case {
+    const char* text;
+    std::vector<FrontmatterField> fields;
+    std::string rest;
+  };
+  const Case cases[] = {
+      {"no front matter\n---\n", {}, "no front matter\n---\n"},
+      {"---\n---\nbody", {}, "body"},
+      {"---\n\ndate :  2026-09-16  \nurl: https://x.org\n---\n", {{"date", "2026-09-16"}, {"url", "https://x.org"}}, ""},
+      {"---\ntags:\n  - a: b\n  - https://c\n---", {{"tags", "\n  - a: b\n  - https://c"}}, ""},
+      {"---\nnote: one\nwrapped line\n---\nx", {{"note", "one\nwrapped line"}}, "x"},
+      {"---\r\ndate: 2026-09-16\r\n---\r\nbody\r\n", {{"date", "2026-09-16"}}, "body\r\n"},
+      {"---\ndate: 2026-09-16\n", {{"date", "2026-09-16"}}, ""},
+      {"\xEF\xBB\xBF---\ndate: 2026-09-16\n---\nx", {{"date", "2026-09-16"}}, "x"},
+  };
+  for (const auto& c : cases) {
+    const auto front = Outline::splitFrontmatter(c.text);
+    EXPECT_EQ(front.fields, c.fields) << c.text;
+    EXPECT_EQ(front.rest, c.rest) << c.text;
+  }
+}
+
+TEST(Outline, MalformedFrontMatterIsTheOnlyFailure) {
+  for (const char* text : {"---", "---\n", "---\nno colon here\n---\n", "---\n- item\n---"}) {
+    try {
+      (void)Outline::splitFrontmatter(text);
+      ADD_FAILURE() << "accepted: " << text;
+    } catch (const SerializerError& e) {
+      EXPECT_EQ(e.kind(), SerializerError::Case::malformedFrontmatter) << text;
+    }
+  }
+  EXPECT_THROW((void)md.splitFrontmatter("---"), SerializerError);
+  EXPECT_NO_THROW((void)org.splitFrontmatter("---"));
+}
+
+}  // namespace
+}  // namespace trivo

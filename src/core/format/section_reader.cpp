@@ -1,0 +1,86 @@
+// Reading a page's sections into known bodies and passthrough.
+#include "core/format/section_reader.h"
+
+#include <set>
+#include <vector>
+
+#include "core/format/legacy_headings.h"
+#include "core/format/outline.h"
+#include "core/format/text_util.h"
+
+namespace trivo {
+
+SectionReader::SectionReader(TextSyntax syntaxIn, TodoWords words)
+    : syntax(syntaxIn), todoWords(std::move(words)) {}
+
+std::string SectionReader::sectionKey(std::string_view path, std::string_view key) {
+  if (path.empty()) return std::string(key);
+  return std::string(path) + "/" + std::string(key);
+}
+
+std::string SectionReader::read(std::string_view text, int level,
+                                std::span<const KnownSection> known, std::string_view path) {
+  auto split = Outline::split(text, level, syntax);
+  std::string after = sectionKey(path, "");
+  std::set<std::string, std::less<>> seen;
+  for (const auto& block : split.blocks) {
+    const auto tagged = syntax.splitTags(block.title);
+    const std::string heading = text::lower(text::trim(tagged.title));
+    const KnownSection* match = nullptr;
+    for (const auto& section : known) {
+      if (text::lower(text::trim(section.title)) == heading) {
+        match = &section;
+        break;
+      }
+    }
+    if (match == nullptr) {
+      for (const auto& section : known) {
+        if (LegacyHeadings::names(section.key, tagged.title)) {
+          match = &section;
+          break;
+        }
+      }
+    }
+    const std::string key = match ? sectionKey(path, match->key) : std::string();
+    if (match == nullptr || seen.contains(key)) {
+      pass.unknownSections.push_back(UnknownSection{after, block.render(level, syntax)});
+      continue;
+    }
+    seen.insert(key);
+    bodies_[key] = block.body;
+    if (!tagged.tags.empty()) pass.headingTags[key] = tagged.tags;
+    after = key;
+  }
+  return split.preamble;
+}
+
+std::optional<std::string> SectionReader::body(std::string_view key) const {
+  auto it = bodies_.find(key);
+  if (it == bodies_.end()) return std::nullopt;
+  return it->second;
+}
+
+std::size_t SectionReader::linesCounting(
+    std::string_view key, const std::function<bool(std::string_view line)>& consume) {
+  auto it = bodies_.find(key);
+  if (it == bodies_.end()) return 0;
+  std::size_t consumed = 0;
+  std::vector<std::string_view> kept;
+  for (auto line : text::lines(it->second)) {
+    if (consume(line)) {
+      ++consumed;
+    } else if (!(text::isBlank(line) && !kept.empty() && text::isBlank(kept.back()))) {
+      kept.push_back(line);
+    }
+  }
+  while (!kept.empty() && text::isBlank(kept.back())) kept.pop_back();
+  if (!kept.empty() && text::isBlank(kept.front())) kept.front() = std::string_view();
+  if (!kept.empty()) {
+    pass.sectionTails[std::string(key)] = text::join(kept, "\n");
+  } else {
+    pass.sectionTails.erase(std::string(key));
+  }
+  return consumed;
+}
+
+}  // namespace trivo

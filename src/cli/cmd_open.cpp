@@ -1,6 +1,7 @@
 // `trivo open URL [--dry-run]`: follows a "trivo://" link, the handler that the desktop entry
 // registers for the app's link schemes.
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <ostream>
@@ -8,7 +9,9 @@
 #include "cli/command.h"
 #include "core/calendar/day_date.h"
 #include "core/focus/live_state.h"
+#include "core/format/text_syntax.h"
 #include "core/links/deep_link.h"
+#include "core/store/vault_store.h"
 #include "core/vault/page_link.h"
 #include "core/vault/relative_page.h"
 #include "core/vault/vault_locator.h"
@@ -167,6 +170,47 @@ class OpenCommand final : public Command {
     return {"", std::nullopt};
   }
 
+  // Appends the captured line to the inbox through the store, so the write is atomic and never
+  // lands over an edit made meanwhile in another program.
+  Action capture(const DeepLink::Capture& v, const Context& context) {
+    if (v.pull) {
+      throw UserError(
+          "Pulling a captured line into today's page is not supported yet; capture it without "
+          "pull=true.");
+    }
+    const fs::path r = root(context);
+    const VaultFormat format = detectVaultFormat(r);
+    const TextSyntax syntax{format};
+    std::string words = v.text;
+    std::replace(words.begin(), words.end(), '\n', ' ');
+    std::replace(words.begin(), words.end(), '\r', ' ');
+    const std::string line =
+        "- [ ] " + words + syntax.meta("captured: " + DayDate::today(context.clock).isoString());
+    VaultStore::Options options;
+    options.debounce = std::chrono::milliseconds(0);
+    options.clock = &context.clock;
+    VaultStore store(Vault{r, format, "en", std::nullopt}, options);
+    const EntryKey inbox = EntryKey::inbox();
+    std::string text;
+    try {
+      text = store.loadText(inbox).value_or(format == VaultFormat::org ? "#+title: Inbox\n\n"
+                                                                       : "# Inbox\n\n");
+      if (!text.empty() && text.back() != '\n') text += '\n';
+      store.saveText(inbox, text + line + "\n");
+      store.flush();
+    } catch (const VaultError&) {
+      throw UserError(
+          "The inbox changed on disk while capturing, so nothing was written; run the "
+          "link again, or add this line yourself: " +
+              line,
+          4);
+    } catch (const PageReadError& e) {
+      throw UserError("The inbox cannot be read (" + std::string(e.what()) +
+                      "); nothing was written.");
+    }
+    return {"Captured into the inbox: " + words, VaultPaths(r, format).inbox()};
+  }
+
   Action follow(const DeepLink& link, const Context& context) {
     using DL = DeepLink;
     return std::visit(
@@ -222,9 +266,7 @@ class OpenCommand final : public Command {
             [&](const DL::FocusWindow&) -> Action {
               return {"Would show the focus window.", std::nullopt};
             },
-            [&](const DL::Capture&) -> Action {
-              throw UserError("Capture links are not available yet.");
-            },
+            [&](const DL::Capture& v) -> Action { return capture(v, context); },
         },
         link.payload);
   }

@@ -83,10 +83,29 @@ TEST(TrivoOpen, TimerLinksLeaveAnOrderInTheCommandFile) {
   EXPECT_EQ(Json::parse(group.read("g/command.json"))["command"], "stop");
 }
 
-TEST(TrivoOpen, CaptureLinksSayTheyAreNotAvailable) {
-  auto r = testing::runTrivo({"open", "trivo://capture?text=x"});
-  EXPECT_EQ(r.exitCode, 1);
-  EXPECT_EQ(r.err, "trivo: Capture links are not available yet.\n");
+TEST(TrivoOpen, CaptureAppendsToTheInboxAndKeepsWhatWasThere) {
+  testing::TempDir dir;
+  const auto vault = dir.path() / "vault";
+  dir.write("vault/.trivo/config.json", "{}");
+  dir.write("vault/inbox.md", "# Inbox\n\n- [ ] Existing item");
+  testing::ProcessOptions options;
+  options.env["TRIVO_TODAY"] = "2026-09-16";
+  auto r = testing::runTrivo(
+      {"--vault", vault.string(), "open", "trivo://capture?text=Buy%20milk%20%26%20eggs"}, options);
+  ASSERT_EQ(r.exitCode, 0) << r.err;
+  EXPECT_EQ(r.out, "Captured into the inbox: Buy milk & eggs\n");
+  EXPECT_EQ(
+      dir.read("vault/inbox.md"),
+      "# Inbox\n\n- [ ] Existing item\n- [ ] Buy milk & eggs <!-- captured: 2026-09-16 -->\n");
+
+  auto fresh = testing::runTrivo(
+      {"--vault", (dir.path() / "new").string(), "open", "trivo://capture?text=First"}, options);
+  ASSERT_EQ(fresh.exitCode, 0) << fresh.err;
+  EXPECT_EQ(dir.read("new/inbox.md"), "# Inbox\n\n- [ ] First <!-- captured: 2026-09-16 -->\n");
+
+  auto pull = testing::runTrivo(
+      {"--vault", vault.string(), "open", "trivo://capture?text=x&pull=true&slot=1"}, options);
+  EXPECT_EQ(pull.exitCode, 1);
 }
 
 }  // namespace

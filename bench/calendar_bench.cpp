@@ -75,4 +75,3 @@ BENCHMARK(BM_RepeatDatesOverAYear)->DenseRange(0, 3);
 }  // namespace
 }  // namespace trivo
 
-BENCHMARK_MAIN();

@@ -351,7 +351,11 @@ void from_json(const Json& j, Repeat::Kind& k) {
   if (!j.is_object() || j.size() != 1) {
     throw RecordError("Repeat.Kind must be an object with one case name as its key");
   }
-  const auto& [name, payload] = *j.items().begin();
+  // The iterator, not a structured binding over items(): the proxy that items() returns is a
+  // temporary, and binding to its element would outlive it.
+  const auto entry = j.begin();
+  const std::string name = entry.key();
+  const Json& payload = entry.value();
   auto which = json::enumFromName<Repeat::Kind::Case>(Json(name), kKindNames, "Repeat.Kind");
   Repeat::Kind result{which, Weekday::monday};
   if (which == Repeat::Kind::Case::weekday) result.weekday = json::as<Weekday>(payload, "weekday");

@@ -1,0 +1,94 @@
+// Sound output on Linux: libsndfile for files, PulseAudio's simple API for the sound server.
+#include <pulse/error.h>
+#include <pulse/simple.h>
+#include <sndfile.h>
+
+#include <vector>
+
+#include "core/focus/audio_sink.h"
+
+namespace trivo {
+
+WavFileSink::WavFileSink(const std::filesystem::path& path, int sampleRate)
+    : sampleRate_(sampleRate) {
+  SF_INFO info{};
+  info.samplerate = sampleRate;
+  info.channels = 1;
+  info.format = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
+  SNDFILE* file = sf_open(path.c_str(), SFM_WRITE, &info);
+  if (!file) {
+    throw SoundError("Could not create the sound file " + path.string() + ": " +
+                     sf_strerror(nullptr) + ".");
+  }
+  file_ = file;
+}
+
+WavFileSink::~WavFileSink() { sf_close(static_cast<SNDFILE*>(file_)); }
+
+void WavFileSink::write(std::span<const float> samples) {
+  sf_write_float(static_cast<SNDFILE*>(file_), samples.data(),
+                 static_cast<sf_count_t>(samples.size()));
+}
+
+namespace {
+
+class PulseSink final : public AudioSink {
+ public:
+  PulseSink(pa_simple* stream, int sampleRate) : stream_(stream), sampleRate_(sampleRate) {}
+  ~PulseSink() override {
+    int error = 0;
+    pa_simple_drain(stream_, &error);
+    pa_simple_free(stream_);
+  }
+  PulseSink(const PulseSink&) = delete;
+  PulseSink& operator=(const PulseSink&) = delete;
+  [[nodiscard]] int sampleRate() const override { return sampleRate_; }
+  [[nodiscard]] bool isRealtime() const override { return true; }
+  void write(std::span<const float> samples) override {
+    int error = 0;
+    pa_simple_write(stream_, samples.data(), samples.size() * sizeof(float), &error);
+  }
+
+ private:
+  pa_simple* stream_;
+  int sampleRate_;
+};
+
+}  // namespace
+
+std::unique_ptr<AudioSink> openPulseSink(int sampleRate, const std::string& description) {
+  pa_sample_spec spec{};
+  spec.format = PA_SAMPLE_FLOAT32NE;
+  spec.rate = static_cast<std::uint32_t>(sampleRate);
+  spec.channels = 1;
+  int error = 0;
+  pa_simple* stream = pa_simple_new(nullptr, "Trivo", PA_STREAM_PLAYBACK, nullptr,
+                                    description.c_str(), &spec, nullptr, nullptr, &error);
+  if (!stream) return nullptr;
+  return std::make_unique<PulseSink>(stream, sampleRate);
+}
+
+SoundClip readSoundFile(const std::filesystem::path& path) {
+  SF_INFO info{};
+  SNDFILE* file = sf_open(path.c_str(), SFM_READ, &info);
+  if (!file) {
+    throw SoundError("Could not read the sound " + path.string() + ": " + sf_strerror(nullptr) +
+                     ".");
+  }
+  std::vector<float> frames(static_cast<std::size_t>(info.frames) *
+                            static_cast<std::size_t>(info.channels));
+  const sf_count_t read = sf_readf_float(file, frames.data(), info.frames);
+  sf_close(file);
+  SoundClip clip;
+  clip.sampleRate = info.samplerate;
+  const auto channels = static_cast<std::size_t>(info.channels);
+  clip.samples.resize(static_cast<std::size_t>(read));
+  for (std::size_t i = 0; i < clip.samples.size(); ++i) {
+    float sum = 0;
+    for (std::size_t c = 0; c < channels; ++c) sum += frames[i * channels + c];
+    clip.samples[i] = sum / static_cast<float>(channels);
+  }
+  return clip;
+}
+
+}  // namespace trivo

@@ -57,13 +57,13 @@ class PulseSink final : public AudioSink {
 }  // namespace
 
 std::unique_ptr<AudioSink> openPulseSink(int sampleRate, const std::string& description) {
-  pa_sample_spec spec{};
-  spec.format = PA_SAMPLE_FLOAT32NE;
-  spec.rate = static_cast<std::uint32_t>(sampleRate);
-  spec.channels = 1;
+  pa_sample_spec sampleFormat{};
+  sampleFormat.format = PA_SAMPLE_FLOAT32NE;
+  sampleFormat.rate = static_cast<std::uint32_t>(sampleRate);
+  sampleFormat.channels = 1;
   int error = 0;
   pa_simple* stream = pa_simple_new(nullptr, "Trivo", PA_STREAM_PLAYBACK, nullptr,
-                                    description.c_str(), &spec, nullptr, nullptr, &error);
+                                    description.c_str(), &sampleFormat, nullptr, nullptr, &error);
   if (!stream) return nullptr;
   return std::make_unique<PulseSink>(stream, sampleRate);
 }

@@ -1,0 +1,630 @@
+// Reading and writing the week, month, quarter and year pages in either syntax.
+#include "core/format/page_serializer.h"
+
+#include <array>
+#include <functional>
+#include <span>
+#include <map>
+#include <utility>
+
+#include "core/content/content_bundle.h"
+#include "core/format/list_lines.h"
+#include "core/format/outline.h"
+#include "core/format/section_writer.h"
+#include "core/format/serializer_error.h"
+#include "core/format/text_util.h"
+
+namespace trivo {
+
+namespace {
+
+using Bodies = std::map<std::string, std::string, std::less<>>;
+// Known front matter keys, each with the value the page must carry (its identity) or none.
+using KnownFields = std::map<std::string, std::optional<std::string>, std::less<>>;
+
+constexpr int kSectionLevel = 2;
+constexpr int kPartLevel = 3;
+
+bool isMarkdown(TextSyntax syntax) { return syntax.format == VaultFormat::markdown; }
+
+// The heading of a content key. Keys the bundle does not carry yet get an English fallback so
+// that a page never shows a bare key as a heading.
+std::string heading(std::string_view key, std::string_view fallback) {
+  if (auto text = content::english(key)) return std::string(*text);
+  return std::string(fallback);
+}
+
+// Pages may come with a byte-order mark and Windows line ends; they are written without.
+std::string normalized(std::string_view text) {
+  if (text.starts_with("\xEF\xBB\xBF")) text.remove_prefix(3);
+  std::string out;
+  out.reserve(text.size());
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (text[i] == '\r' && i + 1 < text.size() && text[i + 1] == '\n') continue;
+    out += text[i];
+  }
+  return out;
+}
+
+// A comment line under an item: "> words" (the space is optional when reading).
+std::optional<std::string> commentText(std::string_view line) {
+  const auto t = text::trimStart(line);
+  if (!t.starts_with('>')) return std::nullopt;
+  return std::string(text::trim(t.substr(1)));
+}
+
+std::string commentLine(std::string_view comment) {
+  return comment.empty() ? std::string(">") : "> " + std::string(comment);
+}
+
+// Everything a page's reading needs after its front matter: the known field values, the
+// sections, and the Passthrough being filled.
+struct OpenPage {
+  std::map<std::string, std::string, std::less<>> fields;
+  SectionReader reader;
+};
+
+OpenPage openPage(TextSyntax syntax, std::string_view raw, const KnownFields& known,
+                  std::span<const KnownSection> sections) {
+  const std::string text = normalized(raw);
+  auto front = syntax.splitFrontmatter(text);
+  OpenPage page{{}, SectionReader(syntax, isMarkdown(syntax)
+                                              ? TodoWords{}
+                                              : TextSyntax::todoWords(front.fields))};
+  for (auto& field : front.fields) {
+    auto it = known.find(field.key);
+    // Markdown pages carry their title in the "# " line; a "title" field is the user's own.
+    if (it != known.end() && isMarkdown(syntax) && field.key == "title") it = known.end();
+    if (it == known.end()) {
+      // The standard keyword declaration is written afresh on every Org page.
+      const bool standard = !isMarkdown(syntax) && text::upper(field.key) == "TODO" &&
+                            field.value == TextSyntax::todoDeclaration;
+      if (!standard) page.reader.pass.frontmatterExtras.push_back(std::move(field));
+      continue;
+    }
+    if (it->second && *it->second != field.value) {
+      throw SerializerError::identityMismatch(*it->second, field.value);
+    }
+    page.fields.emplace(field.key, field.value);
+  }
+  std::string preamble = page.reader.read(front.rest, kSectionLevel, sections);
+  if (isMarkdown(syntax)) {
+    // The title line is written afresh from the period; keep everything else around it.
+    std::vector<std::string_view> kept;
+    bool titleTaken = false;
+    for (auto line : text::lines(preamble)) {
+      if (!titleTaken && line.starts_with("# ")) {
+        titleTaken = true;
+        continue;
+      }
+      kept.push_back(line);
+    }
+    preamble = Outline::trimBlankLines(kept);
+  }
+  if (!preamble.empty()) page.reader.pass.preamble = preamble;
+  return page;
+}
+
+std::vector<std::string> listValue(TextSyntax syntax, std::string_view value) {
+  std::vector<std::string> out;
+  if (isMarkdown(syntax) && value.starts_with('\n')) {
+    for (auto line : text::lines(value)) {
+      auto t = text::trim(line);
+      if (t.starts_with("- ")) t = text::trim(t.substr(2));
+      if (!t.empty()) out.emplace_back(t);
+    }
+    return out;
+  }
+  std::size_t start = 0;
+  while (start <= value.size()) {
+    const auto comma = value.find(',', start);
+    const auto part = text::trim(value.substr(start, comma == std::string_view::npos
+                                                         ? std::string_view::npos
+                                                         : comma - start));
+    if (!part.empty()) out.emplace_back(part);
+    if (comma == std::string_view::npos) break;
+    start = comma + 1;
+  }
+  return out;
+}
+
+// Markdown writes a list as YAML list lines under its key; an Org keyword line holds one line.
+std::string renderList(TextSyntax syntax, const std::vector<std::string>& items) {
+  std::string out;
+  for (const auto& item : items) {
+    if (isMarkdown(syntax)) {
+      out += "\n- " + item;
+    } else {
+      if (!out.empty()) out += ", ";
+      out += item;
+    }
+  }
+  return out;
+}
+
+std::string assemblePage(TextSyntax syntax, std::string_view title,
+                         std::vector<FrontmatterField> fields, const Passthrough& pass,
+                         std::string_view sections) {
+  for (const auto& extra : pass.frontmatterExtras) fields.push_back(extra);
+  std::vector<std::string> parts;
+  if (isMarkdown(syntax)) {
+    parts.push_back("# " + std::string(title));
+  } else {
+    fields.insert(fields.begin(), FrontmatterField{"title", std::string(title)});
+    fields = TextSyntax::keywordFront(std::move(fields));
+  }
+  parts.emplace_back(sections);
+  return syntax.assemble(fields, Outline::join(parts)) + "\n";
+}
+
+std::string preambleOf(const Passthrough& pass) { return pass.preamble.value_or(""); }
+
+// ---- outcomes ----
+
+// The planning line under an Org outcome: a day's outcome is scheduled on its day, the outcomes
+// of longer periods are due on the period's last day.
+std::string planningLine(Scope scope, const DayDate& day) {
+  return (scope == Scope::day ? "SCHEDULED: " : "DEADLINE: ") + TextSyntax::timestamp(day);
+}
+
+bool isOwnPlanningLine(std::string_view line) {
+  const auto t = text::trim(line);
+  for (std::string_view word : {"SCHEDULED: <", "DEADLINE: <"}) {
+    if (t.starts_with(word) && t.ends_with('>') &&
+        t.find('<', word.size()) == std::string_view::npos &&
+        t.find('>') == t.size() - 1) {
+      return true;
+    }
+  }
+  return false;
+}
+
+OutcomeSet readOutcomes(SectionReader& reader, std::string_view key, Scope scope) {
+  std::vector<Outcome> list;
+  const TextSyntax syntax = reader.syntax;
+  reader.linesCounting(key, [&](std::string_view line) {
+    if (list.size() < 3) {
+      std::optional<Outcome> found;
+      if (isMarkdown(syntax)) {
+        if (auto box = CheckboxLine::parse(line)) {
+          if (auto state = CheckboxLine::stateFor(box->mark)) {
+            auto split = ServesLink::split(box->text);
+            found = Outcome::make(split.text, *state, split.serves);
+          }
+        }
+      } else if (auto task = TextSyntax::orgTask(line, reader.todoWords)) {
+        auto split = ServesLink::split(task->text);
+        found = Outcome::make(split.text, task->state, split.serves);
+        if (TextSyntax::orgKeywordWord(task->state, std::nullopt) != task->keyword.word) {
+          found->orgKeyword = task->keyword;
+        }
+      }
+      if (found) {
+        list.push_back(std::move(*found));
+        return true;
+      }
+    }
+    if (list.empty()) return false;
+    if (text::isBlank(line)) return true;
+    if (!isMarkdown(syntax) && isOwnPlanningLine(line)) return true;
+    if (auto comment = commentText(line)) {
+      list.back().comments.push_back(*comment);
+    } else {
+      list.back().trailingLines.emplace_back(line);
+    }
+    return true;
+  });
+  return OutcomeSet(scope, std::move(list));
+}
+
+std::string renderOutcomes(TextSyntax syntax, const OutcomeSet& set, const DayDate& due) {
+  std::vector<std::string> lines;
+  for (const auto& outcome : OutcomeSet::normalize(set.outcomes)) {
+    const std::string words = ServesLink::join(outcome.text, outcome.serves);
+    if (isMarkdown(syntax)) {
+      lines.push_back(CheckboxLine::render(CheckboxLine::markFor(outcome.state), words));
+    } else {
+      lines.push_back(TextSyntax::orgTaskHeading(outcome.state, outcome.orgKeyword, words));
+      lines.push_back(planningLine(set.scope, due));
+    }
+    // A Markdown comment is indented so that it belongs to the list item above it.
+    const std::string indent = isMarkdown(syntax) ? "  " : "";
+    for (const auto& comment : outcome.comments) lines.push_back(indent + commentLine(comment));
+    for (const auto& raw : outcome.trailingLines) lines.push_back(raw);
+  }
+  return text::join(lines, "\n");
+}
+
+// ---- checklists ----
+
+// The hidden annotation of a list item: what became of it and when it was closed.
+std::string itemMeta(TextSyntax syntax, const std::optional<CarryItem::Fate>& fate,
+                     const std::optional<std::string>& closedAt) {
+  std::string inner;
+  if (fate) inner = "fate: " + std::string(kCarryFateNames[static_cast<std::size_t>(*fate)]);
+  if (closedAt) {
+    if (!inner.empty()) inner += " \u00B7 ";
+    inner += "closed: " + *closedAt;
+  }
+  return inner.empty() ? std::string() : syntax.meta(inner);
+}
+
+struct ItemText {
+  std::string text;
+  std::optional<CarryItem::Fate> fate;
+  std::optional<std::string> closedAt;
+};
+
+// Reads the annotation back; an annotation with anything this page does not write stays text.
+ItemText readItemText(TextSyntax syntax, std::string_view words) {
+  ItemText out{std::string(words), std::nullopt, std::nullopt};
+  auto meta = syntax.splitMeta(words);
+  if (!meta) return out;
+  ItemText parsed{meta->text, std::nullopt, std::nullopt};
+  std::string_view rest = meta->inner;
+  while (!rest.empty()) {
+    const auto dot = rest.find(" \u00B7 ");
+    const auto entry = text::trim(rest.substr(0, dot));
+    rest = dot == std::string_view::npos ? std::string_view() : rest.substr(dot + 4);
+    if (entry.starts_with("fate: ") && !parsed.fate) {
+      const auto name = entry.substr(6);
+      bool known = false;
+      for (std::size_t i = 0; i < kCarryFateNames.size(); ++i) {
+        if (kCarryFateNames[i] == name) {
+          parsed.fate = static_cast<CarryItem::Fate>(i);
+          known = true;
+        }
+      }
+      if (!known) return out;
+    } else if (entry.starts_with("closed: ") && !parsed.closedAt && entry.size() > 8) {
+      parsed.closedAt = std::string(entry.substr(8));
+    } else {
+      return out;
+    }
+  }
+  if (!parsed.fate && !parsed.closedAt) return out;
+  return parsed;
+}
+
+// Reads a checklist: items at the margin, their steps indented two spaces per level, comments
+// ("> ") under the item or step they follow.
+std::vector<CarryItem> readChecklist(SectionReader& reader, std::string_view key) {
+  std::vector<CarryItem> items;
+  std::vector<std::vector<TaskStep>*> levels;  // the step lists open at each depth
+  std::vector<std::string>* comments = nullptr;
+  const TextSyntax syntax = reader.syntax;
+  reader.linesCounting(key, [&](std::string_view line) {
+    std::size_t indent = 0;
+    while (indent < line.size() && line[indent] == ' ') ++indent;
+    if (auto box = CheckboxLine::parse(line.substr(indent))) {
+      const bool open = box->mark == " ";
+      const bool done = box->mark == "x" || box->mark == "X";
+      const std::size_t depth = indent / 2;
+      if ((open || done) && indent % 2 == 0 && depth <= levels.size()) {
+        auto words = readItemText(syntax, box->text);
+        levels.resize(depth);
+        if (depth == 0) {
+          CarryItem item{words.text, done, {}, words.fate, words.closedAt, {}};
+          if (words.fate) item.fate = words.fate;
+          items.push_back(std::move(item));
+          levels.push_back(&items.back().steps);
+          comments = &items.back().comments;
+          return true;
+        }
+        if (!words.fate) {
+          auto& list = *levels[depth - 1];
+          list.push_back(TaskStep{words.text, done, words.closedAt, {}, {}});
+          levels.push_back(&list.back().steps);
+          comments = &list.back().comments;
+          return true;
+        }
+      }
+    }
+    if (comments != nullptr) {
+      if (auto comment = commentText(line); comment && indent > 0) {
+        comments->push_back(*comment);
+        return true;
+      }
+    }
+    return false;
+  });
+  return items;
+}
+
+void renderSteps(TextSyntax syntax, const std::vector<TaskStep>& steps, std::size_t depth,
+                 std::vector<std::string>& lines) {
+  const std::string indent(depth * 2, ' ');
+  for (const auto& step : steps) {
+    lines.push_back(indent + CheckboxLine::render(step.done ? "x" : " ",
+                                                  step.text + itemMeta(syntax, std::nullopt,
+                                                                       step.closedAt)));
+    for (const auto& comment : step.comments) lines.push_back(indent + "  " + commentLine(comment));
+    renderSteps(syntax, step.steps, depth + 1, lines);
+  }
+}
+
+std::string renderChecklist(TextSyntax syntax, const std::vector<CarryItem>& items) {
+  std::vector<std::string> lines;
+  for (const auto& item : items) {
+    lines.push_back(CheckboxLine::render(item.done ? "x" : " ",
+                                         item.text + itemMeta(syntax, item.fate, item.closedAt)));
+    for (const auto& comment : item.comments) lines.push_back("  " + commentLine(comment));
+    renderSteps(syntax, item.steps, 1, lines);
+  }
+  return text::join(lines, "\n");
+}
+
+// ---- free text and reflections ----
+
+std::optional<std::string> readText(const SectionReader& reader, std::string_view key, int level) {
+  auto body = reader.body(key);
+  if (!body || body->empty()) return std::nullopt;
+  return reader.syntax.unescape(*body, level);
+}
+
+// A rating is a hidden line of its own at the top of a reflection part.
+std::string ratingLine(TextSyntax syntax, std::int64_t rating) {
+  return std::string(text::trim(syntax.meta("rating: " + std::to_string(rating))));
+}
+
+std::optional<std::int64_t> readRating(TextSyntax syntax, std::string_view line) {
+  const auto t = text::trim(line);
+  const std::string_view open = isMarkdown(syntax) ? "<!-- rating: " : "@@trivo:rating: ";
+  const std::string_view close = isMarkdown(syntax) ? " -->" : "@@";
+  if (!t.starts_with(open) || !t.ends_with(close) || t.size() <= open.size() + close.size()) {
+    return std::nullopt;
+  }
+  const auto digits = t.substr(open.size(), t.size() - open.size() - close.size());
+  if (digits.size() > 6) return std::nullopt;
+  std::int64_t value = 0;
+  for (char c : digits) {
+    if (c < '0' || c > '9') return std::nullopt;
+    value = value * 10 + (c - '0');
+  }
+  return value;
+}
+
+// Reads the parts of a reflection section (sub-headings one level down) into answers and
+// ratings keyed by the part's key.
+void readReflection(SectionReader& reader, std::string_view key,
+                    std::span<const KnownSection> parts, Reflection& reflection) {
+  auto body = reader.body(key);
+  if (!body) return;
+  const std::string before = reader.read(*body, kPartLevel, parts, key);
+  if (!before.empty()) reader.pass.sectionTails[SectionReader::sectionKey(key, "")] = before;
+  for (const auto& part : parts) {
+    auto text = reader.body(SectionReader::sectionKey(key, part.key));
+    if (!text) continue;
+    std::string_view rest = *text;
+    const auto firstEnd = rest.find('\n');
+    if (auto rating = readRating(reader.syntax, rest.substr(0, firstEnd))) {
+      reflection.ratings[part.key] = *rating;
+      rest = firstEnd == std::string_view::npos ? std::string_view() : rest.substr(firstEnd + 1);
+      std::vector<std::string_view> lines = text::lines(rest);
+      rest = {};
+      const std::string trimmed = Outline::trimBlankLines(lines);
+      if (!trimmed.empty()) reflection.answers[part.key] = reader.syntax.unescape(trimmed, kPartLevel);
+      continue;
+    }
+    if (!rest.empty()) reflection.answers[part.key] = reader.syntax.unescape(rest, kPartLevel);
+  }
+}
+
+std::string renderReflection(TextSyntax syntax, const Passthrough& pass, std::string_view key,
+                             std::span<const KnownSection> parts, const Reflection& reflection) {
+  Bodies bodies;
+  for (const auto& part : parts) {
+    std::vector<std::string> lines;
+    if (auto r = reflection.ratings.find(part.key); r != reflection.ratings.end()) {
+      lines.push_back(ratingLine(syntax, r->second));
+    }
+    if (auto a = reflection.answers.find(part.key); a != reflection.answers.end()) {
+      lines.push_back(syntax.escape(a->second, kPartLevel));
+    }
+    bodies[part.key] = text::join(lines, "\n");
+  }
+  std::string before;
+  if (auto it = pass.sectionTails.find(SectionReader::sectionKey(key, ""));
+      it != pass.sectionTails.end()) {
+    before = it->second;
+  }
+  return SectionWriter(syntax, pass).write(kPartLevel, key, parts, bodies, before);
+}
+
+// Section tails under a path belong to the parts, which the part writer puts back itself; the
+// page writer must only see the section's own tail.
+Passthrough topLevelOnly(const Passthrough& pass) {
+  Passthrough out = pass;
+  std::erase_if(out.sectionTails,
+                [](const auto& entry) { return entry.first.find('/') != std::string::npos; });
+  return out;
+}
+
+std::string writeSections(TextSyntax syntax, const Passthrough& pass,
+                          std::span<const KnownSection> known, const Bodies& bodies) {
+  const Passthrough top = topLevelOnly(pass);
+  return SectionWriter(syntax, top).write(kSectionLevel, "", known, bodies, preambleOf(pass));
+}
+
+std::string monthName(std::int64_t month) {
+  static constexpr std::array<std::string_view, 12> names = {
+      "January", "February", "March",     "April",   "May",      "June",
+      "July",    "August",   "September", "October", "November", "December"};
+  return month >= 1 && month <= 12 ? std::string(names[static_cast<std::size_t>(month - 1)])
+                                   : std::to_string(month);
+}
+
+std::vector<FrontmatterField> hotspotField(TextSyntax syntax,
+                                           const std::vector<std::string>& hotspots) {
+  if (hotspots.empty()) return {};
+  return {FrontmatterField{"hotspots", renderList(syntax, hotspots)}};
+}
+
+}  // namespace
+
+MarkdownSerializer::MarkdownSerializer(YearMode yearMode, TextSyntax syntax)
+    : yearMode_(yearMode), syntax_(syntax) {
+  auto section = [](std::string_view key, std::string_view contentKey) {
+    return KnownSection{std::string(key), heading(contentKey, key)};
+  };
+  weekKeys_ = {section("outcomes", "file.week.outcomes"),
+               section("checklist", "file.week.checklist"),
+               section("reflection", "file.week.reflection")};
+  fridayKeys_ = {section("friday.well", "file.friday.well"),
+                 section("friday.improve", "file.friday.improve"),
+                 section("friday.mattered", "file.friday.mattered")};
+  monthKeys_ = {section("outcomes", "file.month.outcomes"),
+                section("reflection", "file.month.reflection")};
+  // A vault that plans by calendar months lists the quarter's outcomes by month.
+  quarterKeys_ = {yearMode == YearMode::calendar
+                      ? section("outcomes", "file.quarter.outcomes_calendar")
+                      : section("outcomes", "file.quarter.outcomes"),
+                  section("reflection", "file.quarter.reflection"),
+                  section("mindsweep", "file.quarter.mindsweep")};
+  quarterGroupKeys_ = {
+      section("ground_rules", "file.quarter.ground_rules"),
+      section("check_in", "file.quarter.check_in"),
+      section("opening", "file.quarter.opening"),
+      section("roles_audit", "file.quarter.roles_audit"),
+      KnownSection{"how_did_i_do", heading("file.quarter.how_did_i_do", "How did I do?")},
+      section("closing", "file.quarter.closing"),
+      KnownSection{"anything_else", heading("file.quarter.anything_else", "Anything else")}};
+  yearKeys_ = {section("outcomes", "file.year.outcomes"),
+               section("year.gratitude", "file.year.gratitude")};
+}
+
+// ---- week ----
+
+WeekEntry MarkdownSerializer::parseWeek(std::string_view text, const ISOWeek& week) const {
+  auto page = openPage(syntax_, text,
+                       {{"week", week.id()},
+                        {"type", std::nullopt},
+                        {"target_friday", std::nullopt},
+                        {"hotspots", std::nullopt},
+                        {"title", std::nullopt}},
+                       weekKeys_);
+  WeekEntry entry;
+  entry.week = week;
+  entry.targetFriday = week.friday();
+  if (auto it = page.fields.find("target_friday"); it != page.fields.end()) {
+    if (auto day = DayDate::parse(text::trim(it->second))) entry.targetFriday = *day;
+  }
+  if (auto it = page.fields.find("hotspots"); it != page.fields.end()) {
+    entry.hotspots = listValue(syntax_, it->second);
+  }
+  entry.outcomes = readOutcomes(page.reader, "outcomes", Scope::week);
+  entry.checklist = readChecklist(page.reader, "checklist");
+  readReflection(page.reader, "reflection", fridayKeys_, entry.reflection);
+  entry.passthrough = std::move(page.reader.pass);
+  return entry;
+}
+
+std::string MarkdownSerializer::renderWeek(const WeekEntry& entry) const {
+  std::vector<FrontmatterField> fields = {{"week", entry.week.id()},
+                                          {"type", "week"},
+                                          {"target_friday", entry.targetFriday.isoString()}};
+  for (auto& f : hotspotField(syntax_, entry.hotspots)) fields.push_back(std::move(f));
+  Bodies bodies;
+  bodies["outcomes"] = renderOutcomes(syntax_, entry.outcomes, entry.week.sunday());
+  bodies["checklist"] = renderChecklist(syntax_, entry.checklist);
+  bodies["reflection"] =
+      renderReflection(syntax_, entry.passthrough, "reflection", fridayKeys_, entry.reflection);
+  return assemblePage(syntax_, "Week " + std::to_string(entry.week.week) + ", " +
+                                   std::to_string(entry.week.year),
+                      std::move(fields), entry.passthrough,
+                      writeSections(syntax_, entry.passthrough, weekKeys_, bodies));
+}
+
+// ---- month ----
+
+MonthEntry MarkdownSerializer::parseMonth(std::string_view text, const YearMonth& month) const {
+  auto page = openPage(syntax_, text,
+                       {{"month", month.id()},
+                        {"type", std::nullopt},
+                        {"hotspots", std::nullopt},
+                        {"title", std::nullopt}},
+                       monthKeys_);
+  MonthEntry entry;
+  entry.month = month;
+  if (auto it = page.fields.find("hotspots"); it != page.fields.end()) {
+    entry.hotspots = listValue(syntax_, it->second);
+  }
+  entry.outcomes = readOutcomes(page.reader, "outcomes", Scope::month);
+  if (auto answer = readText(page.reader, "reflection", kSectionLevel)) {
+    entry.reflection.answers["reflection"] = *answer;
+  }
+  entry.passthrough = std::move(page.reader.pass);
+  return entry;
+}
+
+std::string MarkdownSerializer::renderMonth(const MonthEntry& entry) const {
+  std::vector<FrontmatterField> fields = {{"month", entry.month.id()}, {"type", "month"}};
+  for (auto& f : hotspotField(syntax_, entry.hotspots)) fields.push_back(std::move(f));
+  Bodies bodies;
+  bodies["outcomes"] = renderOutcomes(syntax_, entry.outcomes, entry.month.lastDay());
+  if (auto answer = entry.reflection["reflection"]) {
+    bodies["reflection"] = syntax_.escape(*answer, kSectionLevel);
+  }
+  return assemblePage(syntax_, monthName(entry.month.month) + " " + std::to_string(entry.month.year),
+                      std::move(fields), entry.passthrough,
+                      writeSections(syntax_, entry.passthrough, monthKeys_, bodies));
+}
+
+// ---- quarter ----
+
+QuarterEntry MarkdownSerializer::parseQuarter(std::string_view text,
+                                              const YearQuarter& quarter) const {
+  auto page = openPage(syntax_, text,
+                       {{"quarter", quarter.id()}, {"type", std::nullopt}, {"title", std::nullopt}},
+                       quarterKeys_);
+  QuarterEntry entry;
+  entry.quarter = quarter;
+  entry.outcomes = readOutcomes(page.reader, "outcomes", Scope::quarter);
+  readReflection(page.reader, "reflection", quarterGroupKeys_, entry.reflection);
+  entry.mindSweep = readText(page.reader, "mindsweep", kSectionLevel).value_or("");
+  entry.passthrough = std::move(page.reader.pass);
+  return entry;
+}
+
+std::string MarkdownSerializer::renderQuarter(const QuarterEntry& entry) const {
+  std::vector<FrontmatterField> fields = {{"quarter", entry.quarter.id()}, {"type", "quarter"}};
+  Bodies bodies;
+  bodies["outcomes"] = renderOutcomes(syntax_, entry.outcomes, entry.quarter.lastDay());
+  bodies["reflection"] = renderReflection(syntax_, entry.passthrough, "reflection",
+                                          quarterGroupKeys_, entry.reflection);
+  bodies["mindsweep"] = syntax_.escape(entry.mindSweep, kSectionLevel);
+  return assemblePage(syntax_, "Q" + std::to_string(entry.quarter.quarter) + " " +
+                                   std::to_string(entry.quarter.year),
+                      std::move(fields), entry.passthrough,
+                      writeSections(syntax_, entry.passthrough, quarterKeys_, bodies));
+}
+
+// ---- year ----
+
+YearEntry MarkdownSerializer::parseYear(std::string_view text, std::int64_t year) const {
+  auto page = openPage(syntax_, text,
+                       {{"year", std::to_string(year)}, {"type", std::nullopt}, {"title", std::nullopt}},
+                       yearKeys_);
+  YearEntry entry;
+  entry.year = year;
+  entry.outcomes = readOutcomes(page.reader, "outcomes", Scope::year);
+  if (auto answer = readText(page.reader, "year.gratitude", kSectionLevel)) {
+    entry.reflection.answers["gratitude"] = *answer;
+  }
+  entry.passthrough = std::move(page.reader.pass);
+  return entry;
+}
+
+std::string MarkdownSerializer::renderYear(const YearEntry& entry) const {
+  std::vector<FrontmatterField> fields = {{"year", std::to_string(entry.year)}, {"type", "year"}};
+  Bodies bodies;
+  const auto last = DayDate::make(entry.year, 12, 31).value_or(DayDate{});
+  bodies["outcomes"] = renderOutcomes(syntax_, entry.outcomes, last);
+  if (auto answer = entry.reflection["gratitude"]) {
+    bodies["year.gratitude"] = syntax_.escape(*answer, kSectionLevel);
+  }
+  return assemblePage(syntax_, std::to_string(entry.year), std::move(fields), entry.passthrough,
+                      writeSections(syntax_, entry.passthrough, yearKeys_, bodies));
+}
+
+}  // namespace trivo

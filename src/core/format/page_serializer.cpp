@@ -5,12 +5,14 @@
 #include <functional>
 #include <span>
 #include <map>
+#include <set>
 #include <utility>
 
 #include "core/content/content_bundle.h"
 #include "core/format/list_lines.h"
 #include "core/format/outline.h"
 #include "core/format/section_writer.h"
+#include "core/format/task_marks.h"
 #include "core/format/serializer_error.h"
 #include "core/format/text_util.h"
 
@@ -460,6 +462,373 @@ std::vector<FrontmatterField> hotspotField(TextSyntax syntax,
   return {FrontmatterField{"hotspots", renderList(syntax, hotspots)}};
 }
 
+
+// ---- day page parts ----
+
+// Splits hidden metadata entries ("key: value · flag"); an empty inner text gives none.
+std::vector<std::string> metaEntries(std::string_view inner) {
+  std::vector<std::string> out;
+  while (!inner.empty()) {
+    const auto dot = inner.find(" \u00B7 ");
+    const auto entry = text::trim(inner.substr(0, dot));
+    if (!entry.empty()) out.emplace_back(entry);
+    if (dot == std::string_view::npos) break;
+    inner = inner.substr(dot + 4);
+  }
+  return out;
+}
+
+std::string joinMeta(TextSyntax syntax, const std::vector<std::string>& entries) {
+  return entries.empty() ? std::string() : syntax.meta(text::join(entries, " \u00B7 "));
+}
+
+// Tracks the nesting of steps under the items of a list while its lines are read.
+struct StepNesting {
+  std::vector<std::vector<TaskStep>*> levels;  // the step lists open at each depth below items
+  std::vector<std::string>* comments = nullptr;
+
+  void startItem(std::vector<TaskStep>& steps, std::vector<std::string>& itemComments) {
+    levels = {&steps};
+    comments = &itemComments;
+  }
+  // Takes a step or a comment line under the current item; false for anything else.
+  bool take(TextSyntax syntax, std::string_view line) {
+    if (levels.empty()) return false;
+    std::size_t indent = 0;
+    while (indent < line.size() && line[indent] == ' ') ++indent;
+    if (indent == 0) return false;
+    if (auto box = CheckboxLine::parse(line.substr(indent))) {
+      const std::size_t depth = indent / 2;
+      if ((box->mark == " " || box->mark == "x" || box->mark == "X") && indent % 2 == 0 &&
+          depth <= levels.size()) {
+        auto words = readItemText(syntax, box->text);
+        if (!words.fate) {
+          levels.resize(depth);
+          auto& list = *levels[depth - 1];
+          list.push_back(TaskStep{words.text, box->mark != " ", words.closedAt, {}, {}});
+          levels.push_back(&list.back().steps);
+          comments = &list.back().comments;
+          return true;
+        }
+      }
+    }
+    if (auto comment = commentText(line)) {
+      comments->push_back(*comment);
+      return true;
+    }
+    return false;
+  }
+};
+
+void renderItemTail(TextSyntax syntax, const std::vector<std::string>& comments,
+                    const std::vector<TaskStep>& steps, std::vector<std::string>& lines) {
+  for (const auto& comment : comments) lines.push_back("  " + commentLine(comment));
+  renderSteps(syntax, steps, 1, lines);
+}
+
+// An inbox item as a list line: box, task marks, serves mark and the hidden dates and flags.
+std::string inboxItemLine(TextSyntax syntax, const InboxItem& item) {
+  TaskMarks::Parts parts{item.priority, item.text, item.due, item.time, item.alerts};
+  std::string words = ServesLink::join(TaskMarks::render(parts), item.serves);
+  std::vector<std::string> meta;
+  if (!item.id.empty()) meta.push_back("id: " + item.id);
+  if (item.captured) meta.push_back("captured: " + item.captured->isoString());
+  if (item.pulledInto) meta.push_back("pulled: " + item.pulledInto->isoString());
+  if (item.closed) {
+    meta.push_back("closed: " + item.closed->isoString() +
+                   (item.closedTime ? " " + item.closedTime->description() : std::string()));
+  }
+  if (item.hiddenUntil) meta.push_back("hidden: " + item.hiddenUntil->isoString());
+  if (item.repeats) meta.push_back("repeat: " + item.repeats->phrase());
+  if (!item.doneDates.empty()) {
+    std::string days;
+    for (const auto& d : item.doneDates) days += (days.empty() ? "" : ",") + d.isoString();
+    meta.push_back("done: " + days);
+  }
+  if (item.someday) meta.push_back("someday");
+  if (item.waiting) meta.push_back("waiting");
+  if (item.blocked && item.done) meta.push_back("blocked");
+  for (const auto& extra : item.extraMeta) meta.push_back(extra);
+  const std::string_view mark = item.done ? "x" : item.blocked ? "-" : " ";
+  return CheckboxLine::render(mark, words + joinMeta(syntax, meta));
+}
+
+std::optional<InboxItem> readInboxItemLine(TextSyntax syntax, std::string_view line) {
+  auto box = CheckboxLine::parse(line);
+  if (!box) return std::nullopt;
+  auto state = CheckboxLine::stateFor(box->mark);
+  if (!state) return std::nullopt;
+  InboxItem item;
+  item.done = *state == OutcomeState::done;
+  item.blocked = *state == OutcomeState::blocked;
+  std::string words = box->text;
+  if (auto meta = syntax.splitMeta(words)) {
+    words = meta->text;
+    std::set<std::string, std::less<>> seen;
+    for (auto& entry : metaEntries(meta->inner)) {
+      const auto colon = entry.find(": ");
+      const std::string key = colon == std::string::npos ? entry : entry.substr(0, colon);
+      const std::string value = colon == std::string::npos ? std::string() : entry.substr(colon + 2);
+      bool taken = !seen.contains(key);
+      if (taken) {
+        if (key == "id" && colon != std::string::npos && !value.empty()) {
+          item.id = value;
+        } else if (key == "captured" && (item.captured = DayDate::parse(value))) {
+        } else if (key == "pulled" && (item.pulledInto = DayDate::parse(value))) {
+        } else if (key == "hidden" && (item.hiddenUntil = DayDate::parse(value))) {
+        } else if (key == "closed" && (item.closed = DayDate::parse(value.substr(0, 10)))) {
+          if (value.size() > 11) {
+            item.closedTime = ClockTime::parse(value.substr(11));
+            if (!item.closedTime || value[10] != ' ') {
+              item.closed.reset();
+              item.closedTime.reset();
+              taken = false;
+            }
+          } else if (value.size() != 10) {
+            item.closed.reset();
+            taken = false;
+          }
+        } else if (key == "repeat" && (item.repeats = Repeat::fromPhrase(value))) {
+        } else if (key == "done" && !value.empty()) {
+          std::string_view rest = value;
+          while (taken) {
+            const auto comma = rest.find(',');
+            auto d = DayDate::parse(rest.substr(0, comma));
+            if (!d) {
+              item.doneDates.clear();
+              taken = false;
+              break;
+            }
+            item.doneDates.push_back(*d);
+            if (comma == std::string_view::npos) break;
+            rest = rest.substr(comma + 1);
+          }
+        } else if (entry == "someday") {
+          item.someday = true;
+        } else if (entry == "waiting") {
+          item.waiting = true;
+        } else if (entry == "blocked" && item.done) {
+          item.blocked = true;
+        } else {
+          taken = false;
+        }
+      }
+      if (taken) {
+        seen.insert(key);
+      } else {
+        item.extraMeta.push_back(entry);
+      }
+    }
+  }
+  auto serves = ServesLink::split(words);
+  item.serves = serves.serves;
+  auto parts = TaskMarks::parse(serves.text);
+  item.priority = parts.priority;
+  item.text = parts.words;
+  item.due = parts.due;
+  item.time = parts.time;
+  item.alerts = parts.alerts;
+  return item;
+}
+
+std::vector<InboxItem> readInboxItems(SectionReader& reader, std::string_view key) {
+  std::vector<InboxItem> items;
+  StepNesting nesting;
+  reader.linesCounting(key, [&](std::string_view line) {
+    if (auto item = readInboxItemLine(reader.syntax, line)) {
+      items.push_back(std::move(*item));
+      nesting.startItem(items.back().subtasks, items.back().comments);
+      return true;
+    }
+    if (nesting.take(reader.syntax, line)) return true;
+    if (!items.empty() && line.starts_with("  ") && !text::isBlank(line)) {
+      items.back().trailingLines.emplace_back(line.substr(2));
+      return true;
+    }
+    return false;
+  });
+  return items;
+}
+
+std::string renderInboxItems(TextSyntax syntax, const std::vector<InboxItem>& items) {
+  std::vector<std::string> lines;
+  for (const auto& item : items) {
+    lines.push_back(inboxItemLine(syntax, item));
+    renderItemTail(syntax, item.comments, item.subtasks, lines);
+    for (const auto& raw : item.trailingLines) lines.push_back("  " + raw);
+  }
+  return text::join(lines, "\n");
+}
+
+// A journal line: "- 09:14 — words" on Markdown, "- [2026-09-11 Fri 09:14] words" on Org.
+std::optional<JournalEntry> readJournalLine(TextSyntax syntax, std::string_view line) {
+  if (!line.starts_with("- ")) return std::nullopt;
+  auto rest = line.substr(2);
+  std::optional<ClockTime> time;
+  if (isMarkdown(syntax)) {
+    const auto space = rest.find(' ');
+    time = ClockTime::parse(rest.substr(0, space));
+    if (!time || space == std::string_view::npos) return std::nullopt;
+    rest = rest.substr(space + 1);
+    constexpr std::string_view dash = "\u2014";
+    if (!rest.starts_with(dash)) return std::nullopt;
+    rest = rest.substr(dash.size());
+  } else {
+    if (!rest.starts_with('[')) return std::nullopt;
+    const auto close = rest.find(']');
+    if (close == std::string_view::npos) return std::nullopt;
+    const auto stamp = rest.substr(1, close - 1);
+    if (!DayDate::parse(stamp.substr(0, 10))) return std::nullopt;
+    const auto lastSpace = stamp.rfind(' ');
+    if (lastSpace == std::string_view::npos) return std::nullopt;
+    time = ClockTime::parse(stamp.substr(lastSpace + 1));
+    if (!time) return std::nullopt;
+    rest = rest.substr(close + 1);
+  }
+  if (!rest.empty() && rest.front() != ' ') return std::nullopt;
+  return JournalEntry{*time, std::string(text::trim(rest))};
+}
+
+std::string journalHead(TextSyntax syntax, const DayDate& day, const JournalEntry& entry,
+                        std::string_view first) {
+  std::string head = isMarkdown(syntax) ? "- " + entry.time.description() + " \u2014"
+                                        : "- " + TextSyntax::inactiveStamp(day, entry.time);
+  if (!first.empty()) head += " " + std::string(first);
+  return head;
+}
+
+std::vector<JournalEntry> readJournal(SectionReader& reader, std::string_view key) {
+  std::vector<JournalEntry> entries;
+  reader.linesCounting(key, [&](std::string_view line) {
+    if (auto entry = readJournalLine(reader.syntax, line)) {
+      entries.push_back(std::move(*entry));
+      return true;
+    }
+    // Lines indented under an entry continue it.
+    if (!entries.empty() && line.starts_with("  ")) {
+      entries.back().text += "\n" + std::string(line.substr(2));
+      return true;
+    }
+    return false;
+  });
+  return entries;
+}
+
+std::string renderJournal(TextSyntax syntax, const DayDate& day,
+                          const std::vector<JournalEntry>& entries) {
+  std::vector<std::string> lines;
+  for (const auto& entry : entries) {
+    const auto parts = text::lines(entry.text);
+    lines.push_back(journalHead(syntax, day, entry, parts.front()));
+    for (std::size_t i = 1; i < parts.size(); ++i) lines.push_back("  " + std::string(parts[i]));
+  }
+  return text::join(lines, "\n");
+}
+
+// A session line: "- 09:30–09:55 · 25m · the outcome", with its quality and kind hidden.
+std::string sessionLine(TextSyntax syntax, const FocusSession& session) {
+  std::string line = "- " + session.start.description();
+  if (session.end) line += "\u2013" + session.end->description();
+  line += " \u00B7 " + std::to_string(session.minutes) + "m";
+  if (!session.outcome.empty()) line += " \u00B7 " + session.outcome;
+  std::vector<std::string> meta;
+  if (session.quality) {
+    meta.push_back("quality: " +
+                   std::string(kFocusQualityNames[static_cast<std::size_t>(*session.quality)]));
+  }
+  if (session.pomodoro) meta.push_back("pomodoro");
+  return line + joinMeta(syntax, meta);
+}
+
+std::optional<FocusSession> readSessionLine(TextSyntax syntax, std::string_view line) {
+  if (!line.starts_with("- ")) return std::nullopt;
+  std::string body(line.substr(2));
+  FocusSession session;
+  if (auto meta = syntax.splitMeta(body)) {
+    bool understood = true;
+    FocusSession flags;
+    for (const auto& entry : metaEntries(meta->inner)) {
+      if (entry == "pomodoro" && !flags.pomodoro) {
+        flags.pomodoro = true;
+        continue;
+      }
+      bool known = false;
+      for (std::size_t i = 0; i < kFocusQualityNames.size(); ++i) {
+        if (!flags.quality && entry == "quality: " + std::string(kFocusQualityNames[i])) {
+          flags.quality = static_cast<FocusSession::Quality>(i);
+          known = true;
+        }
+      }
+      understood = understood && known;
+    }
+    if (understood) {
+      session.quality = flags.quality;
+      session.pomodoro = flags.pomodoro;
+      body = meta->text;
+    }
+  }
+  constexpr std::string_view sep = " \u00B7 ";
+  const auto first = body.find(sep);
+  if (first == std::string::npos) return std::nullopt;
+  const std::string_view times = std::string_view(body).substr(0, first);
+  constexpr std::string_view enDash = "\u2013";
+  const auto dash = times.find(enDash);
+  auto start = ClockTime::parse(times.substr(0, dash));
+  if (!start) return std::nullopt;
+  session.start = *start;
+  if (dash != std::string_view::npos) {
+    session.end = ClockTime::parse(times.substr(dash + enDash.size()));
+    if (!session.end) return std::nullopt;
+  }
+  std::string_view rest = std::string_view(body).substr(first + sep.size());
+  const auto second = rest.find(sep);
+  std::string_view minutes = rest.substr(0, second);
+  if (minutes.size() < 2 || minutes.size() > 7 || !minutes.ends_with('m')) return std::nullopt;
+  minutes.remove_suffix(1);
+  std::int64_t value = 0;
+  for (char c : minutes) {
+    if (c < '0' || c > '9') return std::nullopt;
+    value = value * 10 + (c - '0');
+  }
+  session.minutes = value;
+  if (second != std::string_view::npos) {
+    session.outcome = std::string(rest.substr(second + sep.size()));
+    if (session.outcome.empty()) return std::nullopt;
+  }
+  return session;
+}
+
+std::vector<FocusSession> readSessions(SectionReader& reader, std::string_view key) {
+  std::vector<FocusSession> sessions;
+  StepNesting nesting;
+  reader.linesCounting(key, [&](std::string_view line) {
+    if (auto session = readSessionLine(reader.syntax, line)) {
+      sessions.push_back(std::move(*session));
+      nesting.startItem(sessions.back().steps, sessions.back().comments);
+      return true;
+    }
+    return nesting.take(reader.syntax, line);
+  });
+  return sessions;
+}
+
+std::string renderSessions(TextSyntax syntax, const std::vector<FocusSession>& sessions) {
+  std::vector<std::string> lines;
+  for (const auto& session : sessions) {
+    lines.push_back(sessionLine(syntax, session));
+    renderItemTail(syntax, session.comments, session.steps, lines);
+  }
+  return text::join(lines, "\n");
+}
+
+std::string dayTitle(const DayDate& day) {
+  static constexpr std::array<std::string_view, 7> names = {
+      "Monday", "Tuesday", "Wednesday", "Thursday", "Friday", "Saturday", "Sunday"};
+  const auto index = static_cast<std::size_t>(static_cast<int>(day.weekday()) - 1);
+  return std::string(names[index % 7]) + ", " + std::to_string(day.day) + " " +
+         monthName(day.month) + " " + std::to_string(day.year);
+}
+
 }  // namespace
 
 MarkdownSerializer::MarkdownSerializer(YearMode yearMode, TextSyntax syntax)
@@ -467,6 +836,10 @@ MarkdownSerializer::MarkdownSerializer(YearMode yearMode, TextSyntax syntax)
   auto section = [](std::string_view key, std::string_view contentKey) {
     return KnownSection{std::string(key), heading(contentKey, key)};
   };
+  dayKeys_ = {section("outcomes", "file.day.outcomes"),   section("checklist", "file.day.checklist"),
+              section("pulled", "file.day.pulled"),       section("notes", "file.day.notes"),
+              section("journal", "file.day.journal"),     section("tomorrow", "file.day.tomorrow"),
+              section("sessions", "file.day.sessions")};
   weekKeys_ = {section("outcomes", "file.week.outcomes"),
                section("checklist", "file.week.checklist"),
                section("reflection", "file.week.reflection")};
@@ -491,6 +864,51 @@ MarkdownSerializer::MarkdownSerializer(YearMode yearMode, TextSyntax syntax)
       KnownSection{"anything_else", heading("file.quarter.anything_else", "Anything else")}};
   yearKeys_ = {section("outcomes", "file.year.outcomes"),
                section("year.gratitude", "file.year.gratitude")};
+}
+
+// ---- day ----
+
+DayEntry MarkdownSerializer::parseDay(std::string_view text, const DayDate& date) const {
+  auto page = openPage(syntax_, text,
+                       {{"date", date.isoString()},
+                        {"type", std::nullopt},
+                        {"activity", std::nullopt},
+                        {"liked", std::nullopt},
+                        {"title", std::nullopt}},
+                       dayKeys_);
+  DayEntry entry;
+  entry.date = date;
+  if (auto it = page.fields.find("activity"); it != page.fields.end()) {
+    entry.activities = listValue(syntax_, it->second);
+  }
+  if (auto it = page.fields.find("liked"); it != page.fields.end()) {
+    entry.liked = text::trim(it->second) == "true";
+  }
+  entry.outcomes = readOutcomes(page.reader, "outcomes", Scope::day);
+  entry.checklist = readChecklist(page.reader, "checklist");
+  entry.pulledItems = readInboxItems(page.reader, "pulled");
+  entry.notes = readText(page.reader, "notes", kSectionLevel).value_or("");
+  entry.journal = readJournal(page.reader, "journal");
+  entry.forTomorrow = readChecklist(page.reader, "tomorrow");
+  entry.sessions = readSessions(page.reader, "sessions");
+  entry.passthrough = std::move(page.reader.pass);
+  return entry;
+}
+
+std::string MarkdownSerializer::renderDay(const DayEntry& entry) const {
+  std::vector<FrontmatterField> fields = {{"date", entry.date.isoString()}, {"type", "day"}};
+  if (!entry.activities.empty()) fields.push_back({"activity", renderList(syntax_, entry.activities)});
+  if (entry.liked) fields.push_back({"liked", "true"});
+  Bodies bodies;
+  bodies["outcomes"] = renderOutcomes(syntax_, entry.outcomes, entry.date);
+  bodies["checklist"] = renderChecklist(syntax_, entry.checklist);
+  bodies["pulled"] = renderInboxItems(syntax_, entry.pulledItems);
+  bodies["notes"] = syntax_.escape(entry.notes, kSectionLevel);
+  bodies["journal"] = renderJournal(syntax_, entry.date, entry.journal);
+  bodies["tomorrow"] = renderChecklist(syntax_, entry.forTomorrow);
+  bodies["sessions"] = renderSessions(syntax_, entry.sessions);
+  return assemblePage(syntax_, dayTitle(entry.date), std::move(fields), entry.passthrough,
+                      writeSections(syntax_, entry.passthrough, dayKeys_, bodies));
 }
 
 // ---- week ----

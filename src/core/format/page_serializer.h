@@ -14,6 +14,7 @@
 #include "core/config/year_mode.h"
 #include "core/format/section_reader.h"
 #include "core/format/text_syntax.h"
+#include "core/records/day_entry.h"
 #include "core/records/period_entries.h"
 
 namespace trivo {
@@ -24,6 +25,8 @@ class VaultSerializer {
  public:
   virtual ~VaultSerializer() = default;
   [[nodiscard]] virtual std::string_view fileExtension() const = 0;
+  [[nodiscard]] virtual DayEntry parseDay(std::string_view text, const DayDate& date) const = 0;
+  [[nodiscard]] virtual std::string renderDay(const DayEntry& entry) const = 0;
   [[nodiscard]] virtual WeekEntry parseWeek(std::string_view text, const ISOWeek& week) const = 0;
   [[nodiscard]] virtual std::string renderWeek(const WeekEntry& entry) const = 0;
   [[nodiscard]] virtual MonthEntry parseMonth(std::string_view text,
@@ -46,6 +49,8 @@ class MarkdownSerializer final : public VaultSerializer {
   [[nodiscard]] YearMode yearMode() const { return yearMode_; }
   [[nodiscard]] TextSyntax syntax() const { return syntax_; }
 
+  [[nodiscard]] DayEntry parseDay(std::string_view text, const DayDate& date) const override;
+  [[nodiscard]] std::string renderDay(const DayEntry& entry) const override;
   [[nodiscard]] WeekEntry parseWeek(std::string_view text, const ISOWeek& week) const override;
   [[nodiscard]] std::string renderWeek(const WeekEntry& entry) const override;
   [[nodiscard]] MonthEntry parseMonth(std::string_view text,
@@ -58,6 +63,7 @@ class MarkdownSerializer final : public VaultSerializer {
   [[nodiscard]] std::string renderYear(const YearEntry& entry) const override;
 
   // The known sections of each page kind, in written order.
+  [[nodiscard]] const std::vector<KnownSection>& dayKeys() const { return dayKeys_; }
   [[nodiscard]] const std::vector<KnownSection>& weekKeys() const { return weekKeys_; }
   [[nodiscard]] const std::vector<KnownSection>& fridayKeys() const { return fridayKeys_; }
   [[nodiscard]] const std::vector<KnownSection>& monthKeys() const { return monthKeys_; }
@@ -70,6 +76,7 @@ class MarkdownSerializer final : public VaultSerializer {
  private:
   YearMode yearMode_;
   TextSyntax syntax_;
+  std::vector<KnownSection> dayKeys_;
   std::vector<KnownSection> weekKeys_;
   std::vector<KnownSection> fridayKeys_;
   std::vector<KnownSection> monthKeys_;

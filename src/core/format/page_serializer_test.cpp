@@ -118,6 +118,72 @@ class Gen {
     return out;
   }
 
+  ClockTime time() {
+    return *ClockTime::make(static_cast<std::int64_t>(below(24)), static_cast<std::int64_t>(below(60)));
+  }
+
+  std::vector<InboxItem> pulled() {
+    std::vector<InboxItem> out;
+    for (std::size_t n = below(3); n > 0; --n) {
+      InboxItem item;
+      item.id = "A1B2-" + std::to_string(below(1000));
+      item.text = words(1, 4);
+      item.captured = DayDate::make(2026, 9, static_cast<std::int64_t>(1 + below(28)));
+      if (coin()) item.pulledInto = DayDate::make(2026, 9, 16);
+      item.done = coin();
+      item.blocked = below(4) == 0;
+      if (coin()) item.priority = static_cast<Priority>(below(4));
+      if (item.done && coin()) {
+        item.closed = DayDate::make(2026, 9, 16);
+        if (coin()) item.closedTime = time();
+      }
+      if (below(4) == 0) item.hiddenUntil = DayDate::make(2026, 10, 1);
+      item.someday = below(5) == 0;
+      item.waiting = below(5) == 0;
+      if (coin()) item.serves = static_cast<std::int64_t>(1 + below(3));
+      if (coin()) item.due = DayDate::make(2026, 9, 18);
+      if (item.due && coin()) item.time = time();
+      if (item.time && coin()) item.alerts = {AlertOffset{-15}};
+      if (below(4) == 0) {
+        item.repeats = Repeat::weekly(1);
+        item.doneDates = {*DayDate::make(2026, 9, 9), *DayDate::make(2026, 9, 2)};
+      }
+      if (below(4) == 0) item.extraMeta.push_back("source: mail");
+      if (coin()) item.comments.push_back(words(1, 3));
+      item.subtasks = steps(1);
+      if (below(4) == 0) item.trailingLines.push_back("raw " + words(1, 2));
+      out.push_back(std::move(item));
+    }
+    return out;
+  }
+
+  std::vector<JournalEntry> journal() {
+    std::vector<JournalEntry> out;
+    for (std::size_t n = below(3); n > 0; --n) {
+      std::string text = below(5) == 0 ? std::string() : words(1, 4);
+      for (std::size_t l = below(3); l > 0; --l) text += std::string("\n") + (coin() ? "- [ ] " : "") + words(1, 3);
+      out.push_back(JournalEntry{time(), text});
+    }
+    return out;
+  }
+
+  std::vector<FocusSession> sessions() {
+    std::vector<FocusSession> out;
+    for (std::size_t n = below(3); n > 0; --n) {
+      FocusSession s;
+      s.start = time();
+      if (coin()) s.end = time();
+      s.minutes = static_cast<std::int64_t>(below(120));
+      if (coin()) s.outcome = words(1, 3);
+      if (coin()) s.quality = static_cast<FocusSession::Quality>(below(4));
+      s.pomodoro = coin();
+      if (coin()) s.comments.push_back(words(1, 2));
+      s.steps = steps(1);
+      out.push_back(std::move(s));
+    }
+    return out;
+  }
+
   // What a page the user edited by hand leaves behind.
   Passthrough pass() {
     Passthrough p;
@@ -148,6 +214,23 @@ INSTANTIATE_TEST_SUITE_P(BothSyntaxes, Syntaxes,
 TEST_P(Syntaxes, PeriodRecordsSurviveWriteAndRead) {
   for (unsigned seed = 1; seed <= 150; ++seed) {
     Gen gen(seed, syntax);
+    DayEntry day;
+    day.date = *DayDate::make(2026, 9, 16);
+    day.outcomes = gen.outcomes(Scope::day);
+    day.checklist = gen.checklist();
+    day.pulledItems = gen.pulled();
+    if (gen.coin()) day.notes = gen.prose();
+    day.journal = gen.journal();
+    day.forTomorrow = gen.checklist();
+    day.activities = gen.hotspots();
+    day.sessions = gen.sessions();
+    day.liked = gen.coin();
+    day.passthrough = gen.pass();
+    const std::string dayText = serializer.renderDay(day);
+    const DayEntry dayBack = serializer.parseDay(dayText, day.date);
+    EXPECT_EQ(js(dayBack), js(day)) << dayText;
+    EXPECT_EQ(serializer.renderDay(dayBack), dayText);
+
     WeekEntry week;
     week.week = ISOWeek{2026, 38};
     week.targetFriday = *DayDate::make(2026, 9, 18);
@@ -264,6 +347,46 @@ TEST(PageSerializer, CalendarYearModeListsQuarterOutcomesByMonth) {
   // A page written in quarter mode still reads its outcomes.
   const MarkdownSerializer byQuarter(YearMode::quarter, TextSyntax::markdown);
   EXPECT_EQ(md.parseQuarter(byQuarter.renderQuarter(q), q.quarter).outcomes, q.outcomes);
+}
+
+TEST(PageSerializer, DayPageLinesReadAsTheGuideShowsThem) {
+  const MarkdownSerializer md(YearMode::quarter, TextSyntax::markdown);
+  const auto day = md.parseDay(
+      "---\ndate: 2026-09-16\ntype: day\nliked: true\n---\n# Wed\n\n"
+      "## From the inbox\n"
+      "- [ ] [#A] Pay rent due:2026-09-18 @14:30 alert:15m \u2192 #2 "
+      "<!-- captured: 2026-09-06 \u00B7 closed: 2026-09-12 \u00B7 color: red -->\n"
+      "## Journal\n- 09:14 \u2014 Coffee with Ana\n  she moved\n- 9:14 not an entry\n"
+      "## Sessions\n- 09:30\u201309:55 \u00B7 25m \u00B7 Ship the report\n- 10:00 \u00B7 5m\n",
+      *DayDate::make(2026, 9, 16));
+  EXPECT_TRUE(day.liked);
+  ASSERT_EQ(day.pulledItems.size(), 1U);
+  const auto& item = day.pulledItems[0];
+  EXPECT_EQ(item.text, "Pay rent");
+  EXPECT_EQ(item.priority, Priority::a);
+  EXPECT_EQ(item.due, DayDate::make(2026, 9, 18));
+  EXPECT_EQ(item.time, ClockTime::make(14, 30));
+  EXPECT_EQ(item.serves, 2);
+  EXPECT_EQ(item.captured, DayDate::make(2026, 9, 6));
+  EXPECT_EQ(item.closed, DayDate::make(2026, 9, 12));
+  EXPECT_EQ(item.extraMeta, std::vector<std::string>{"color: red"});
+  ASSERT_EQ(day.journal.size(), 1U);
+  EXPECT_EQ(day.journal[0].time, *ClockTime::make(9, 14));
+  EXPECT_EQ(day.journal[0].text, "Coffee with Ana\nshe moved");
+  EXPECT_EQ(day.passthrough.sectionTails.at("journal"), "- 9:14 not an entry");
+  ASSERT_EQ(day.sessions.size(), 2U);
+  EXPECT_EQ(day.sessions[0].end, ClockTime::make(9, 55));
+  EXPECT_EQ(day.sessions[0].minutes, 25);
+  EXPECT_EQ(day.sessions[0].outcome, "Ship the report");
+  EXPECT_FALSE(day.sessions[1].end);
+
+  const MarkdownSerializer org(YearMode::quarter, TextSyntax::org);
+  const auto orgDay = org.parseDay(
+      "* Journal\n- [2026-09-11 Fri 09:14] words\n- [2026-09-11 9:15] no weekday\n",
+      *DayDate::make(2026, 9, 11));
+  ASSERT_EQ(orgDay.journal.size(), 2U);
+  EXPECT_EQ(orgDay.journal[1].time, *ClockTime::make(9, 15));
+  EXPECT_NE(org.renderDay(orgDay).find("- [2026-09-11 Fri 09:15] no weekday"), std::string::npos);
 }
 
 // ---- hand-edited pages ----

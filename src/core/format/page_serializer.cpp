@@ -5,6 +5,7 @@
 #include <functional>
 #include <span>
 #include <map>
+#include <memory>
 #include <set>
 #include <utility>
 
@@ -631,22 +632,29 @@ std::optional<InboxItem> readInboxItemLine(TextSyntax syntax, std::string_view l
   return item;
 }
 
-std::vector<InboxItem> readInboxItems(SectionReader& reader, std::string_view key) {
-  std::vector<InboxItem> items;
-  StepNesting nesting;
-  reader.linesCounting(key, [&](std::string_view line) {
-    if (auto item = readInboxItemLine(reader.syntax, line)) {
+// A consume step for the lines of an item list: items, their steps and comments, and lines
+// indented under an item that nothing else takes.
+std::function<bool(std::string_view)> inboxItemReader(TextSyntax syntax,
+                                                      std::vector<InboxItem>& items) {
+  auto nesting = std::make_shared<StepNesting>();
+  return [syntax, &items, nesting](std::string_view line) {
+    if (auto item = readInboxItemLine(syntax, line)) {
       items.push_back(std::move(*item));
-      nesting.startItem(items.back().subtasks, items.back().comments);
+      nesting->startItem(items.back().subtasks, items.back().comments);
       return true;
     }
-    if (nesting.take(reader.syntax, line)) return true;
+    if (nesting->take(syntax, line)) return true;
     if (!items.empty() && line.starts_with("  ") && !text::isBlank(line)) {
       items.back().trailingLines.emplace_back(line.substr(2));
       return true;
     }
     return false;
-  });
+  };
+}
+
+std::vector<InboxItem> readInboxItems(SectionReader& reader, std::string_view key) {
+  std::vector<InboxItem> items;
+  reader.linesCounting(key, inboxItemReader(reader.syntax, items));
   return items;
 }
 
@@ -864,6 +872,35 @@ MarkdownSerializer::MarkdownSerializer(YearMode yearMode, TextSyntax syntax)
       KnownSection{"anything_else", heading("file.quarter.anything_else", "Anything else")}};
   yearKeys_ = {section("outcomes", "file.year.outcomes"),
                section("year.gratitude", "file.year.gratitude")};
+}
+
+// ---- inbox ----
+
+Inbox MarkdownSerializer::parseInbox(std::string_view text) const {
+  auto page = openPage(syntax_, text, {{"type", std::nullopt}, {"title", std::nullopt}}, {});
+  Inbox inbox;
+  std::vector<std::string_view> kept;
+  const std::string lines = page.reader.pass.preamble.value_or("");
+  auto consume = inboxItemReader(syntax_, inbox.items);
+  for (auto line : text::lines(lines)) {
+    if (!consume(line) && !(text::isBlank(line) && (kept.empty() || text::isBlank(kept.back())))) {
+      kept.push_back(line);
+    }
+  }
+  const std::string rest = Outline::trimBlankLines(kept);
+  page.reader.pass.preamble.reset();
+  if (!rest.empty()) page.reader.pass.preamble = rest;
+  inbox.passthrough = std::move(page.reader.pass);
+  return inbox;
+}
+
+std::string MarkdownSerializer::renderInbox(const Inbox& inbox) const {
+  std::vector<std::string> parts = {renderInboxItems(syntax_, inbox.items), preambleOf(inbox.passthrough)};
+  const std::string head = Outline::join(parts);
+  const std::string body =
+      SectionWriter(syntax_, inbox.passthrough).write(kSectionLevel, "", {}, {}, head);
+  return assemblePage(syntax_, heading("file.inbox.title", "Inbox"), {{"type", "inbox"}},
+                      inbox.passthrough, body);
 }
 
 // ---- day ----

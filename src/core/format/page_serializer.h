@@ -15,6 +15,7 @@
 #include "core/format/section_reader.h"
 #include "core/format/text_syntax.h"
 #include "core/records/day_entry.h"
+#include "core/records/inbox_item.h"
 #include "core/records/period_entries.h"
 
 namespace trivo {
@@ -37,6 +38,8 @@ class VaultSerializer {
   [[nodiscard]] virtual std::string renderQuarter(const QuarterEntry& entry) const = 0;
   [[nodiscard]] virtual YearEntry parseYear(std::string_view text, std::int64_t year) const = 0;
   [[nodiscard]] virtual std::string renderYear(const YearEntry& entry) const = 0;
+  [[nodiscard]] virtual Inbox parseInbox(std::string_view text) const = 0;
+  [[nodiscard]] virtual std::string renderInbox(const Inbox& inbox) const = 0;
 };
 
 // The serializer of both syntaxes, made once per vault; section headings come from the content
@@ -61,6 +64,9 @@ class MarkdownSerializer final : public VaultSerializer {
   [[nodiscard]] std::string renderQuarter(const QuarterEntry& entry) const override;
   [[nodiscard]] YearEntry parseYear(std::string_view text, std::int64_t year) const override;
   [[nodiscard]] std::string renderYear(const YearEntry& entry) const override;
+  // The inbox page is one list of items under its title; headings of the user's own follow it.
+  [[nodiscard]] Inbox parseInbox(std::string_view text) const override;
+  [[nodiscard]] std::string renderInbox(const Inbox& inbox) const override;
 
   // The known sections of each page kind, in written order.
   [[nodiscard]] const std::vector<KnownSection>& dayKeys() const { return dayKeys_; }

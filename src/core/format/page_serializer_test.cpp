@@ -231,6 +231,15 @@ TEST_P(Syntaxes, PeriodRecordsSurviveWriteAndRead) {
     EXPECT_EQ(js(dayBack), js(day)) << dayText;
     EXPECT_EQ(serializer.renderDay(dayBack), dayText);
 
+    Inbox inbox;
+    inbox.items = gen.pulled();
+    inbox.passthrough = gen.pass();
+    for (auto& section : inbox.passthrough.unknownSections) section.afterSection.clear();
+    const std::string inboxText = serializer.renderInbox(inbox);
+    const Inbox inboxBack = serializer.parseInbox(inboxText);
+    EXPECT_EQ(js(inboxBack), js(inbox)) << inboxText;
+    EXPECT_EQ(serializer.renderInbox(inboxBack), inboxText);
+
     WeekEntry week;
     week.week = ISOWeek{2026, 38};
     week.targetFriday = *DayDate::make(2026, 9, 18);
@@ -387,6 +396,14 @@ TEST(PageSerializer, DayPageLinesReadAsTheGuideShowsThem) {
   ASSERT_EQ(orgDay.journal.size(), 2U);
   EXPECT_EQ(orgDay.journal[1].time, *ClockTime::make(9, 15));
   EXPECT_NE(org.renderDay(orgDay).find("- [2026-09-11 Fri 09:15] no weekday"), std::string::npos);
+
+  // The older bracketed annotation of Org inbox items is read and written in today's form.
+  const auto inbox = org.parseInbox("- [ ] Old form [captured: 2026-09-01]\n");
+  ASSERT_EQ(inbox.items.size(), 1U);
+  EXPECT_EQ(inbox.items[0].text, "Old form");
+  EXPECT_EQ(inbox.items[0].captured, DayDate::make(2026, 9, 1));
+  EXPECT_NE(org.renderInbox(inbox).find("- [ ] Old form @@trivo:captured: 2026-09-01@@"),
+            std::string::npos);
 }
 
 // ---- hand-edited pages ----
@@ -439,6 +456,15 @@ TEST(PageSerializer, HandEditedPagesKeepEveryLine) {
       "quarter.md",
       [&](const std::string& t) { return md.parseQuarter(t, YearQuarter{2026, 3}); },
       [&](const QuarterEntry& e) { return md.renderQuarter(e); });
+  expectKeepsEveryLine(
+      "inbox.md", [&](const std::string& t) { return md.parseInbox(t); },
+      [&](const Inbox& e) { return md.renderInbox(e); });
+  expectKeepsEveryLine(
+      "inbox.org", [&](const std::string& t) { return org.parseInbox(t); },
+      [&](const Inbox& e) { return org.renderInbox(e); });
+  expectKeepsEveryLine(
+      "day.md", [&](const std::string& t) { return md.parseDay(t, *DayDate::make(2026, 9, 16)); },
+      [&](const DayEntry& e) { return md.renderDay(e); });
   expectKeepsEveryLine(
       "month.org", [&](const std::string& t) { return org.parseMonth(t, YearMonth{2026, 9}); },
       [&](const MonthEntry& e) { return org.renderMonth(e); });

@@ -1,0 +1,28 @@
+// The store's view of the page serializer: the blank template of each page, and what keeps a
+// page's text from being read (front matter naming another period, or a broken front matter).
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "core/format/page_serializer.h"
+#include "core/store/vault_store.h"
+
+namespace trivo {
+
+class SerializerCodec final : public PageCodec {
+ public:
+  explicit SerializerCodec(MarkdownSerializer serializer) : serializer_(std::move(serializer)) {}
+
+  [[nodiscard]] std::string blankText(const EntryKey& key) const override;
+  [[nodiscard]] std::optional<ReadProblem> check(const EntryKey& key,
+                                                 std::string_view text) const override;
+
+  [[nodiscard]] const MarkdownSerializer& serializer() const { return serializer_; }
+
+ private:
+  MarkdownSerializer serializer_;
+};
+
+}  // namespace trivo

@@ -1,6 +1,7 @@
 // Reads arbitrary bytes as every kind of page in both syntaxes. Whatever reads must write a text
 // that reads again, and writing that second reading must give the same text.
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <string>
 #include <string_view>
@@ -15,7 +16,10 @@ void roundTrip(std::string_view text, Parse parse, Render render) {
   try {
     const std::string once = render(parse(text));
     const std::string twice = render(parse(once));
-    if (twice != once) std::abort();
+    if (twice != once) {
+      std::fprintf(stderr, "ONCE<<%s>>\nTWICE<<%s>>\n", once.c_str(), twice.c_str());
+      std::abort();
+    }
   } catch (const trivo::SerializerError&) {
     // Only a page's front matter can refuse it; the text it writes itself never does.
   }

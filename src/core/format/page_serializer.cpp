@@ -1,6 +1,7 @@
 // Reading and writing the week, month, quarter and year pages in either syntax.
 #include "core/format/page_serializer.h"
 
+#include <algorithm>
 #include <array>
 #include <functional>
 #include <span>
@@ -10,6 +11,7 @@
 #include <utility>
 
 #include "core/content/content_bundle.h"
+#include "core/format/legacy_headings.h"
 #include "core/format/list_lines.h"
 #include "core/format/outline.h"
 #include "core/format/section_writer.h"
@@ -43,7 +45,7 @@ std::string normalized(std::string_view text) {
   std::string out;
   out.reserve(text.size());
   for (std::size_t i = 0; i < text.size(); ++i) {
-    if (text[i] == '\r' && i + 1 < text.size() && text[i + 1] == '\n') continue;
+    if (text[i] == '\r' && (i + 1 == text.size() || text[i + 1] == '\n')) continue;
     out += text[i];
   }
   return out;
@@ -58,6 +60,58 @@ std::optional<std::string> commentText(std::string_view line) {
 
 std::string commentLine(std::string_view comment) {
   return comment.empty() ? std::string(">") : "> " + std::string(comment);
+}
+
+// A second section under a known heading is kept as an unknown one. Written back before the
+// known section it repeats, it would be taken for that section on the next read, so it is
+// placed after it instead.
+void placeRepeatedHeadings(SectionReader& reader, int level, std::span<const KnownSection> known,
+                           std::string_view path) {
+  auto position = [&](std::string_view key) -> std::size_t {
+    for (std::size_t i = 0; i < known.size(); ++i) {
+      if (SectionReader::sectionKey(path, known[i].key) == key) return i + 1;
+    }
+    return 0;
+  };
+  const std::string marker = reader.syntax.headingMarker(level);
+  for (auto& unknown : reader.pass.unknownSections) {
+    const bool here = path.empty() ? unknown.afterSection.find('/') == std::string::npos
+                                   : unknown.afterSection.starts_with(std::string(path) + "/");
+    if (!here) continue;
+    const std::string_view raw = unknown.raw;
+    if (!raw.starts_with(marker)) continue;
+    const auto title = reader.syntax.splitTags(raw.substr(marker.size(), raw.find('\n') - marker.size()));
+    const std::string heading = text::lower(text::trim(title.title));
+    for (std::size_t i = 0; i < known.size(); ++i) {
+      if (text::lower(text::trim(known[i].title)) != heading &&
+          !LegacyHeadings::names(known[i].key, title.title)) {
+        continue;
+      }
+      if (position(unknown.afterSection) < i + 1) {
+        unknown.afterSection = SectionReader::sectionKey(path, known[i].key);
+      }
+      break;
+    }
+  }
+}
+
+using LineStep = std::function<bool(std::string_view)>;
+
+// A fenced block is never read for structure: its lines, from the opening to the closing
+// line, all go to `raw` (which keeps them together and in order), so that a heading-like or
+// list-like line inside a block stays inside it.
+LineStep outsideFences(TextSyntax syntax, LineStep consume, LineStep raw) {
+  auto fences = std::make_shared<FenceTracker>(syntax);
+  return [fences, consume = std::move(consume), raw = std::move(raw)](std::string_view line) {
+    const bool wasOpen = fences->inFence();
+    const bool toggles = fences->feed(line);
+    if (wasOpen || toggles) return raw(line);
+    return consume(line);
+  };
+}
+
+LineStep refuse() {
+  return [](std::string_view) { return false; };
 }
 
 // Everything a page's reading needs after its front matter: the known field values, the
@@ -90,7 +144,11 @@ OpenPage openPage(TextSyntax syntax, std::string_view raw, const KnownFields& kn
     }
     page.fields.emplace(field.key, field.value);
   }
-  std::string preamble = page.reader.read(front.rest, kSectionLevel, sections);
+  std::string_view body = front.rest;
+  // A byte-order mark left after an Org page's keyword lines is not text of the page either.
+  while (body.starts_with("\xEF\xBB\xBF")) body.remove_prefix(3);
+  std::string preamble = page.reader.read(body, kSectionLevel, sections);
+  placeRepeatedHeadings(page.reader, kSectionLevel, sections, "");
   if (isMarkdown(syntax)) {
     // The title line is written afresh from the period; keep everything else around it.
     std::vector<std::string_view> kept;
@@ -157,7 +215,36 @@ std::string assemblePage(TextSyntax syntax, std::string_view title,
     fields = TextSyntax::keywordFront(std::move(fields));
   }
   parts.emplace_back(sections);
-  return syntax.assemble(fields, Outline::join(parts)) + "\n";
+  std::string body = Outline::join(parts);
+  // Org front matter runs up to the first line that is not a keyword line; a blank line keeps
+  // a body that starts with one from joining it.
+  if (!isMarkdown(syntax) && TextSyntax::keyword(body.substr(0, body.find('\n')))) {
+    body.insert(0, "\n");
+  }
+  return syntax.assemble(fields, body) + "\n";
+}
+
+// A piece of text that leaves a fenced block open would swallow the headings written after it
+// when the page is read back, and each write would then add the sections again. Such a piece
+// gets the closing line of its block.
+std::string closeFences(TextSyntax syntax, std::string text) {
+  FenceTracker fences(syntax);
+  std::string closer;
+  for (auto line : text::lines(text)) {
+    const bool wasOpen = fences.inFence();
+    if (fences.feed(line) && !wasOpen && fences.inFence()) {
+      const auto opener = text::trimStart(line);
+      if (isMarkdown(syntax)) {
+        closer = std::string(3, opener[0]);
+      } else {
+        auto name = opener.substr(8);
+        name = name.substr(0, std::min(name.find_first_of(" \t"), name.size()));
+        closer = "#+end_" + std::string(name);
+      }
+    }
+  }
+  if (!fences.inFence()) return text;
+  return text + "\n" + closer;
 }
 
 std::string preambleOf(const Passthrough& pass) { return pass.preamble.value_or(""); }
@@ -184,8 +271,14 @@ bool isOwnPlanningLine(std::string_view line) {
 
 OutcomeSet readOutcomes(SectionReader& reader, std::string_view key, Scope scope) {
   std::vector<Outcome> list;
+  bool planned = false;  // the current outcome's planning line was read
   const TextSyntax syntax = reader.syntax;
-  reader.linesCounting(key, [&](std::string_view line) {
+  auto keep = [&](std::string_view line) {
+    if (list.empty()) return false;
+    list.back().trailingLines.emplace_back(line);
+    return true;
+  };
+  reader.linesCounting(key, outsideFences(syntax, [&](std::string_view line) {
     if (list.size() < 3) {
       std::optional<Outcome> found;
       if (isMarkdown(syntax)) {
@@ -204,19 +297,28 @@ OutcomeSet readOutcomes(SectionReader& reader, std::string_view key, Scope scope
       }
       if (found) {
         list.push_back(std::move(*found));
+        planned = false;
         return true;
       }
     }
     if (list.empty()) return false;
-    if (text::isBlank(line)) return true;
-    if (!isMarkdown(syntax) && isOwnPlanningLine(line)) return true;
-    if (auto comment = commentText(line)) {
-      list.back().comments.push_back(*comment);
+    auto& outcome = list.back();
+    const bool first = outcome.comments.empty() && outcome.trailingLines.empty();
+    if (!isMarkdown(syntax) && first && !planned && isOwnPlanningLine(line)) {
+      planned = true;
+      return true;
+    }
+    // A comment is taken in the form it is written in and only before any other line, so
+    // that lines kept under an outcome come back exactly where they stood.
+    const std::string indent = isMarkdown(syntax) ? "  " : "";
+    if (auto comment = commentText(line); comment && outcome.trailingLines.empty() &&
+                                          indent + commentLine(*comment) == line) {
+      outcome.comments.push_back(*comment);
     } else {
-      list.back().trailingLines.emplace_back(line);
+      outcome.trailingLines.emplace_back(line);
     }
     return true;
-  });
+  }, keep));
   return OutcomeSet(scope, std::move(list));
 }
 
@@ -289,48 +391,75 @@ ItemText readItemText(TextSyntax syntax, std::string_view words) {
   return parsed;
 }
 
+// Tracks the nesting of steps under the items of a list while its lines are read. A step or
+// comment line is taken only in the exact form it is written in, so that a line that moves
+// under an item (text kept from elsewhere in its section) is written back as it stood.
+struct StepNesting {
+  std::vector<std::vector<TaskStep>*> levels;  // the step lists open at each depth below items
+  std::vector<std::string>* comments = nullptr;
+  std::size_t commentIndent = 0;
+
+  void startItem(std::vector<TaskStep>& steps, std::vector<std::string>& itemComments) {
+    levels = {&steps};
+    comments = &itemComments;
+    commentIndent = 2;
+  }
+  // Takes a step or a comment line under the current item; false for anything else.
+  bool take(TextSyntax syntax, std::string_view line) {
+    if (levels.empty()) return false;
+    std::size_t indent = 0;
+    while (indent < line.size() && line[indent] == ' ') ++indent;
+    if (indent == 0) return false;
+    if (auto box = CheckboxLine::parse(line.substr(indent))) {
+      const std::size_t depth = indent / 2;
+      if ((box->mark == " " || box->mark == "x") && indent % 2 == 0 && depth <= levels.size()) {
+        auto words = readItemText(syntax, box->text);
+        const std::string canonical =
+            std::string(indent, ' ') +
+            CheckboxLine::render(box->mark, words.text + itemMeta(syntax, std::nullopt,
+                                                                  words.closedAt));
+        if (!words.fate && canonical == line) {
+          levels.resize(depth);
+          auto& list = *levels[depth - 1];
+          list.push_back(TaskStep{words.text, box->mark == "x", words.closedAt, {}, {}});
+          levels.push_back(&list.back().steps);
+          comments = &list.back().comments;
+          commentIndent = indent + 2;
+          return true;
+        }
+      }
+    }
+    if (auto comment = commentText(line);
+        comment && std::string(commentIndent, ' ') + commentLine(*comment) == line) {
+      comments->push_back(*comment);
+      return true;
+    }
+    return false;
+  }
+};
+
 // Reads a checklist: items at the margin, their steps indented two spaces per level, comments
 // ("> ") under the item or step they follow.
 std::vector<CarryItem> readChecklist(SectionReader& reader, std::string_view key) {
   std::vector<CarryItem> items;
-  std::vector<std::vector<TaskStep>*> levels;  // the step lists open at each depth
-  std::vector<std::string>* comments = nullptr;
+  StepNesting nesting;
   const TextSyntax syntax = reader.syntax;
-  reader.linesCounting(key, [&](std::string_view line) {
-    std::size_t indent = 0;
-    while (indent < line.size() && line[indent] == ' ') ++indent;
-    if (auto box = CheckboxLine::parse(line.substr(indent))) {
+  reader.linesCounting(key, outsideFences(syntax, [&](std::string_view line) {
+    if (auto box = CheckboxLine::parse(line)) {
       const bool open = box->mark == " ";
       const bool done = box->mark == "x" || box->mark == "X";
-      const std::size_t depth = indent / 2;
-      if ((open || done) && indent % 2 == 0 && depth <= levels.size()) {
+      if (open || done) {
         auto words = readItemText(syntax, box->text);
-        levels.resize(depth);
-        if (depth == 0) {
-          CarryItem item{words.text, done, {}, words.fate, words.closedAt, {}};
-          if (words.fate) item.fate = words.fate;
-          items.push_back(std::move(item));
-          levels.push_back(&items.back().steps);
-          comments = &items.back().comments;
-          return true;
-        }
-        if (!words.fate) {
-          auto& list = *levels[depth - 1];
-          list.push_back(TaskStep{words.text, done, words.closedAt, {}, {}});
-          levels.push_back(&list.back().steps);
-          comments = &list.back().comments;
-          return true;
-        }
-      }
-    }
-    if (comments != nullptr) {
-      if (auto comment = commentText(line); comment && indent > 0) {
-        comments->push_back(*comment);
+        items.push_back(CarryItem{words.text, done, {}, words.fate, words.closedAt, {}});
+        nesting.startItem(items.back().steps, items.back().comments);
         return true;
       }
     }
+    if (nesting.take(syntax, line)) return true;
+    // Only lines right under an item belong to it.
+    nesting = StepNesting{};
     return false;
-  });
+  }, refuse()));
   return items;
 }
 
@@ -394,6 +523,7 @@ void readReflection(SectionReader& reader, std::string_view key,
   auto body = reader.body(key);
   if (!body) return;
   const std::string before = reader.read(*body, kPartLevel, parts, key);
+  placeRepeatedHeadings(reader, kPartLevel, parts, key);
   if (!before.empty()) reader.pass.sectionTails[SectionReader::sectionKey(key, "")] = before;
   for (const auto& part : parts) {
     auto text = reader.body(SectionReader::sectionKey(key, part.key));
@@ -431,7 +561,11 @@ std::string renderReflection(TextSyntax syntax, const Passthrough& pass, std::st
       it != pass.sectionTails.end()) {
     before = it->second;
   }
-  return SectionWriter(syntax, pass).write(kPartLevel, key, parts, bodies, before);
+  for (auto& [part, body] : bodies) body = closeFences(syntax, std::move(body));
+  Passthrough closed = pass;
+  for (auto& unknown : closed.unknownSections) unknown.raw = closeFences(syntax, std::move(unknown.raw));
+  return SectionWriter(syntax, closed).write(kPartLevel, key, parts, bodies,
+                                             closeFences(syntax, std::move(before)));
 }
 
 // Section tails under a path belong to the parts, which the part writer puts back itself; the
@@ -444,9 +578,20 @@ Passthrough topLevelOnly(const Passthrough& pass) {
 }
 
 std::string writeSections(TextSyntax syntax, const Passthrough& pass,
-                          std::span<const KnownSection> known, const Bodies& bodies) {
-  const Passthrough top = topLevelOnly(pass);
-  return SectionWriter(syntax, top).write(kSectionLevel, "", known, bodies, preambleOf(pass));
+                          std::span<const KnownSection> known, Bodies bodies) {
+  Passthrough top = topLevelOnly(pass);
+  for (const auto& section : known) {
+    std::string& body = bodies[section.key];
+    if (auto tail = top.sectionTails.find(section.key); tail != top.sectionTails.end()) {
+      if (!body.empty() && !tail->second.empty()) body += '\n';
+      body += tail->second;
+    }
+    body = closeFences(syntax, std::move(body));
+  }
+  top.sectionTails.clear();
+  for (auto& unknown : top.unknownSections) unknown.raw = closeFences(syntax, std::move(unknown.raw));
+  return SectionWriter(syntax, top).write(kSectionLevel, "", known, bodies,
+                                          closeFences(syntax, preambleOf(pass)));
 }
 
 std::string monthName(std::int64_t month) {
@@ -482,44 +627,6 @@ std::vector<std::string> metaEntries(std::string_view inner) {
 std::string joinMeta(TextSyntax syntax, const std::vector<std::string>& entries) {
   return entries.empty() ? std::string() : syntax.meta(text::join(entries, " \u00B7 "));
 }
-
-// Tracks the nesting of steps under the items of a list while its lines are read.
-struct StepNesting {
-  std::vector<std::vector<TaskStep>*> levels;  // the step lists open at each depth below items
-  std::vector<std::string>* comments = nullptr;
-
-  void startItem(std::vector<TaskStep>& steps, std::vector<std::string>& itemComments) {
-    levels = {&steps};
-    comments = &itemComments;
-  }
-  // Takes a step or a comment line under the current item; false for anything else.
-  bool take(TextSyntax syntax, std::string_view line) {
-    if (levels.empty()) return false;
-    std::size_t indent = 0;
-    while (indent < line.size() && line[indent] == ' ') ++indent;
-    if (indent == 0) return false;
-    if (auto box = CheckboxLine::parse(line.substr(indent))) {
-      const std::size_t depth = indent / 2;
-      if ((box->mark == " " || box->mark == "x" || box->mark == "X") && indent % 2 == 0 &&
-          depth <= levels.size()) {
-        auto words = readItemText(syntax, box->text);
-        if (!words.fate) {
-          levels.resize(depth);
-          auto& list = *levels[depth - 1];
-          list.push_back(TaskStep{words.text, box->mark != " ", words.closedAt, {}, {}});
-          levels.push_back(&list.back().steps);
-          comments = &list.back().comments;
-          return true;
-        }
-      }
-    }
-    if (auto comment = commentText(line)) {
-      comments->push_back(*comment);
-      return true;
-    }
-    return false;
-  }
-};
 
 void renderItemTail(TextSyntax syntax, const std::vector<std::string>& comments,
                     const std::vector<TaskStep>& steps, std::vector<std::string>& lines) {
@@ -643,18 +750,25 @@ std::function<bool(std::string_view)> inboxItemReader(TextSyntax syntax,
       nesting->startItem(items.back().subtasks, items.back().comments);
       return true;
     }
+    // A blank line ends the item: what follows it is not the item's.
+    if (text::isBlank(line)) {
+      *nesting = StepNesting{};
+      return false;
+    }
     if (nesting->take(syntax, line)) return true;
-    if (!items.empty() && line.starts_with("  ") && !text::isBlank(line)) {
+    if (!nesting->levels.empty() && line.starts_with("  ")) {
       items.back().trailingLines.emplace_back(line.substr(2));
       return true;
     }
+    *nesting = StepNesting{};
     return false;
   };
 }
 
 std::vector<InboxItem> readInboxItems(SectionReader& reader, std::string_view key) {
   std::vector<InboxItem> items;
-  reader.linesCounting(key, inboxItemReader(reader.syntax, items));
+  reader.linesCounting(key,
+                       outsideFences(reader.syntax, inboxItemReader(reader.syntax, items), refuse()));
   return items;
 }
 
@@ -707,18 +821,21 @@ std::string journalHead(TextSyntax syntax, const DayDate& day, const JournalEntr
 
 std::vector<JournalEntry> readJournal(SectionReader& reader, std::string_view key) {
   std::vector<JournalEntry> entries;
-  reader.linesCounting(key, [&](std::string_view line) {
+  bool open = false;  // the last line read belongs to the last entry
+  reader.linesCounting(key, outsideFences(reader.syntax, [&](std::string_view line) {
     if (auto entry = readJournalLine(reader.syntax, line)) {
       entries.push_back(std::move(*entry));
+      open = true;
       return true;
     }
-    // Lines indented under an entry continue it.
-    if (!entries.empty() && line.starts_with("  ")) {
+    // Lines indented right under an entry continue it.
+    if (open && line.starts_with("  ")) {
       entries.back().text += "\n" + std::string(line.substr(2));
       return true;
     }
+    open = false;
     return false;
-  });
+  }, refuse()));
   return entries;
 }
 
@@ -809,14 +926,16 @@ std::optional<FocusSession> readSessionLine(TextSyntax syntax, std::string_view 
 std::vector<FocusSession> readSessions(SectionReader& reader, std::string_view key) {
   std::vector<FocusSession> sessions;
   StepNesting nesting;
-  reader.linesCounting(key, [&](std::string_view line) {
+  reader.linesCounting(key, outsideFences(reader.syntax, [&](std::string_view line) {
     if (auto session = readSessionLine(reader.syntax, line)) {
       sessions.push_back(std::move(*session));
       nesting.startItem(sessions.back().steps, sessions.back().comments);
       return true;
     }
-    return nesting.take(reader.syntax, line);
-  });
+    if (nesting.take(reader.syntax, line)) return true;
+    nesting = StepNesting{};
+    return false;
+  }, refuse()));
   return sessions;
 }
 
@@ -881,7 +1000,7 @@ Inbox MarkdownSerializer::parseInbox(std::string_view text) const {
   Inbox inbox;
   std::vector<std::string_view> kept;
   const std::string lines = page.reader.pass.preamble.value_or("");
-  auto consume = inboxItemReader(syntax_, inbox.items);
+  auto consume = outsideFences(syntax_, inboxItemReader(syntax_, inbox.items), refuse());
   for (auto line : text::lines(lines)) {
     if (!consume(line) && !(text::isBlank(line) && (kept.empty() || text::isBlank(kept.back())))) {
       kept.push_back(line);
@@ -896,9 +1015,9 @@ Inbox MarkdownSerializer::parseInbox(std::string_view text) const {
 
 std::string MarkdownSerializer::renderInbox(const Inbox& inbox) const {
   std::vector<std::string> parts = {renderInboxItems(syntax_, inbox.items), preambleOf(inbox.passthrough)};
-  const std::string head = Outline::join(parts);
-  const std::string body =
-      SectionWriter(syntax_, inbox.passthrough).write(kSectionLevel, "", {}, {}, head);
+  Passthrough pass = inbox.passthrough;
+  pass.preamble = Outline::join(parts);
+  const std::string body = writeSections(syntax_, pass, {}, {});
   return assemblePage(syntax_, heading("file.inbox.title", "Inbox"), {{"type", "inbox"}},
                       inbox.passthrough, body);
 }

@@ -39,12 +39,17 @@ std::string heading(std::string_view key, std::string_view fallback) {
   return std::string(fallback);
 }
 
-// Pages may come with a byte-order mark and Windows line ends; they are written without.
+// Pages may come with a byte-order mark and Windows line ends; they are written without. A
+// mark at the start of a later line (pages pasted together) is dropped as well, since it would
+// hide the line's meaning from every reader.
 std::string normalized(std::string_view text) {
-  if (text.starts_with("\xEF\xBB\xBF")) text.remove_prefix(3);
   std::string out;
   out.reserve(text.size());
   for (std::size_t i = 0; i < text.size(); ++i) {
+    if ((i == 0 || text[i - 1] == '\n') && text.substr(i).starts_with("\xEF\xBB\xBF")) {
+      i += 2;
+      continue;
+    }
     if (text[i] == '\r' && (i + 1 == text.size() || text[i + 1] == '\n')) continue;
     out += text[i];
   }
@@ -144,10 +149,7 @@ OpenPage openPage(TextSyntax syntax, std::string_view raw, const KnownFields& kn
     }
     page.fields.emplace(field.key, field.value);
   }
-  std::string_view body = front.rest;
-  // A byte-order mark left after an Org page's keyword lines is not text of the page either.
-  while (body.starts_with("\xEF\xBB\xBF")) body.remove_prefix(3);
-  std::string preamble = page.reader.read(body, kSectionLevel, sections);
+  std::string preamble = page.reader.read(front.rest, kSectionLevel, sections);
   placeRepeatedHeadings(page.reader, kSectionLevel, sections, "");
   if (isMarkdown(syntax)) {
     // The title line is written afresh from the period; keep everything else around it.
@@ -335,7 +337,10 @@ std::string renderOutcomes(TextSyntax syntax, const OutcomeSet& set, const DayDa
     // A Markdown comment is indented so that it belongs to the list item above it.
     const std::string indent = isMarkdown(syntax) ? "  " : "";
     for (const auto& comment : outcome.comments) lines.push_back(indent + commentLine(comment));
-    for (const auto& raw : outcome.trailingLines) lines.push_back(raw);
+    // The next outcome must not land inside a block that these lines leave open.
+    if (!outcome.trailingLines.empty()) {
+      lines.push_back(closeFences(syntax, text::join(outcome.trailingLines, "\n")));
+    }
   }
   return text::join(lines, "\n");
 }

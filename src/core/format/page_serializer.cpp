@@ -53,7 +53,12 @@ std::string normalized(std::string_view text) {
     if (text[i] == '\r' && (i + 1 == text.size() || text[i + 1] == '\n')) continue;
     out += text[i];
   }
-  return out;
+  // Lines of white space alone are read as empty lines: they have no meaning of their own.
+  std::vector<std::string_view> lines = text::lines(out);
+  for (auto& line : lines) {
+    if (text::isBlank(line)) line = {};
+  }
+  return text::join(lines, "\n");
 }
 
 // A comment line under an item: "> words" (the space is optional when reading).
@@ -324,7 +329,50 @@ OutcomeSet readOutcomes(SectionReader& reader, std::string_view key, Scope scope
   return OutcomeSet(scope, std::move(list));
 }
 
-std::string renderOutcomes(TextSyntax syntax, const OutcomeSet& set, const DayDate& due) {
+// The Org clock line of a finished focus session: "CLOCK: [start]--[end] =>  h:mm". A session
+// that ends before it starts ran past midnight.
+std::optional<std::string> clockLine(const DayDate& day, const FocusSession& session) {
+  if (!session.end) return std::nullopt;
+  std::int64_t minutes = session.end->minutesOfDay() - session.start.minutesOfDay();
+  const DayDate endDay = minutes < 0 ? day.adding(1) : day;
+  if (minutes < 0) minutes += 24 * 60;
+  return "CLOCK: " + TextSyntax::inactiveStamp(day, session.start) + "--" +
+         TextSyntax::inactiveStamp(endDay, *session.end) + " =>  " + std::to_string(minutes / 60) +
+         ":" + (minutes % 60 < 10 ? "0" : "") + std::to_string(minutes % 60);
+}
+
+// The logbook drawer an Org day page shows under an outcome: a clock line for each finished
+// session spent on it. It is drawn from the sessions list, which holds the sessions themselves.
+std::vector<std::string> clockDrawer(const DayDate& day, const Outcome& outcome,
+                                     const std::vector<FocusSession>& sessions) {
+  std::vector<std::string> lines;
+  if (outcome.isBlank()) return lines;
+  for (const auto& session : sessions) {
+    if (session.outcome != outcome.text) continue;
+    if (auto line = clockLine(day, session)) lines.push_back(*line);
+  }
+  if (lines.empty()) return lines;
+  lines.insert(lines.begin(), ":LOGBOOK:");
+  lines.emplace_back(":END:");
+  return lines;
+}
+
+// Takes the drawer that clockDrawer writes off the lines kept under each outcome; a drawer the
+// user changed stays as written.
+void dropClockDrawers(OutcomeSet& set, const DayDate& day,
+                      const std::vector<FocusSession>& sessions) {
+  for (auto& outcome : set.outcomes) {
+    const auto drawer = clockDrawer(day, outcome, sessions);
+    auto& kept = outcome.trailingLines;
+    if (!drawer.empty() && kept.size() >= drawer.size() &&
+        std::equal(drawer.begin(), drawer.end(), kept.begin())) {
+      kept.erase(kept.begin(), kept.begin() + static_cast<std::ptrdiff_t>(drawer.size()));
+    }
+  }
+}
+
+std::string renderOutcomes(TextSyntax syntax, const OutcomeSet& set, const DayDate& due,
+                           const std::vector<FocusSession>& sessions = {}) {
   std::vector<std::string> lines;
   for (const auto& outcome : OutcomeSet::normalize(set.outcomes)) {
     const std::string words = ServesLink::join(outcome.text, outcome.serves);
@@ -337,6 +385,9 @@ std::string renderOutcomes(TextSyntax syntax, const OutcomeSet& set, const DayDa
     // A Markdown comment is indented so that it belongs to the list item above it.
     const std::string indent = isMarkdown(syntax) ? "  " : "";
     for (const auto& comment : outcome.comments) lines.push_back(indent + commentLine(comment));
+    if (!isMarkdown(syntax)) {
+      for (auto& line : clockDrawer(due, outcome, sessions)) lines.push_back(std::move(line));
+    }
     // The next outcome must not land inside a block that these lines leave open.
     if (!outcome.trailingLines.empty()) {
       lines.push_back(closeFences(syntax, text::join(outcome.trailingLines, "\n")));
@@ -1052,6 +1103,7 @@ DayEntry MarkdownSerializer::parseDay(std::string_view text, const DayDate& date
   entry.journal = readJournal(page.reader, "journal");
   entry.forTomorrow = readChecklist(page.reader, "tomorrow");
   entry.sessions = readSessions(page.reader, "sessions");
+  if (!isMarkdown(syntax_)) dropClockDrawers(entry.outcomes, date, entry.sessions);
   entry.passthrough = std::move(page.reader.pass);
   return entry;
 }
@@ -1061,7 +1113,7 @@ std::string MarkdownSerializer::renderDay(const DayEntry& entry) const {
   if (!entry.activities.empty()) fields.push_back({"activity", renderList(syntax_, entry.activities)});
   if (entry.liked) fields.push_back({"liked", "true"});
   Bodies bodies;
-  bodies["outcomes"] = renderOutcomes(syntax_, entry.outcomes, entry.date);
+  bodies["outcomes"] = renderOutcomes(syntax_, entry.outcomes, entry.date, entry.sessions);
   bodies["checklist"] = renderChecklist(syntax_, entry.checklist);
   bodies["pulled"] = renderInboxItems(syntax_, entry.pulledItems);
   bodies["notes"] = syntax_.escape(entry.notes, kSectionLevel);

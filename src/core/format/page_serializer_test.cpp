@@ -224,6 +224,10 @@ TEST_P(Syntaxes, PeriodRecordsSurviveWriteAndRead) {
     day.forTomorrow = gen.checklist();
     day.activities = gen.hotspots();
     day.sessions = gen.sessions();
+    // Sessions spent on an outcome show as clocks under it on Org pages.
+    for (auto& session : day.sessions) {
+      if (gen.coin()) session.outcome = day.outcomes.outcomes[gen.below(3)].text;
+    }
     day.liked = gen.coin();
     day.passthrough = gen.pass();
     const std::string dayText = serializer.renderDay(day);
@@ -404,6 +408,31 @@ TEST(PageSerializer, DayPageLinesReadAsTheGuideShowsThem) {
   EXPECT_EQ(inbox.items[0].captured, DayDate::make(2026, 9, 1));
   EXPECT_NE(org.renderInbox(inbox).find("- [ ] Old form @@trivo:captured: 2026-09-01@@"),
             std::string::npos);
+}
+
+TEST(PageSerializer, OrgSessionsClockUnderTheOutcomeTheyServed) {
+  const MarkdownSerializer org(YearMode::quarter, TextSyntax::org);
+  DayEntry day;
+  day.date = *DayDate::make(2026, 9, 16);
+  Outcome ship = Outcome::make("Ship the report");
+  ship.comments = {"draft first"};
+  day.outcomes = OutcomeSet(Scope::day, {ship});
+  FocusSession late;
+  late.start = *ClockTime::make(23, 40);
+  late.end = ClockTime::make(0, 5);
+  late.minutes = 25;
+  late.outcome = "Ship the report";
+  FocusSession running = late;
+  running.end.reset();
+  day.sessions = {late, running};
+  const std::string text = org.renderDay(day);
+  EXPECT_NE(text.find("** TODO Ship the report\nSCHEDULED: <2026-09-16 Wed>\n> draft first\n"
+                      ":LOGBOOK:\nCLOCK: [2026-09-16 Wed 23:40]--[2026-09-17 Thu 00:05] =>  0:25\n"
+                      ":END:\n** TODO\n"),
+            std::string::npos)
+      << text;
+  EXPECT_NE(text.find("- 23:40\u201300:05 \u00B7 25m \u00B7 Ship the report"), std::string::npos);
+  EXPECT_EQ(js(org.parseDay(text, day.date)), js(day));
 }
 
 // ---- hand-edited pages ----

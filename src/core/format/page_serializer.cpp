@@ -733,49 +733,52 @@ std::optional<InboxItem> readInboxItemLine(TextSyntax syntax, std::string_view l
       const auto colon = entry.find(": ");
       const std::string key = colon == std::string::npos ? entry : entry.substr(0, colon);
       const std::string value = colon == std::string::npos ? std::string() : entry.substr(colon + 2);
-      bool taken = !seen.contains(key);
-      if (taken) {
-        if (key == "id" && colon != std::string::npos && !value.empty()) {
-          item.id = value;
-        } else if (key == "captured" && (item.captured = DayDate::parse(value))) {
-        } else if (key == "pulled" && (item.pulledInto = DayDate::parse(value))) {
-        } else if (key == "hidden" && (item.hiddenUntil = DayDate::parse(value))) {
-        } else if (key == "closed" && (item.closed = DayDate::parse(value.substr(0, 10)))) {
-          if (value.size() > 11) {
-            item.closedTime = ClockTime::parse(value.substr(11));
-            if (!item.closedTime || value[10] != ' ') {
-              item.closed.reset();
-              item.closedTime.reset();
-              taken = false;
-            }
-          } else if (value.size() != 10) {
-            item.closed.reset();
-            taken = false;
-          }
-        } else if (key == "repeat" && (item.repeats = Repeat::fromPhrase(value))) {
-        } else if (key == "done" && !value.empty()) {
-          std::string_view rest = value;
-          while (taken) {
-            const auto comma = rest.find(',');
-            auto d = DayDate::parse(rest.substr(0, comma));
-            if (!d) {
-              item.doneDates.clear();
-              taken = false;
-              break;
-            }
-            item.doneDates.push_back(*d);
-            if (comma == std::string_view::npos) break;
-            rest = rest.substr(comma + 1);
-          }
-        } else if (entry == "someday") {
-          item.someday = true;
-        } else if (entry == "waiting") {
-          item.waiting = true;
-        } else if (entry == "blocked" && item.done) {
-          item.blocked = true;
-        } else {
-          taken = false;
+      auto readDay = [&value](std::optional<DayDate>& field) {
+        field = DayDate::parse(value);
+        return field.has_value();
+      };
+      // Each known entry counts once; a repeated or unreadable one is kept as it stands.
+      bool taken = false;
+      if (seen.contains(key)) {
+        taken = false;
+      } else if (key == "id") {
+        item.id = value;
+        taken = !value.empty();
+      } else if (key == "captured") {
+        taken = readDay(item.captured);
+      } else if (key == "pulled") {
+        taken = readDay(item.pulledInto);
+      } else if (key == "hidden") {
+        taken = readDay(item.hiddenUntil);
+      } else if (key == "closed") {
+        const auto day = DayDate::parse(value.substr(0, 10));
+        const auto time = value.size() > 11 && value[10] == ' '
+                              ? ClockTime::parse(value.substr(11))
+                              : std::nullopt;
+        taken = day && (value.size() == 10 || time);
+        if (taken) {
+          item.closed = day;
+          item.closedTime = time;
         }
+      } else if (key == "repeat") {
+        item.repeats = Repeat::fromPhrase(value);
+        taken = item.repeats.has_value();
+      } else if (key == "done") {
+        taken = !value.empty();
+        std::string_view rest = value;
+        while (taken) {
+          const auto comma = rest.find(',');
+          const auto d = DayDate::parse(rest.substr(0, comma));
+          taken = d.has_value();
+          if (d) item.doneDates.push_back(*d);
+          if (!d || comma == std::string_view::npos) break;
+          rest = rest.substr(comma + 1);
+        }
+        if (!taken) item.doneDates.clear();
+      } else if (entry == "someday" || entry == "waiting" || (entry == "blocked" && item.done)) {
+        (entry == "someday" ? item.someday : entry == "waiting" ? item.waiting : item.blocked) =
+            true;
+        taken = true;
       }
       if (taken) {
         seen.insert(key);

@@ -7,6 +7,7 @@
 #include <ostream>
 
 #include "cli/command.h"
+#include "cli/vault_settings.h"
 #include "core/calendar/day_date.h"
 #include "core/focus/live_state.h"
 #include "core/format/text_syntax.h"
@@ -30,18 +31,6 @@ template <class... Ts>
 Overloaded(Ts...) -> Overloaded<Ts...>;
 
 std::string inQuotes(std::string_view text) { return "\"" + std::string(text) + "\""; }
-
-// The vault's year mode, read leniently: anything unreadable means the default.
-YearMode yearModeOf(const fs::path& root) {
-  std::ifstream in(root / ".trivo" / "config.json", std::ios::binary);
-  if (!in) return YearMode::quarter;
-  const Json config = Json::parse(in, nullptr, /*allow_exceptions=*/false);
-  if (!config.is_object()) return YearMode::quarter;
-  auto it = config.find("yearMode");
-  if (it == config.end() || !it->is_string()) return YearMode::quarter;
-  return json::enumFromString<YearMode>(it->get<std::string>(), kYearModeNames)
-      .value_or(YearMode::quarter);
-}
 
 // A link may come from anywhere (a web page, another program), so a note path is taken only
 // when it names a file inside the vault: relative, without "..", and not leaving through a

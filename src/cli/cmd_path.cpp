@@ -7,23 +7,12 @@
 #include "core/calendar/day_date.h"
 #include "core/vault/page_address.h"
 #include "core/vault/page_link.h"
+#include "cli/vault_settings.h"
 #include "core/vault/vault_locator.h"
 #include "core/vault/vault_paths.h"
 
 namespace trivo::cli {
 namespace {
-
-// The vault's year mode, read leniently: anything unreadable means the default.
-YearMode yearModeOf(const std::filesystem::path& root) {
-  std::ifstream in(root / ".trivo" / "config.json", std::ios::binary);
-  if (!in) return YearMode::quarter;
-  const Json config = Json::parse(in, nullptr, /*allow_exceptions=*/false);
-  if (!config.is_object()) return YearMode::quarter;
-  auto it = config.find("yearMode");
-  if (it == config.end() || !it->is_string()) return YearMode::quarter;
-  return json::enumFromString<YearMode>(it->get<std::string>(), kYearModeNames)
-      .value_or(YearMode::quarter);
-}
 
 class PathCommand final : public Command {
  public:

@@ -5,6 +5,12 @@
 
 namespace trivo {
 
+std::shared_ptr<const SerializerCodec> SerializerCodec::forVault(const Vault& vault,
+                                                                 YearMode yearMode) {
+  return std::make_shared<const SerializerCodec>(
+      MarkdownSerializer(yearMode, TextSyntax{vault.format}));
+}
+
 std::string SerializerCodec::blankText(const EntryKey& key) const {
   if (const auto* day = key.asDay()) {
     DayEntry entry;

@@ -2,6 +2,7 @@
 // page's text from being read (front matter naming another period, or a broken front matter).
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -14,12 +15,14 @@ namespace trivo {
 class SerializerCodec final : public PageCodec {
  public:
   explicit SerializerCodec(MarkdownSerializer serializer) : serializer_(std::move(serializer)) {}
+  // The codec of a vault: its format's syntax and the year mode of its settings.
+  static std::shared_ptr<const SerializerCodec> forVault(const Vault& vault, YearMode yearMode);
 
   [[nodiscard]] std::string blankText(const EntryKey& key) const override;
   [[nodiscard]] std::optional<ReadProblem> check(const EntryKey& key,
                                                  std::string_view text) const override;
 
-  [[nodiscard]] const MarkdownSerializer& serializer() const { return serializer_; }
+  [[nodiscard]] const VaultSerializer* serializer() const override { return &serializer_; }
 
  private:
   MarkdownSerializer serializer_;

@@ -21,6 +21,9 @@
 #include <vector>
 
 #include "core/calendar/clock_time.h"
+#include "core/records/day_entry.h"
+#include "core/records/inbox_item.h"
+#include "core/records/period_entries.h"
 #include "core/platform/clock.h"
 #include "core/store/change_stream.h"
 #include "core/store/cloud_signal.h"
@@ -32,6 +35,7 @@
 namespace trivo {
 
 class FileWatcher;
+class VaultSerializer;
 
 // What the store needs to know of the page format.
 class PageCodec {
@@ -43,6 +47,8 @@ class PageCodec {
   // What is wrong with a page's text (valid UTF-8 already), or nothing when it reads.
   [[nodiscard]] virtual std::optional<ReadProblem> check(const EntryKey& key,
                                                          std::string_view text) const = 0;
+  // The serializer behind the codec, when pages are read as records.
+  [[nodiscard]] virtual const VaultSerializer* serializer() const { return nullptr; }
 };
 
 // Until pages are parsed, a blank page is the empty text and every text reads.
@@ -118,6 +124,37 @@ class VaultStore {
   std::set<EntryKey> conflicts();
   std::int64_t writeCount();
 
+  // --- Records: the page texts above read and written through the codec's serializer (a store
+  // without one throws std::logic_error). A missing page reads as the blank record; a page that
+  // does not parse throws SerializerError and is left as it is.
+  DayEntry day(const DayDate& date);
+  DayEntry dayForEditing(const DayDate& date) { return day(date); }
+  WeekEntry week(const ISOWeek& week);
+  MonthEntry month(const YearMonth& month);
+  QuarterEntry quarter(const YearQuarter& quarter);
+  YearEntry year(std::int64_t year);
+  Inbox inbox();
+  // As they would read now (a queued text wins), recording nothing.
+  DayEntry peekDay(const DayDate& date);
+  DayEntry latestDay(const DayDate& date) { return peekDay(date); }
+  WeekEntry peekWeek(const ISOWeek& week);
+  MonthEntry peekMonth(const YearMonth& month);
+  QuarterEntry peekQuarter(const YearQuarter& quarter);
+  YearEntry peekYear(std::int64_t year);
+  Inbox peekInbox();
+  void save(const DayEntry& entry, bool overwritingExternalChanges = false, bool emptying = false);
+  void save(const WeekEntry& entry, bool overwritingExternalChanges = false, bool emptying = false);
+  void save(const MonthEntry& entry, bool overwritingExternalChanges = false,
+            bool emptying = false);
+  void save(const QuarterEntry& entry, bool overwritingExternalChanges = false,
+            bool emptying = false);
+  void save(const YearEntry& entry, bool overwritingExternalChanges = false, bool emptying = false);
+  void save(const Inbox& inbox, bool overwritingExternalChanges = false);
+  // The refused texts of a page read back as records, and forgotten. A refused text that does
+  // not parse (one queued as raw text) is not forgotten: it stays for takeRefused().
+  std::vector<DayEntry> takeRefusedDays(const DayDate& date);
+  std::vector<Inbox> takeRefusedInboxes();
+
   // --- Undo and redo (the last 100 writes). Each first flushes; a page changed outside since
   // the step throws VaultError::changedOnDisk and leaves both stacks alone.
   std::optional<EntryKey> undo();
@@ -164,6 +201,9 @@ class VaultStore {
   std::optional<std::string> onDiskLocked(const EntryKey& key);
   void putLocked(const std::optional<std::string>& text, const EntryKey& key);
   void timerLoop();
+  [[nodiscard]] const VaultSerializer& serializer() const;
+  template <typename Record, typename Parse>
+  std::vector<Record> takeRefusedRecords(const EntryKey& key, Parse parse);
   [[nodiscard]] Instant now() const { return clock_->now(); }
 
   Vault vault_;

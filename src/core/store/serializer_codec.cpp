@@ -41,6 +41,18 @@ std::string SerializerCodec::blankText(const EntryKey& key) const {
   return serializer_.renderInbox(Inbox{});
 }
 
+std::string SerializerCodec::rewrite(const EntryKey& key, std::string_view text) const {
+  const auto& s = serializer_;
+  if (const auto* day = key.asDay()) return s.renderDay(s.parseDay(text, *day));
+  if (const auto* week = key.asWeek()) return s.renderWeek(s.parseWeek(text, *week));
+  if (const auto* month = key.asMonth()) return s.renderMonth(s.parseMonth(text, *month));
+  if (const auto* quarter = key.asQuarter()) {
+    return s.renderQuarter(s.parseQuarter(text, *quarter));
+  }
+  if (const auto* year = key.asYear()) return s.renderYear(s.parseYear(text, *year));
+  return s.renderInbox(s.parseInbox(text));
+}
+
 std::optional<ReadProblem> SerializerCodec::check(const EntryKey& key,
                                                   std::string_view text) const {
   try {

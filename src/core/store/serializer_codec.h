@@ -23,6 +23,9 @@ class SerializerCodec final : public PageCodec {
                                                  std::string_view text) const override;
 
   [[nodiscard]] const VaultSerializer* serializer() const override { return &serializer_; }
+  // The page's text as it is after one read and write. Throws SerializerError when it does not
+  // read.
+  [[nodiscard]] std::string rewrite(const EntryKey& key, std::string_view text) const;
 
  private:
   MarkdownSerializer serializer_;

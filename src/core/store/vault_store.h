@@ -21,10 +21,10 @@
 #include <vector>
 
 #include "core/calendar/clock_time.h"
+#include "core/platform/clock.h"
 #include "core/records/day_entry.h"
 #include "core/records/inbox_item.h"
 #include "core/records/period_entries.h"
-#include "core/platform/clock.h"
 #include "core/store/change_stream.h"
 #include "core/store/cloud_signal.h"
 #include "core/store/store_errors.h"

@@ -67,8 +67,7 @@ struct Page<QuarterEntry> {
     e.quarter = q;
     return e;
   }
-  static QuarterEntry parse(const VaultSerializer& s, std::string_view text,
-                            const YearQuarter& q) {
+  static QuarterEntry parse(const VaultSerializer& s, std::string_view text, const YearQuarter& q) {
     return s.parseQuarter(text, q);
   }
   static std::string render(const VaultSerializer& s, const QuarterEntry& e) {

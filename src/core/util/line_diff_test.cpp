@@ -35,9 +35,7 @@ TEST(LineDiff, HunksMatchDiffU) {
   changed.replace(changed.find("line 30\n"), 8, "");
   changed += "line 41\n";
   const std::pair<std::string, std::string> cases[] = {
-      {"a\nb\nc\n", "a\nB\nc\n"},
-      {"", "new\n"},
-      {"old\n", ""},
+      {"a\nb\nc\n", "a\nB\nc\n"}, {"", "new\n"}, {"old\n", ""},
       {"a\nb\n", "a\nb"},  // the last newline removed
       {longText, changed},
   };
@@ -61,8 +59,8 @@ TEST(LineDiff, PatchAppliesOurDiff) {
     testing::TempDir dir;
     dir.write("page.md", a);
     dir.write("change.diff", unifiedDiff(a, b, "page.md", "page.md"));
-    const std::string command = "cd '" + dir.path().string() +
-                                "' && patch -s page.md < change.diff 2>&1";
+    const std::string command =
+        "cd '" + dir.path().string() + "' && patch -s page.md < change.diff 2>&1";
     ASSERT_EQ(std::system(command.c_str()), 0) << a << "\n=>\n" << b;
     std::ifstream in(dir.path() / "page.md", std::ios::binary);
     const std::string patched((std::istreambuf_iterator<char>(in)), {});

@@ -4,6 +4,7 @@ SAN_BUILD  ?= build-sanitize
 TSAN_BUILD ?= build-tsan
 BENCH_BUILD?= build-bench
 JOBS       ?= $(shell nproc)
+FUZZ_SECONDS ?= 300
 CMAKE_GEN  := -G Ninja
 
 .PHONY: all deps build run test sanitize tsan bench fuzz format clean
@@ -45,7 +46,8 @@ bench: deps
 fuzz: deps
 	cmake -S . -B build-fuzz $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=Debug -DTRIVO_FUZZ=ON \
 	  -DCMAKE_CXX_COMPILER=clang++
-	cmake --build build-fuzz -j $(JOBS)
+	cmake --build build-fuzz -j $(JOBS) --target fuzzers
+	scripts/run-fuzz $(FUZZ_SECONDS)
 
 format:
 	find src tests fuzz bench -name '*.cpp' -o -name '*.h' | xargs clang-format -i

@@ -613,6 +613,71 @@ void TimerModel::restore(const Snapshot& s) {
   }
 }
 
+std::optional<LiveSession> TimerModel::liveSession(std::string device,
+                                                   std::string deviceName) const {
+  if (phase_ == Phase::idle) return std::nullopt;
+  LiveSession live;
+  live.device = std::move(device);
+  live.deviceName = std::move(deviceName);
+  live.subject = subject_;
+  live.outcomeSlot = outcomeSlot_;
+  live.started = startedAt_;
+  live.minutes = minutes_;
+  live.stamp = now();
+  live.focused = std::min(elapsed(), total());
+  live.remaining = remaining_;
+  switch (phase_) {
+    case Phase::idle:
+      break;
+    case Phase::running:
+      live.phase = LiveSession::Phase::running;
+      live.ends = sessionEnd_;
+      live.graceEnds = softUntil_;
+      break;
+    case Phase::paused:
+      if (onBreak()) {
+        live.phase = LiveSession::Phase::onBreak;
+        live.ends = pauseEnd_;
+        live.restEnds = pauseEnd_;
+        if (!pauseSpans_.empty()) live.breakStarted = pauseSpans_.back().start;
+      } else {
+        live.phase = LiveSession::Phase::paused;
+      }
+      break;
+    case Phase::finished:
+      live.phase = LiveSession::Phase::finished;
+      live.remaining = 0;
+      if (autoLogEnabled_ && !autoLogHidden_ && finishedAt_) {
+        live.autoAt = plusSeconds(autoLogArmedAt_.value_or(*finishedAt_), autoLogDelay);
+      }
+      break;
+  }
+  return live;
+}
+
+void TimerModel::describe(LiveState& state) const {
+  state.subject = phase_ == Phase::idle ? std::nullopt : subject_;
+  state.started = phase_ == Phase::idle ? std::nullopt : startedAt_;
+  state.ends.reset();
+  switch (phase_) {
+    case Phase::idle:
+    case Phase::finished:
+      state.phase = LiveState::Phase::idle;
+      break;
+    case Phase::running:
+      state.phase = LiveState::Phase::running;
+      state.ends = sessionEnd_;
+      break;
+    case Phase::paused:
+      state.phase = onBreak() ? LiveState::Phase::onBreak : LiveState::Phase::paused;
+      if (onBreak()) state.ends = pauseEnd_;
+      break;
+  }
+  state.planned = plannedMinutes_;
+  state.pomodoro = countsSlices_;
+  state.slice = countsSlices_ ? slicesToday_ + (phase_ == Phase::idle ? 0 : 1) : 0;
+}
+
 bool TimerModel::Snapshot::save(const std::filesystem::path& file) const {
   if (!shared::prepareFolder(file.parent_path(), shared::Access::privateToUser)) return false;
   Json j = *this;

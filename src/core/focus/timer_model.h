@@ -15,6 +15,8 @@
 #include "core/calendar/day_date.h"
 #include "core/config/vault_config.h"
 #include "core/focus/focus_event.h"
+#include "core/focus/live_session.h"
+#include "core/focus/live_state.h"
 #include "core/focus/session_log.h"
 #include "core/platform/clock.h"
 #include "core/records/reflection.h"
@@ -152,6 +154,14 @@ class TimerModel {
   [[nodiscard]] std::optional<Snapshot> snapshot() const;
   // Rebuilds the session from a snapshot, as of the clock's now.
   void restore(const Snapshot& snapshot);
+
+  // This device's session as other devices see it, stamped now; nothing when idle.
+  [[nodiscard]] std::optional<LiveSession> liveSession(std::string device,
+                                                       std::string deviceName) const;
+  // Fills the timer's part of the widgets' record: phase (a finished session waiting to be
+  // logged shows as idle), subject, start, the end of the run or of a timed break, planned
+  // minutes, and the slice under way when sessions count as slices.
+  void describe(LiveState& state) const;
 
   // Settings and choices made in the user interface.
   void setMinutes(std::int64_t minutes);  // idle or finished only, clamped to 1…120

@@ -451,6 +451,42 @@ TEST_F(TimerTest, PausedBreakAndFinishedSnapshotsRestore) {
   EXPECT_EQ(third.snapshot(), std::nullopt);  // idle has nothing to keep
 }
 
+TEST_F(TimerTest, LiveRecordsFollowThePhase) {
+  LiveState state;
+  timer.describe(state);
+  EXPECT_EQ(state.phase, LiveState::Phase::idle);
+  EXPECT_EQ(timer.liveSession("mac", "Mac"), std::nullopt);
+
+  timer.setCountsSlices(true);
+  timer.restoreSlices(2);
+  timer.startBreak(5, true);
+  clock.advance(1min);
+  timer.describe(state);
+  EXPECT_EQ(state.phase, LiveState::Phase::onBreak);
+  EXPECT_EQ(state.ends, nineOClock() + 5min);
+  EXPECT_EQ(state.slice, 3);
+  auto onBreak = timer.liveSession("mac", "Mac");
+  ASSERT_TRUE(onBreak);
+  EXPECT_EQ(onBreak->phase, LiveSession::Phase::onBreak);
+  EXPECT_FALSE(onBreak->isOpenBreak());
+  EXPECT_DOUBLE_EQ(onBreak->left(clock.now()), 4 * 60);
+
+  tickAfter(4min);
+  clock.advance(10min);
+  auto running = timer.liveSession("mac", "Mac");
+  ASSERT_TRUE(running);
+  EXPECT_EQ(running->phase, LiveSession::Phase::running);
+  // Another device reading the record later extrapolates the focused time.
+  EXPECT_DOUBLE_EQ(running->focusedSeconds(clock.now() + 5min), 15 * 60);
+  EXPECT_TRUE(running->isCurrent(nineOClock() + 30min + 4min));
+
+  timer.pause();
+  timer.describe(state);
+  EXPECT_EQ(state.phase, LiveState::Phase::paused);
+  EXPECT_EQ(state.ends, std::nullopt);
+  EXPECT_EQ(timer.liveSession("mac", "Mac")->phase, LiveSession::Phase::paused);
+}
+
 TEST(TimerSnapshot, LeavesUnsetKeysOutAndReadsSnapshotsWithoutThem) {
   TimerModel::Snapshot s;
   s.startedAt = nineOClock();

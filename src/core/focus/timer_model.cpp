@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <tuple>
+#include <utility>
 
 #include "core/calendar/clock_time.h"
 #include "core/focus/shared_files.h"
@@ -46,10 +48,42 @@ constexpr double kMaxStartBack = 86400;
 
 }  // namespace
 
+auto TimerModel::observed() const {
+  return std::make_tuple(warnMarks_, minutes_, outcomeSlot_, subject_, quality_, lastLogged_,
+                         subjectPage_, phase_, remaining_, softWindow_, overtime_, softUntil_,
+                         pauseRemaining_, pauseMinutes_, pauseSpans_, sessionEnd_, pauseEnd_,
+                         startedAt_, focusedSeconds_, segmentStart_, finishedAt_, autoLogHidden_,
+                         autoLogArmedAt_, autoLogEnabled_, breakOnly_, slicesToday_, countsSlices_,
+                         firedCues_, informalPause_, minuteTickEvery_, firedMinuteCues_,
+                         pendingMinuteCue_, autoLogRemaining_, endedAt_, continueRemaining_,
+                         plannedMinutes_, openingBreak_);
+}
+
+// Tells the change handler about an operation once it is complete: operations call each other,
+// and only the outermost one compares the state before and after.
+class TimerModel::Publish {
+ public:
+  explicit Publish(TimerModel& model) : model_(model), outer_(model.publishDepth_++ == 0) {
+    if (outer_ && model_.onChange_) before_ = model_.observed();
+  }
+  ~Publish() {
+    --model_.publishDepth_;
+    if (before_ && model_.onChange_ && model_.observed() != *before_) model_.onChange_();
+  }
+  Publish(const Publish&) = delete;
+  Publish& operator=(const Publish&) = delete;
+
+ private:
+  TimerModel& model_;
+  bool outer_;
+  std::optional<decltype(std::declval<const TimerModel&>().observed())> before_;
+};
+
 TimerModel::TimerModel(SessionLog* log, DayDate today, const Clock& clock)
     : saveChain_(log), today_(today), clock_(clock) {}
 
 void TimerModel::applySettings(const Focus& focus) {
+  Publish publish(*this);
   autoLogEnabled_ = focus.autoLog;
   warnMarks_.clear();
   if (focus.cues) {
@@ -102,12 +136,14 @@ void TimerModel::begin(Instant at) {
 }
 
 void TimerModel::start() {
+  Publish publish(*this);
   if (phase_ == Phase::running) return;
   begin(now());
   emit(FocusEvent::start);
 }
 
 void TimerModel::start(double secondsAgo) {
+  Publish publish(*this);
   if (phase_ == Phase::running) return;
   begin(plusSeconds(now(), -std::clamp(sane(secondsAgo), 0.0, kMaxStartBack)));
   emit(FocusEvent::start);
@@ -122,16 +158,19 @@ void TimerModel::openBreak(std::optional<std::int64_t> minutes, bool breakOnly) 
 }
 
 void TimerModel::startAfterBreak(std::int64_t breakMinutes) {
+  Publish publish(*this);
   if (phase_ == Phase::running) return;
   openBreak(breakMinutes, false);
 }
 
 void TimerModel::startBreak(std::int64_t breakMinutes, bool thenNextSlice) {
+  Publish publish(*this);
   if (phase_ == Phase::running) return;
   openBreak(breakMinutes, !thenNextSlice);
 }
 
 void TimerModel::holdBreakThenSlice() {
+  Publish publish(*this);
   if (phase_ == Phase::running) return;
   if (phase_ == Phase::paused) {
     pauseEnd_.reset();
@@ -164,12 +203,14 @@ void TimerModel::enterPause(std::optional<std::int64_t> minutes, bool informal) 
 }
 
 void TimerModel::pause(std::optional<std::int64_t> minutes, bool informal) {
+  Publish publish(*this);
   if (phase_ != Phase::running) return;
   enterPause(minutes, informal);
   emit(FocusEvent::pause);
 }
 
 void TimerModel::resume() {
+  Publish publish(*this);
   if (phase_ != Phase::paused) return;
   if (breakOnly_) {
     reset();
@@ -192,12 +233,14 @@ void TimerModel::resume() {
 }
 
 void TimerModel::startSliceNow() {
+  Publish publish(*this);
   if (phase_ != Phase::paused || !onBreak()) return;
   breakOnly_ = false;
   resume();
 }
 
 void TimerModel::startNextSlice() {
+  Publish publish(*this);
   if (phase_ != Phase::finished) return;
   logFinished();
   minutes_ = plannedMinutes_;
@@ -220,12 +263,14 @@ void TimerModel::finish(Instant at) {
 }
 
 void TimerModel::finishNow() {
+  Publish publish(*this);
   if (phase_ != Phase::running) return;
   finish(now());
   emit(FocusEvent::finish);
 }
 
 void TimerModel::stop() {
+  Publish publish(*this);
   if (phase_ != Phase::running && phase_ != Phase::paused) return;
   Instant t = now();
   softUntil_.reset();
@@ -254,6 +299,7 @@ void TimerModel::stop() {
 }
 
 void TimerModel::adjust(std::int64_t minutes) {
+  Publish publish(*this);
   if (phase_ != Phase::running && phase_ != Phase::paused) return;
   std::int64_t wanted = clampMinutes(minutes_ + std::clamp<std::int64_t>(minutes, -maxMinutes,
                                                                           maxMinutes));
@@ -272,6 +318,7 @@ void TimerModel::adjust(std::int64_t minutes) {
 }
 
 void TimerModel::adjustBreak(std::int64_t minutes) {
+  Publish publish(*this);
   if (phase_ != Phase::paused || !pauseEnd_) return;
   std::int64_t wanted = clampMinutes(
       pauseMinutes_ + std::clamp<std::int64_t>(minutes, -maxMinutes, maxMinutes));
@@ -282,6 +329,7 @@ void TimerModel::adjustBreak(std::int64_t minutes) {
 }
 
 void TimerModel::continueFor(std::int64_t minutes, double creditingSeconds) {
+  Publish publish(*this);
   if (phase_ != Phase::finished) return;
   double gap = std::max(0.0, sane(creditingSeconds));
   std::int64_t credit =
@@ -324,17 +372,20 @@ void TimerModel::log() {
 }
 
 void TimerModel::logFinished() {
+  Publish publish(*this);
   if (phase_ != Phase::finished) return;
   log();
   reset();
 }
 
 void TimerModel::discard() {
+  Publish publish(*this);
   if (phase_ != Phase::finished) return;
   reset();
 }
 
 void TimerModel::reset() {
+  Publish publish(*this);
   phase_ = Phase::idle;
   quality_.reset();
   remaining_ = 0;
@@ -362,6 +413,7 @@ void TimerModel::reset() {
 }
 
 std::optional<std::int64_t> TimerModel::tick() {
+  Publish publish(*this);
   Instant t = now();
   switch (phase_) {
     case Phase::idle:
@@ -437,38 +489,79 @@ void TimerModel::refreshCountdowns() {
 }
 
 std::optional<std::int64_t> TimerModel::consumeMinuteCue() {
+  Publish publish(*this);
   auto cue = pendingMinuteCue_;
   pendingMinuteCue_.reset();
   return cue;
 }
 
-void TimerModel::restoreSlices(std::int64_t slices) { slicesToday_ = std::max<std::int64_t>(0, slices); }
+void TimerModel::restoreSlices(std::int64_t slices) {
+  Publish publish(*this);
+  slicesToday_ = std::max<std::int64_t>(0, slices);
+}
 
 void TimerModel::setMinutes(std::int64_t minutes) {
+  Publish publish(*this);
   if (phase_ == Phase::running || phase_ == Phase::paused) return;
   minutes_ = clampMinutes(minutes);
 }
 
 void TimerModel::setSoftWindow(double seconds) {
+  Publish publish(*this);
   softWindow_ = std::clamp(sane(seconds), 0.0, kMaxSoftWindow);
 }
 
 void TimerModel::setMinuteTickEvery(std::int64_t minutes) {
+  Publish publish(*this);
   minuteTickEvery_ = std::clamp<std::int64_t>(minutes, 0, maxMinutes);
 }
 
+void TimerModel::setWarnMarks(std::vector<std::int64_t> marks) {
+  Publish publish(*this);
+  warnMarks_ = std::move(marks);
+}
+
+void TimerModel::setAutoLogEnabled(bool enabled) {
+  Publish publish(*this);
+  autoLogEnabled_ = enabled;
+  refreshCountdowns();
+}
+
+void TimerModel::setCountsSlices(bool counts) {
+  Publish publish(*this);
+  countsSlices_ = counts;
+}
+
+void TimerModel::setSubject(std::optional<std::string> subject) {
+  Publish publish(*this);
+  subject_ = std::move(subject);
+}
+
+void TimerModel::setSubjectPage(std::optional<std::string> page) {
+  Publish publish(*this);
+  subjectPage_ = std::move(page);
+}
+
+void TimerModel::setQuality(std::optional<FocusSession::Quality> quality) {
+  Publish publish(*this);
+  quality_ = quality;
+}
+
 void TimerModel::serveOutcome(std::int64_t slot, std::string text) {
+  Publish publish(*this);
   outcomeSlot_ = slot;
   subject_ = std::move(text);
 }
 
 void TimerModel::dismissAutoLog() {
+  Publish publish(*this);
   if (phase_ != Phase::finished) return;
   autoLogHidden_ = true;
   refreshCountdowns();
 }
 
 void TimerModel::rearmAutoLog() {
+  Publish publish(*this);
   if (phase_ != Phase::finished) return;
   autoLogHidden_ = false;
   autoLogArmedAt_ = now();
@@ -565,6 +658,7 @@ std::optional<TimerModel::Snapshot> TimerModel::snapshot() const {
 }
 
 void TimerModel::restore(const Snapshot& s) {
+  Publish publish(*this);
   reset();
   Instant t = now();
   minutes_ = clampMinutes(s.minutes);
@@ -572,8 +666,12 @@ void TimerModel::restore(const Snapshot& s) {
   outcomeSlot_ = s.outcomeSlot;
   subject_ = s.subject;
   subjectPage_ = s.subjectPage;
-  startedAt_ = s.startedAt;
-  sessionEnd_ = s.sessionEnd;
+  // A snapshot is read from a file: times a century away from now are kept within it, so that
+  // the arithmetic on them stays far from the clock's limits.
+  constexpr std::chrono::hours century(24 * 36525);
+  auto near = [&](Instant x) { return std::clamp(x, t - century, t + century); };
+  startedAt_ = near(s.startedAt);
+  sessionEnd_ = near(s.sessionEnd);
   focusedSeconds_ = std::clamp(sane(s.focusedSeconds), 0.0, 1e7);
   pauseMinutes_ = clampMinutes(s.pauseMinutes);
   remaining_ = std::clamp(sane(s.remaining), 0.0, static_cast<double>(maxMinutes) * 60);
@@ -582,7 +680,7 @@ void TimerModel::restore(const Snapshot& s) {
   if (s.finished.value_or(false)) {
     // The app was away when the session ended: the countdowns to the automatic log and to the
     // continue offer start over from now, so the user sees the session before it is logged.
-    endedAt_ = s.sessionEnd;
+    endedAt_ = sessionEnd_;
     finishedAt_ = t;
     remaining_ = 0;
     phase_ = Phase::finished;
@@ -591,7 +689,7 @@ void TimerModel::restore(const Snapshot& s) {
   }
   if (s.paused) {
     bool rest = s.rest.value_or(false) || s.breakBeforeSlice.value_or(false) || breakOnly_;
-    pauseEnd_ = s.pauseEnd;
+    if (s.pauseEnd) pauseEnd_ = near(*s.pauseEnd);
     pauseRemaining_ = pauseEnd_ ? std::max(0.0, secondsBetween(*pauseEnd_, t)) : 0;
     informalPause_ = !pauseEnd_;
     openingBreak_ = rest;
@@ -604,9 +702,15 @@ void TimerModel::restore(const Snapshot& s) {
     pauseSpans_.push_back({pauseStart, std::nullopt});
     phase_ = Phase::paused;
   } else {
-    segmentStart_ = plusSeconds(s.sessionEnd, -remaining_);
-    remaining_ = std::max(0.0, secondsBetween(s.sessionEnd, t));
+    segmentStart_ = plusSeconds(*sessionEnd_, -remaining_);
+    remaining_ = std::max(0.0, secondsBetween(*sessionEnd_, t));
     phase_ = Phase::running;
+    if (remaining_ <= 0 && softWindow_ > 0) {
+      // The grace window opened while the app was away; it closes when it would have.
+      focusedSeconds_ = creditedAtEnd();
+      segmentStart_ = sessionEnd_;
+      softUntil_ = plusSeconds(*sessionEnd_, softWindow_);
+    }
   }
   for (std::int64_t mark : warnMarks_) {
     if (static_cast<double>(mark) >= remaining_) firedCues_.insert(mark);

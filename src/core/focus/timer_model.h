@@ -95,6 +95,9 @@ class TimerModel {
 
   // Called with every event the timer goes through, after its state has changed.
   void setEventHandler(std::function<void(FocusEvent)> handler) { onEvent_ = std::move(handler); }
+  // Called once after an operation, setter or tick that changed any stored property (the user
+  // interface redraws then); not called when nothing changed.
+  void setChangeHandler(std::function<void()> handler) { onChange_ = std::move(handler); }
 
   // Operations. Each acts only in the phases it names and otherwise does nothing.
 
@@ -152,7 +155,8 @@ class TimerModel {
   void restoreSlices(std::int64_t slices);
   // The session in progress; nothing when idle.
   [[nodiscard]] std::optional<Snapshot> snapshot() const;
-  // Rebuilds the session from a snapshot, as of the clock's now.
+  // Rebuilds the session from a snapshot, as of the clock's now. Apply the settings first: a
+  // session whose end passed while the app was away finishes by the grace window they give.
   void restore(const Snapshot& snapshot);
 
   // This device's session as other devices see it, stamped now; nothing when idle.
@@ -165,16 +169,16 @@ class TimerModel {
 
   // Settings and choices made in the user interface.
   void setMinutes(std::int64_t minutes);  // idle or finished only, clamped to 1…120
-  void setWarnMarks(std::vector<std::int64_t> marks) { warnMarks_ = std::move(marks); }
+  void setWarnMarks(std::vector<std::int64_t> marks);
   void setSoftWindow(double seconds);
   void setMinuteTickEvery(std::int64_t minutes);
-  void setAutoLogEnabled(bool enabled) { autoLogEnabled_ = enabled; }
-  void setCountsSlices(bool counts) { countsSlices_ = counts; }
-  void setSubject(std::optional<std::string> subject) { subject_ = std::move(subject); }
-  void setSubjectPage(std::optional<std::string> page) { subjectPage_ = std::move(page); }
+  void setAutoLogEnabled(bool enabled);
+  void setCountsSlices(bool counts);
+  void setSubject(std::optional<std::string> subject);
+  void setSubjectPage(std::optional<std::string> page);
   // Serves one of the day's outcomes (0-based slot): the session is logged under its text.
   void serveOutcome(std::int64_t slot, std::string text);
-  void setQuality(std::optional<FocusSession::Quality> quality) { quality_ = quality; }
+  void setQuality(std::optional<FocusSession::Quality> quality);
   // Finished: the user dismissed the automatic log; the session waits for them.
   void dismissAutoLog();
   // Finished: starts the automatic log's countdown again from now.
@@ -240,6 +244,8 @@ class TimerModel {
   [[nodiscard]] double creditedAtEnd() const;
 
  private:
+  class Publish;
+  [[nodiscard]] auto observed() const;
   Instant now() const { return clock_.now(); }
   void begin(Instant at);
   void enterPause(std::optional<std::int64_t> minutes, bool informal);
@@ -254,6 +260,8 @@ class TimerModel {
   DayDate today_;
   const Clock& clock_;
   std::function<void(FocusEvent)> onEvent_;
+  std::function<void()> onChange_;
+  int publishDepth_ = 0;
 
   std::int64_t minutes_ = 25;
   std::optional<std::int64_t> outcomeSlot_;

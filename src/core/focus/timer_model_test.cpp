@@ -418,6 +418,46 @@ TEST_F(TimerTest, RunningSnapshotRestoresWithTheTimeAwayCounted) {
   EXPECT_EQ(logged()[0], expected);
 }
 
+TEST_F(TimerTest, SessionThatEndedWhileAwayFinishesAtItsEndOnRestore) {
+  timer.start();
+  clock.advance(20min);
+  auto snap = *timer.snapshot();
+  for (auto away : {std::chrono::seconds(5min + 10s), std::chrono::seconds(1h)}) {
+    clock.set(nineOClock() + 20min + away);
+    TimerModel relaunched(&log, DayDate{2026, 9, 16}, clock);
+    relaunched.setSoftWindow(30);
+    relaunched.restore(snap);
+    // No fresh grace window: it opened at the end, while the app was away.
+    EXPECT_EQ(relaunched.tick(), std::nullopt) << away.count();
+    if (away < 1h) {
+      EXPECT_TRUE(relaunched.inSoftWindow());
+      EXPECT_DOUBLE_EQ(relaunched.overtime(), 10);
+      clock.advance(20s);
+      relaunched.tick();
+    }
+    EXPECT_EQ(relaunched.phase(), Phase::finished) << away.count();
+    EXPECT_EQ(relaunched.endedAt(), nineOClock() + 25min) << away.count();
+    EXPECT_DOUBLE_EQ(relaunched.focusedSeconds(), 25 * 60) << away.count();
+  }
+}
+
+TEST_F(TimerTest, ChangesArePublishedOncePerOperationAndOnlyWhenSomethingChanged) {
+  int published = 0;
+  timer.setChangeHandler([&] { ++published; });
+  timer.tick();
+  timer.setSubject(std::nullopt);
+  EXPECT_EQ(published, 0);
+  timer.start();
+  EXPECT_EQ(published, 1);
+  timer.tick();  // the same instant: nothing moved
+  EXPECT_EQ(published, 1);
+  tickAfter(1s);
+  EXPECT_EQ(published, 2);
+  timer.finishNow();
+  timer.startNextSlice();  // logs, resets and starts: one change
+  EXPECT_EQ(published, 4);
+}
+
 TEST_F(TimerTest, PausedBreakAndFinishedSnapshotsRestore) {
   timer.startBreak(5, true);
   clock.advance(1min);

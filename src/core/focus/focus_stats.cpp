@@ -73,8 +73,7 @@ FocusStats::Result FocusStats::compute(std::int64_t days, const DayDate& endingO
       r.sessionCount += 1;
       r.longestSession = std::max(r.longestSession, minutes);
       if (!s.outcome.empty()) {
-        auto& total =
-            outcomes.try_emplace(s.outcome, OutcomeTotal{s.outcome, 0, 0}).first->second;
+        auto& total = outcomes.try_emplace(s.outcome, OutcomeTotal{s.outcome, 0, 0}).first->second;
         total.minutes += minutes;
         total.sessions += 1;
       }

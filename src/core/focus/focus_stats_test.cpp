@@ -25,8 +25,8 @@ TEST(FocusStats, TotalsEveryDayOfTheSpanByWeekdayHourAndOutcome) {
   log.append(wed, session(23, 5000, "Typo"));  // a hand-edited page: counted as one whole day
 
   auto r = FocusStats(log).compute(3, wed);
-  EXPECT_EQ(r.perDay, (std::vector<FocusStats::DayTotal>{
-                          {mon, 35, 2}, {tue, 0, 0}, {wed, 1515, 3}}));
+  EXPECT_EQ(r.perDay,
+            (std::vector<FocusStats::DayTotal>{{mon, 35, 2}, {tue, 0, 0}, {wed, 1515, 3}}));
   EXPECT_EQ(r.totalMinutes, 1550);
   EXPECT_EQ(r.sessionCount, 5);
   EXPECT_EQ(r.longestSession, 1440);
@@ -50,9 +50,10 @@ TEST(FocusStats, MergedSumsSharedDaysAndOutcomes) {
   b.append(wed, session(9, 30, "Essay"));
   b.append(wed.adding(1), session(10, 45, "Taxes"));
   auto merged = FocusStats(a).compute(1, wed).merged(FocusStats(b).compute(2, wed.adding(1)));
-  EXPECT_EQ(merged.perDay, (std::vector<FocusStats::DayTotal>{{wed, 50, 2}, {wed.adding(1), 45, 1}}));
-  EXPECT_EQ(merged.topOutcomes, (std::vector<FocusStats::OutcomeTotal>{{"Essay", 50, 2},
-                                                                       {"Taxes", 45, 1}}));
+  EXPECT_EQ(merged.perDay,
+            (std::vector<FocusStats::DayTotal>{{wed, 50, 2}, {wed.adding(1), 45, 1}}));
+  EXPECT_EQ(merged.topOutcomes,
+            (std::vector<FocusStats::OutcomeTotal>{{"Essay", 50, 2}, {"Taxes", 45, 1}}));
   EXPECT_EQ(merged.byHour[9], 50);
   EXPECT_EQ(merged.byWeekday.at(Weekday::wednesday), 50);
   EXPECT_EQ(merged.totalMinutes, 95);

@@ -49,14 +49,13 @@ constexpr double kMaxStartBack = 86400;
 }  // namespace
 
 auto TimerModel::observed() const {
-  return std::make_tuple(warnMarks_, minutes_, outcomeSlot_, subject_, quality_, lastLogged_,
-                         subjectPage_, phase_, remaining_, softWindow_, overtime_, softUntil_,
-                         pauseRemaining_, pauseMinutes_, pauseSpans_, sessionEnd_, pauseEnd_,
-                         startedAt_, focusedSeconds_, segmentStart_, finishedAt_, autoLogHidden_,
-                         autoLogArmedAt_, autoLogEnabled_, breakOnly_, slicesToday_, countsSlices_,
-                         firedCues_, informalPause_, minuteTickEvery_, firedMinuteCues_,
-                         pendingMinuteCue_, autoLogRemaining_, endedAt_, continueRemaining_,
-                         plannedMinutes_, openingBreak_);
+  return std::make_tuple(
+      warnMarks_, minutes_, outcomeSlot_, subject_, quality_, lastLogged_, subjectPage_, phase_,
+      remaining_, softWindow_, overtime_, softUntil_, pauseRemaining_, pauseMinutes_, pauseSpans_,
+      sessionEnd_, pauseEnd_, startedAt_, focusedSeconds_, segmentStart_, finishedAt_,
+      autoLogHidden_, autoLogArmedAt_, autoLogEnabled_, breakOnly_, slicesToday_, countsSlices_,
+      firedCues_, informalPause_, minuteTickEvery_, firedMinuteCues_, pendingMinuteCue_,
+      autoLogRemaining_, endedAt_, continueRemaining_, plannedMinutes_, openingBreak_);
 }
 
 // Tells the change handler about an operation once it is complete: operations call each other,
@@ -94,9 +93,9 @@ void TimerModel::applySettings(const Focus& focus) {
     std::sort(warnMarks_.begin(), warnMarks_.end(), std::greater<>());
     warnMarks_.erase(std::unique(warnMarks_.begin(), warnMarks_.end()), warnMarks_.end());
   }
-  setSoftWindow(focus.softBreak ? static_cast<double>(std::clamp<std::int64_t>(
-                                      focus.softBreakSeconds, 0, 3600))
-                                : 0);
+  setSoftWindow(focus.softBreak
+                    ? static_cast<double>(std::clamp<std::int64_t>(focus.softBreakSeconds, 0, 3600))
+                    : 0);
   setMinuteTickEvery(focus.minuteTick);
   countsSlices_ = focus.style == "pomodoro";
   refreshCountdowns();
@@ -301,8 +300,8 @@ void TimerModel::stop() {
 void TimerModel::adjust(std::int64_t minutes) {
   Publish publish(*this);
   if (phase_ != Phase::running && phase_ != Phase::paused) return;
-  std::int64_t wanted = clampMinutes(minutes_ + std::clamp<std::int64_t>(minutes, -maxMinutes,
-                                                                          maxMinutes));
+  std::int64_t wanted =
+      clampMinutes(minutes_ + std::clamp<std::int64_t>(minutes, -maxMinutes, maxMinutes));
   double applied = static_cast<double>(wanted - minutes_) * 60;
   if (applied == 0) return;
   minutes_ = wanted;
@@ -320,8 +319,8 @@ void TimerModel::adjust(std::int64_t minutes) {
 void TimerModel::adjustBreak(std::int64_t minutes) {
   Publish publish(*this);
   if (phase_ != Phase::paused || !pauseEnd_) return;
-  std::int64_t wanted = clampMinutes(
-      pauseMinutes_ + std::clamp<std::int64_t>(minutes, -maxMinutes, maxMinutes));
+  std::int64_t wanted =
+      clampMinutes(pauseMinutes_ + std::clamp<std::int64_t>(minutes, -maxMinutes, maxMinutes));
   double applied = static_cast<double>(wanted - pauseMinutes_) * 60;
   pauseMinutes_ = wanted;
   pauseEnd_ = plusSeconds(*pauseEnd_, applied);
@@ -365,8 +364,8 @@ void TimerModel::log() {
   session.outcome = subject_.value_or("");
   session.quality = quality_;
   session.pomodoro = countsSlices_;
-  lastLogged_ = Logged{InboxItem::newId(), *startedAt_,      end,
-                       loggedMinutes,      session.outcome, quality_};
+  lastLogged_ =
+      Logged{InboxItem::newId(), *startedAt_, end, loggedMinutes, session.outcome, quality_};
   if (countsSlices_) ++slicesToday_;
   saveChain_.enqueue(DayDate::fromInstant(*startedAt_, clock_), std::move(session));
 }

@@ -311,10 +311,10 @@ TEST_F(TimerTest, EventsFollowTheSession) {
   timer.finishNow();
   timer.startNextSlice();
   timer.stop();
-  EXPECT_EQ(events, (std::vector<FocusEvent>{FocusEvent::breakStart, FocusEvent::breakEnd,
-                                             FocusEvent::pause, FocusEvent::resume,
-                                             FocusEvent::finish, FocusEvent::sliceNext,
-                                             FocusEvent::stop}));
+  EXPECT_EQ(events,
+            (std::vector<FocusEvent>{FocusEvent::breakStart, FocusEvent::breakEnd,
+                                     FocusEvent::pause, FocusEvent::resume, FocusEvent::finish,
+                                     FocusEvent::sliceNext, FocusEvent::stop}));
   for (FocusEvent e : events) EXPECT_EQ(focusEventFromRawValue(rawValue(e)), e);
   EXPECT_EQ(eventName(FocusEvent::breakStart), "focus.break.start");
 }

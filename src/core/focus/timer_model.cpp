@@ -45,6 +45,8 @@ std::int64_t wholeMinutes(double seconds) {
 constexpr double kMaxCreditSeconds = 21600;
 constexpr double kMaxSoftWindow = 3600;
 constexpr double kMaxStartBack = 86400;
+// Far more slices than a day can hold, so that counting on from it cannot overflow.
+constexpr std::int64_t kMaxSlices = 100000;
 
 }  // namespace
 
@@ -366,7 +368,7 @@ void TimerModel::log() {
   session.pomodoro = countsSlices_;
   lastLogged_ =
       Logged{InboxItem::newId(), *startedAt_, end, loggedMinutes, session.outcome, quality_};
-  if (countsSlices_) ++slicesToday_;
+  if (countsSlices_) slicesToday_ = std::min(slicesToday_ + 1, kMaxSlices);
   saveChain_.enqueue(DayDate::fromInstant(*startedAt_, clock_), std::move(session));
 }
 
@@ -496,7 +498,7 @@ std::optional<std::int64_t> TimerModel::consumeMinuteCue() {
 
 void TimerModel::restoreSlices(std::int64_t slices) {
   Publish publish(*this);
-  slicesToday_ = std::max<std::int64_t>(0, slices);
+  slicesToday_ = std::clamp<std::int64_t>(slices, 0, kMaxSlices);
 }
 
 void TimerModel::setMinutes(std::int64_t minutes) {

@@ -87,6 +87,8 @@ class TimerModel {
   // `log` may be null (sessions are then not written anywhere); it and `clock` must outlive the
   // model.
   TimerModel(SessionLog* log, DayDate today, const Clock& clock);
+  TimerModel(const TimerModel&) = delete;
+  TimerModel& operator=(const TimerModel&) = delete;
 
   // Copies the vault's focus settings: automatic logging, the warning marks of the cue set (in
   // seconds, largest first; none when cues are off), the grace window, the minute ticks and

@@ -1,6 +1,8 @@
 // The focus timer's phases, countdowns, cues and logging.
 #include "core/focus/timer_model.h"
 
+#include <uuid/uuid.h>
+
 #include <algorithm>
 #include <chrono>
 #include <cmath>
@@ -9,7 +11,6 @@
 
 #include "core/calendar/clock_time.h"
 #include "core/focus/shared_files.h"
-#include "core/records/inbox_item.h"
 #include "core/util/iso_instant.h"
 
 namespace trivo {
@@ -33,6 +34,14 @@ Instant plusSeconds(Instant t, double seconds) {
 
 std::int64_t clampMinutes(std::int64_t minutes) {
   return std::clamp(minutes, TimerModel::minMinutes, TimerModel::maxMinutes);
+}
+
+std::string freshUuid() {
+  uuid_t raw;
+  uuid_generate_random(raw);
+  char text[37];
+  uuid_unparse_upper(raw, text);
+  return text;
 }
 
 std::int64_t wholeMinutes(double seconds) {
@@ -366,8 +375,7 @@ void TimerModel::log() {
   session.outcome = subject_.value_or("");
   session.quality = quality_;
   session.pomodoro = countsSlices_;
-  lastLogged_ =
-      Logged{InboxItem::newId(), *startedAt_, end, loggedMinutes, session.outcome, quality_};
+  lastLogged_ = Logged{freshUuid(), *startedAt_, end, loggedMinutes, session.outcome, quality_};
   if (countsSlices_) slicesToday_ = std::min(slicesToday_ + 1, kMaxSlices);
   saveChain_.enqueue(DayDate::fromInstant(*startedAt_, clock_), std::move(session));
 }
@@ -503,7 +511,7 @@ void TimerModel::restoreSlices(std::int64_t slices) {
 
 void TimerModel::setMinutes(std::int64_t minutes) {
   Publish publish(*this);
-  if (phase_ == Phase::running || phase_ == Phase::paused) return;
+  if (phase_ != Phase::idle) return;
   minutes_ = clampMinutes(minutes);
 }
 
@@ -683,6 +691,7 @@ void TimerModel::restore(const Snapshot& s) {
     // continue offer start over from now, so the user sees the session before it is logged.
     endedAt_ = sessionEnd_;
     finishedAt_ = t;
+    focusedSeconds_ = std::min(focusedSeconds_, total());
     remaining_ = 0;
     phase_ = Phase::finished;
     refreshCountdowns();
@@ -690,7 +699,11 @@ void TimerModel::restore(const Snapshot& s) {
   }
   if (s.paused) {
     bool rest = s.rest.value_or(false) || s.breakBeforeSlice.value_or(false) || breakOnly_;
-    if (s.pauseEnd) pauseEnd_ = near(*s.pauseEnd);
+    if (s.pauseEnd) {
+      // A pause cannot end later than its length from now.
+      pauseEnd_ =
+          std::min(near(*s.pauseEnd), plusSeconds(t, static_cast<double>(pauseMinutes_) * 60));
+    }
     pauseRemaining_ = pauseEnd_ ? std::max(0.0, secondsBetween(*pauseEnd_, t)) : 0;
     informalPause_ = !pauseEnd_;
     openingBreak_ = rest;
@@ -703,6 +716,8 @@ void TimerModel::restore(const Snapshot& s) {
     pauseSpans_.push_back({pauseStart, std::nullopt});
     phase_ = Phase::paused;
   } else {
+    // Nor can a run end later than its length from now.
+    if (secondsBetween(*sessionEnd_, t) > total()) sessionEnd_ = plusSeconds(t, total());
     segmentStart_ = plusSeconds(*sessionEnd_, -remaining_);
     remaining_ = std::max(0.0, secondsBetween(*sessionEnd_, t));
     phase_ = Phase::running;

@@ -170,7 +170,8 @@ class TimerModel {
   void describe(LiveState& state) const;
 
   // Settings and choices made in the user interface.
-  void setMinutes(std::int64_t minutes);  // idle or finished only, clamped to 1…120
+  // Idle only (a session under way changes through `adjust`), clamped to 1…120.
+  void setMinutes(std::int64_t minutes);
   void setWarnMarks(std::vector<std::int64_t> marks);
   void setSoftWindow(double seconds);
   void setMinuteTickEvery(std::int64_t minutes);

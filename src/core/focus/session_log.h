@@ -12,8 +12,8 @@
 
 namespace trivo {
 
-// The sessions of each day. The vault's implementation keeps them in the day pages; tests and
-// programs without a vault use `MemorySessionLog`. Called on the timer's thread only.
+// The sessions of each day. In a vault they live in the day pages; `MemorySessionLog` keeps
+// them in memory (tests, and programs without a vault). Called on the timer's thread only.
 class SessionLog {
  public:
   virtual ~SessionLog() = default;

@@ -62,7 +62,8 @@ class TimerModel {
     std::optional<bool> breakOnly;         // the break has no slice after it
     bool operator==(const Snapshot&) const = default;
 
-    // Writes the snapshot (private to this user) in place of the file; false on failure.
+    // Replaces the file with the snapshot, private to this user, creating its folder; false on
+    // failure.
     bool save(const std::filesystem::path& file) const;
     // The snapshot in the file; nothing when it is missing, unreadable or not a snapshot.
     static std::optional<Snapshot> load(const std::filesystem::path& file);
@@ -95,7 +96,8 @@ class TimerModel {
   // whether sessions count as pomodoro slices. The ticking sound stays with the sound player.
   void applySettings(const Focus& focus);
 
-  // Called with every event the timer goes through, after its state has changed.
+  // Called with every event the timer goes through, after its state has changed. Continuing a
+  // finished session reports `resume`; the end of an opening break reports `breakEnd`.
   void setEventHandler(std::function<void(FocusEvent)> handler) { onEvent_ = std::move(handler); }
   // Called once after an operation, setter or tick that changed any stored property (the user
   // interface redraws then); not called when nothing changed.
@@ -108,16 +110,17 @@ class TimerModel {
   void start();
   // As `start()`, begun the given seconds ago (0 to 24 hours).
   void start(double secondsAgo);
-  // Any phase but running: a session that opens with a timed break of `breakMinutes`; the
-  // session's own time starts when the break ends.
+  // Any phase but running: a session that opens with a timed break of `breakMinutes` (an open
+  // one below 1 minute); the session's own time starts when the break ends.
   void startAfterBreak(std::int64_t breakMinutes);
   // A timed break; with `thenNextSlice` false it returns to idle when it ends.
   void startBreak(std::int64_t breakMinutes, bool thenNextSlice);
   // An open-ended break; the next slice starts on `resume()`. While paused it turns the current
   // pause into an open break without touching the session.
   void holdBreakThenSlice();
-  // Running: pauses. Without minutes, or with fewer than 1, or when `informal`, the pause runs
-  // until resumed; otherwise it ends by itself after the minutes (at most 120).
+  // Running: pauses. Without minutes, or with fewer than 1, the pause runs until resumed;
+  // otherwise it ends by itself after the minutes (at most 120). A pause without minutes, or
+  // one marked `informal`, counts as informal.
   void pause(std::optional<std::int64_t> minutes = std::nullopt, bool informal = false);
   // Paused: runs on, or returns to idle after a break with no slice after it.
   void resume();
@@ -145,7 +148,7 @@ class TimerModel {
   // Finished: drops the session and returns to idle.
   void discard();
   // Any phase: back to idle, clearing every field of the run (length, subject and settings
-  // stay).
+  // stay; the rating goes with the session).
   void reset();
   // Advances the timer to the clock's now. Returns a warning mark (seconds before the end) the
   // first time it is reached, at most one per tick, or `softWindowCue` when the grace window
@@ -172,6 +175,8 @@ class TimerModel {
   // Settings and choices made in the user interface.
   // Idle only (a session under way changes through `adjust`), clamped to 1…120.
   void setMinutes(std::int64_t minutes);
+  // Seconds before the end, in the order they are checked (largest first hands out the earlier
+  // warning first when ticks come late).
   void setWarnMarks(std::vector<std::int64_t> marks);
   void setSoftWindow(double seconds);
   void setMinuteTickEvery(std::int64_t minutes);

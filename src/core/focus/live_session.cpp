@@ -294,4 +294,16 @@ std::string LiveSession::meaning() const {
   return {};
 }
 
+void LiveSession::log(SessionLog& into, Instant endedAt, const Clock& clock) const {
+  if (!started) return;
+  const double seconds = std::min(focusedSeconds(endedAt), 1e12);
+  if (!(seconds >= 60)) return;
+  FocusSession session;
+  session.start = ClockTime::fromInstant(*started, clock);
+  session.end = ClockTime::fromInstant(endedAt, clock);
+  session.minutes = static_cast<std::int64_t>(seconds / 60.0);
+  session.outcome = subject.value_or("");
+  into.append(DayDate::fromInstant(*started, clock), session);
+}
+
 }  // namespace trivo

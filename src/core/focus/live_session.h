@@ -11,6 +11,7 @@
 #include <string_view>
 #include <vector>
 
+#include "core/focus/session_log.h"
 #include "core/platform/clock.h"
 #include "core/util/iso_instant.h"
 #include "core/util/json_fields.h"
@@ -120,6 +121,11 @@ struct LiveSession {
   [[nodiscard]] double shown(Instant at) const;
   // A short text of what the session is doing, such as "Focusing on Essay".
   [[nodiscard]] std::string meaning() const;
+
+  // Writes this session, which another device ran and which ended at `endedAt`, into the day
+  // page of its start, as the timer logs its own: its focused whole minutes (nothing under one
+  // minute), its start and end as clock times, its subject as the outcome.
+  void log(SessionLog& into, Instant endedAt, const Clock& clock) const;
 
   bool operator==(const LiveSession&) const = default;
 };

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include "testing/fake_clock.h"
 #include "testing/scoped_env.h"
 
 namespace trivo {
@@ -167,6 +168,38 @@ TEST(LiveSessionFiles, EndedNotesAreReportedOnlyWhenNewerThanAsked) {
   EXPECT_EQ(LiveSession::endedElsewhere("mac", vault.path(), kNoon), std::nullopt);
   LiveSession::clearEnded("mac", vault.path());
   EXPECT_EQ(LiveSession::endedElsewhere("mac", vault.path(), kNoon - 1h), std::nullopt);
+}
+
+}  // namespace
+}  // namespace trivo
+
+namespace trivo {
+namespace {
+
+TEST(LiveSessionLog, AnotherDevicesSessionIsLoggedInWholeMinutesFromOneMinuteOn) {
+  const testing::FakeClock clock(kNoon);
+  LiveSession ended;
+  ended.phase = LiveSession::Phase::finished;
+  ended.subject = "Ship the report";
+  ended.started = kNoon - std::chrono::minutes(30);
+  MemorySessionLog log;
+  ended.focused = 59;
+  ended.log(log, kNoon, clock);
+  EXPECT_TRUE(log.days().empty());
+
+  ended.focused = 25 * 60 + 59;
+  ended.log(log, kNoon, clock);
+  const auto logged = log.sessions(DayDate{2026, 9, 16});
+  ASSERT_EQ(logged.size(), 1u);
+  EXPECT_EQ(logged[0].minutes, 25);
+  EXPECT_EQ(logged[0].start, *ClockTime::make(11, 30));
+  EXPECT_EQ(logged[0].end, *ClockTime::make(12, 0));
+  EXPECT_EQ(logged[0].outcome, "Ship the report");
+
+  LiveSession neverStarted = ended;
+  neverStarted.started.reset();
+  neverStarted.log(log, kNoon, clock);
+  EXPECT_EQ(log.sessions(DayDate{2026, 9, 16}).size(), 1u);
 }
 
 }  // namespace

@@ -4,10 +4,10 @@
 #include <algorithm>
 #include <array>
 #include <functional>
-#include <span>
 #include <map>
 #include <memory>
 #include <set>
+#include <span>
 #include <utility>
 
 #include "core/content/content_bundle.h"
@@ -15,8 +15,8 @@
 #include "core/format/list_lines.h"
 #include "core/format/outline.h"
 #include "core/format/section_writer.h"
-#include "core/format/task_marks.h"
 #include "core/format/serializer_error.h"
+#include "core/format/task_marks.h"
 #include "core/format/text_util.h"
 
 namespace trivo {
@@ -90,7 +90,8 @@ void placeRepeatedHeadings(SectionReader& reader, int level, std::span<const Kno
     if (!here) continue;
     const std::string_view raw = unknown.raw;
     if (!raw.starts_with(marker)) continue;
-    const auto title = reader.syntax.splitTags(raw.substr(marker.size(), raw.find('\n') - marker.size()));
+    const auto title =
+        reader.syntax.splitTags(raw.substr(marker.size(), raw.find('\n') - marker.size()));
     const std::string heading = text::lower(text::trim(title.title));
     for (std::size_t i = 0; i < known.size(); ++i) {
       if (text::lower(text::trim(known[i].title)) != heading &&
@@ -135,9 +136,9 @@ OpenPage openPage(TextSyntax syntax, std::string_view raw, const KnownFields& kn
                   std::span<const KnownSection> sections) {
   const std::string text = normalized(raw);
   auto front = syntax.splitFrontmatter(text);
-  OpenPage page{{}, SectionReader(syntax, isMarkdown(syntax)
-                                              ? TodoWords{}
-                                              : TextSyntax::todoWords(front.fields))};
+  OpenPage page{{},
+                SectionReader(syntax, isMarkdown(syntax) ? TodoWords{}
+                                                         : TextSyntax::todoWords(front.fields))};
   for (auto& field : front.fields) {
     auto it = known.find(field.key);
     // Markdown pages carry their title in the "# " line; a "title" field is the user's own.
@@ -186,9 +187,8 @@ std::vector<std::string> listValue(TextSyntax syntax, std::string_view value) {
   std::size_t start = 0;
   while (start <= value.size()) {
     const auto comma = value.find(',', start);
-    const auto part = text::trim(value.substr(start, comma == std::string_view::npos
-                                                         ? std::string_view::npos
-                                                         : comma - start));
+    const auto part = text::trim(value.substr(
+        start, comma == std::string_view::npos ? std::string_view::npos : comma - start));
     if (!part.empty()) out.emplace_back(part);
     if (comma == std::string_view::npos) break;
     start = comma + 1;
@@ -268,64 +268,79 @@ bool isOwnPlanningLine(std::string_view line) {
   const auto t = text::trim(line);
   for (std::string_view word : {"SCHEDULED: <", "DEADLINE: <"}) {
     if (t.starts_with(word) && t.ends_with('>') &&
-        t.find('<', word.size()) == std::string_view::npos &&
-        t.find('>') == t.size() - 1) {
+        t.find('<', word.size()) == std::string_view::npos && t.find('>') == t.size() - 1) {
       return true;
     }
   }
   return false;
 }
 
-OutcomeSet readOutcomes(SectionReader& reader, std::string_view key, Scope scope) {
+OutcomeSet readOutcomes(SectionReader& reader, std::string_view key, Scope scope,
+                        const DayDate& due) {
   std::vector<Outcome> list;
   bool planned = false;  // the current outcome's planning line was read
+  bool noted = false;    // and its state-change note
   const TextSyntax syntax = reader.syntax;
   auto keep = [&](std::string_view line) {
     if (list.empty()) return false;
     list.back().trailingLines.emplace_back(line);
     return true;
   };
-  reader.linesCounting(key, outsideFences(syntax, [&](std::string_view line) {
-    if (list.size() < 3) {
-      std::optional<Outcome> found;
-      if (isMarkdown(syntax)) {
-        if (auto box = CheckboxLine::parse(line)) {
-          if (auto state = CheckboxLine::stateFor(box->mark)) {
-            auto split = ServesLink::split(box->text);
-            found = Outcome::make(split.text, *state, split.serves);
-          }
-        }
-      } else if (auto task = TextSyntax::orgTask(line, reader.todoWords)) {
-        auto split = ServesLink::split(task->text);
-        found = Outcome::make(split.text, task->state, split.serves);
-        if (TextSyntax::orgKeywordWord(task->state, std::nullopt) != task->keyword.word) {
-          found->orgKeyword = task->keyword;
-        }
-      }
-      if (found) {
-        list.push_back(std::move(*found));
-        planned = false;
-        return true;
-      }
-    }
-    if (list.empty()) return false;
-    auto& outcome = list.back();
-    const bool first = outcome.comments.empty() && outcome.trailingLines.empty();
-    if (!isMarkdown(syntax) && first && !planned && isOwnPlanningLine(line)) {
-      planned = true;
-      return true;
-    }
-    // A comment is taken in the form it is written in and only before any other line, so
-    // that lines kept under an outcome come back exactly where they stood.
-    const std::string indent = isMarkdown(syntax) ? "  " : "";
-    if (auto comment = commentText(line); comment && outcome.trailingLines.empty() &&
-                                          indent + commentLine(*comment) == line) {
-      outcome.comments.push_back(*comment);
-    } else {
-      outcome.trailingLines.emplace_back(line);
-    }
-    return true;
-  }, keep));
+  reader.linesCounting(
+      key,
+      outsideFences(
+          syntax,
+          [&](std::string_view line) {
+            if (list.size() < 3) {
+              std::optional<Outcome> found;
+              if (isMarkdown(syntax)) {
+                if (auto box = CheckboxLine::parse(line)) {
+                  if (auto state = CheckboxLine::stateFor(box->mark)) {
+                    auto split = ServesLink::split(box->text);
+                    found = Outcome::make(split.text, *state, split.serves);
+                  }
+                }
+              } else if (auto task = TextSyntax::orgTask(line, reader.todoWords)) {
+                auto split = ServesLink::split(task->text);
+                found = Outcome::make(split.text, task->state, split.serves);
+                if (TextSyntax::orgKeywordWord(task->state, std::nullopt) != task->keyword.word) {
+                  found->orgKeyword = task->keyword;
+                }
+              }
+              if (found) {
+                list.push_back(std::move(*found));
+                planned = false;
+                noted = false;
+                return true;
+              }
+            }
+            if (list.empty()) return false;
+            auto& outcome = list.back();
+            const bool first = outcome.comments.empty() && outcome.trailingLines.empty();
+            if (!isMarkdown(syntax) && first && !planned && isOwnPlanningLine(line)) {
+              planned = true;
+              return true;
+            }
+            // The state-change note written under a done outcome is taken back only in the exact
+            // form it is written in; a note Emacs wrote on another day stays as it stands.
+            if (!isMarkdown(syntax) && first && planned && !noted &&
+                outcome.state == OutcomeState::done &&
+                line == TextSyntax::orgDoneLine(due, std::nullopt)) {
+              noted = true;
+              return true;
+            }
+            // A comment is taken in the form it is written in and only before any other line, so
+            // that lines kept under an outcome come back exactly where they stood.
+            const std::string indent = isMarkdown(syntax) ? "  " : "";
+            if (auto comment = commentText(line); comment && outcome.trailingLines.empty() &&
+                                                  indent + commentLine(*comment) == line) {
+              outcome.comments.push_back(*comment);
+            } else {
+              outcome.trailingLines.emplace_back(line);
+            }
+            return true;
+          },
+          keep));
   return OutcomeSet(scope, std::move(list));
 }
 
@@ -381,6 +396,14 @@ std::string renderOutcomes(TextSyntax syntax, const OutcomeSet& set, const DayDa
     } else {
       lines.push_back(TextSyntax::orgTaskHeading(outcome.state, outcome.orgKeyword, words));
       lines.push_back(planningLine(set.scope, due));
+      // A done outcome carries Org's state-change note, dated by its page (the record keeps no
+      // day of its own), unless a note of the person's own is kept under it.
+      const bool hasNote = std::any_of(
+          outcome.trailingLines.begin(), outcome.trailingLines.end(),
+          [](const std::string& line) { return TextSyntax::orgDoneDate(line).has_value(); });
+      if (outcome.state == OutcomeState::done && !hasNote) {
+        lines.push_back(TextSyntax::orgDoneLine(due, std::nullopt));
+      }
     }
     // A Markdown comment is indented so that it belongs to the list item above it.
     const std::string indent = isMarkdown(syntax) ? "  " : "";
@@ -472,8 +495,8 @@ struct StepNesting {
         auto words = readItemText(syntax, box->text);
         const std::string canonical =
             std::string(indent, ' ') +
-            CheckboxLine::render(box->mark, words.text + itemMeta(syntax, std::nullopt,
-                                                                  words.closedAt));
+            CheckboxLine::render(box->mark,
+                                 words.text + itemMeta(syntax, std::nullopt, words.closedAt));
         if (!words.fate && canonical == line) {
           levels.resize(depth);
           auto& list = *levels[depth - 1];
@@ -500,22 +523,27 @@ std::vector<CarryItem> readChecklist(SectionReader& reader, std::string_view key
   std::vector<CarryItem> items;
   StepNesting nesting;
   const TextSyntax syntax = reader.syntax;
-  reader.linesCounting(key, outsideFences(syntax, [&](std::string_view line) {
-    if (auto box = CheckboxLine::parse(line)) {
-      const bool open = box->mark == " ";
-      const bool done = box->mark == "x" || box->mark == "X";
-      if (open || done) {
-        auto words = readItemText(syntax, box->text);
-        items.push_back(CarryItem{words.text, done, {}, words.fate, words.closedAt, {}});
-        nesting.startItem(items.back().steps, items.back().comments);
-        return true;
-      }
-    }
-    if (nesting.take(syntax, line)) return true;
-    // Only lines right under an item belong to it.
-    nesting = StepNesting{};
-    return false;
-  }, refuse()));
+  reader.linesCounting(
+      key,
+      outsideFences(
+          syntax,
+          [&](std::string_view line) {
+            if (auto box = CheckboxLine::parse(line)) {
+              const bool open = box->mark == " ";
+              const bool done = box->mark == "x" || box->mark == "X";
+              if (open || done) {
+                auto words = readItemText(syntax, box->text);
+                items.push_back(CarryItem{words.text, done, {}, words.fate, words.closedAt, {}});
+                nesting.startItem(items.back().steps, items.back().comments);
+                return true;
+              }
+            }
+            if (nesting.take(syntax, line)) return true;
+            // Only lines right under an item belong to it.
+            nesting = StepNesting{};
+            return false;
+          },
+          refuse()));
   return items;
 }
 
@@ -523,9 +551,9 @@ void renderSteps(TextSyntax syntax, const std::vector<TaskStep>& steps, std::siz
                  std::vector<std::string>& lines) {
   const std::string indent(depth * 2, ' ');
   for (const auto& step : steps) {
-    lines.push_back(indent + CheckboxLine::render(step.done ? "x" : " ",
-                                                  step.text + itemMeta(syntax, std::nullopt,
-                                                                       step.closedAt)));
+    lines.push_back(
+        indent + CheckboxLine::render(step.done ? "x" : " ",
+                                      step.text + itemMeta(syntax, std::nullopt, step.closedAt)));
     for (const auto& comment : step.comments) lines.push_back(indent + "  " + commentLine(comment));
     renderSteps(syntax, step.steps, depth + 1, lines);
   }
@@ -592,7 +620,8 @@ void readReflection(SectionReader& reader, std::string_view key,
       std::vector<std::string_view> lines = text::lines(rest);
       rest = {};
       const std::string trimmed = Outline::trimBlankLines(lines);
-      if (!trimmed.empty()) reflection.answers[part.key] = reader.syntax.unescape(trimmed, kPartLevel);
+      if (!trimmed.empty())
+        reflection.answers[part.key] = reader.syntax.unescape(trimmed, kPartLevel);
       continue;
     }
     if (!rest.empty()) reflection.answers[part.key] = reader.syntax.unescape(rest, kPartLevel);
@@ -619,9 +648,10 @@ std::string renderReflection(TextSyntax syntax, const Passthrough& pass, std::st
   }
   for (auto& [part, body] : bodies) body = closeFences(syntax, std::move(body));
   Passthrough closed = pass;
-  for (auto& unknown : closed.unknownSections) unknown.raw = closeFences(syntax, std::move(unknown.raw));
-  return SectionWriter(syntax, closed).write(kPartLevel, key, parts, bodies,
-                                             closeFences(syntax, std::move(before)));
+  for (auto& unknown : closed.unknownSections)
+    unknown.raw = closeFences(syntax, std::move(unknown.raw));
+  return SectionWriter(syntax, closed)
+      .write(kPartLevel, key, parts, bodies, closeFences(syntax, std::move(before)));
 }
 
 // Section tails under a path belong to the parts, which the part writer puts back itself; the
@@ -645,9 +675,10 @@ std::string writeSections(TextSyntax syntax, const Passthrough& pass,
     body = closeFences(syntax, std::move(body));
   }
   top.sectionTails.clear();
-  for (auto& unknown : top.unknownSections) unknown.raw = closeFences(syntax, std::move(unknown.raw));
-  return SectionWriter(syntax, top).write(kSectionLevel, "", known, bodies,
-                                          closeFences(syntax, preambleOf(pass)));
+  for (auto& unknown : top.unknownSections)
+    unknown.raw = closeFences(syntax, std::move(unknown.raw));
+  return SectionWriter(syntax, top)
+      .write(kSectionLevel, "", known, bodies, closeFences(syntax, preambleOf(pass)));
 }
 
 std::string monthName(std::int64_t month) {
@@ -663,7 +694,6 @@ std::vector<FrontmatterField> hotspotField(TextSyntax syntax,
   if (hotspots.empty()) return {};
   return {FrontmatterField{"hotspots", renderList(syntax, hotspots)}};
 }
-
 
 // ---- day page parts ----
 
@@ -732,7 +762,8 @@ std::optional<InboxItem> readInboxItemLine(TextSyntax syntax, std::string_view l
     for (auto& entry : metaEntries(meta->inner)) {
       const auto colon = entry.find(": ");
       const std::string key = colon == std::string::npos ? entry : entry.substr(0, colon);
-      const std::string value = colon == std::string::npos ? std::string() : entry.substr(colon + 2);
+      const std::string value =
+          colon == std::string::npos ? std::string() : entry.substr(colon + 2);
       auto readDay = [&value](std::optional<DayDate>& field) {
         field = DayDate::parse(value);
         return field.has_value();
@@ -752,9 +783,8 @@ std::optional<InboxItem> readInboxItemLine(TextSyntax syntax, std::string_view l
         taken = readDay(item.hiddenUntil);
       } else if (key == "closed") {
         const auto day = DayDate::parse(value.substr(0, 10));
-        const auto time = value.size() > 11 && value[10] == ' '
-                              ? ClockTime::parse(value.substr(11))
-                              : std::nullopt;
+        const auto time = value.size() > 11 && value[10] == ' ' ? ClockTime::parse(value.substr(11))
+                                                                : std::nullopt;
         taken = day && (value.size() == 10 || time);
         if (taken) {
           item.closed = day;
@@ -776,8 +806,9 @@ std::optional<InboxItem> readInboxItemLine(TextSyntax syntax, std::string_view l
         }
         if (!taken) item.doneDates.clear();
       } else if (entry == "someday" || entry == "waiting" || (entry == "blocked" && item.done)) {
-        (entry == "someday" ? item.someday : entry == "waiting" ? item.waiting : item.blocked) =
-            true;
+        (entry == "someday"   ? item.someday
+         : entry == "waiting" ? item.waiting
+                              : item.blocked) = true;
         taken = true;
       }
       if (taken) {
@@ -826,8 +857,8 @@ std::function<bool(std::string_view)> inboxItemReader(TextSyntax syntax,
 
 std::vector<InboxItem> readInboxItems(SectionReader& reader, std::string_view key) {
   std::vector<InboxItem> items;
-  reader.linesCounting(key,
-                       outsideFences(reader.syntax, inboxItemReader(reader.syntax, items), refuse()));
+  reader.linesCounting(
+      key, outsideFences(reader.syntax, inboxItemReader(reader.syntax, items), refuse()));
   return items;
 }
 
@@ -881,20 +912,23 @@ std::string journalHead(TextSyntax syntax, const DayDate& day, const JournalEntr
 std::vector<JournalEntry> readJournal(SectionReader& reader, std::string_view key) {
   std::vector<JournalEntry> entries;
   bool open = false;  // the last line read belongs to the last entry
-  reader.linesCounting(key, outsideFences(reader.syntax, [&](std::string_view line) {
-    if (auto entry = readJournalLine(reader.syntax, line)) {
-      entries.push_back(std::move(*entry));
-      open = true;
-      return true;
-    }
-    // Lines indented right under an entry continue it.
-    if (open && line.starts_with("  ")) {
-      entries.back().text += "\n" + std::string(line.substr(2));
-      return true;
-    }
-    open = false;
-    return false;
-  }, refuse()));
+  reader.linesCounting(key, outsideFences(
+                                reader.syntax,
+                                [&](std::string_view line) {
+                                  if (auto entry = readJournalLine(reader.syntax, line)) {
+                                    entries.push_back(std::move(*entry));
+                                    open = true;
+                                    return true;
+                                  }
+                                  // Lines indented right under an entry continue it.
+                                  if (open && line.starts_with("  ")) {
+                                    entries.back().text += "\n" + std::string(line.substr(2));
+                                    return true;
+                                  }
+                                  open = false;
+                                  return false;
+                                },
+                                refuse()));
   return entries;
 }
 
@@ -985,16 +1019,20 @@ std::optional<FocusSession> readSessionLine(TextSyntax syntax, std::string_view 
 std::vector<FocusSession> readSessions(SectionReader& reader, std::string_view key) {
   std::vector<FocusSession> sessions;
   StepNesting nesting;
-  reader.linesCounting(key, outsideFences(reader.syntax, [&](std::string_view line) {
-    if (auto session = readSessionLine(reader.syntax, line)) {
-      sessions.push_back(std::move(*session));
-      nesting.startItem(sessions.back().steps, sessions.back().comments);
-      return true;
-    }
-    if (nesting.take(reader.syntax, line)) return true;
-    nesting = StepNesting{};
-    return false;
-  }, refuse()));
+  reader.linesCounting(key, outsideFences(
+                                reader.syntax,
+                                [&](std::string_view line) {
+                                  if (auto session = readSessionLine(reader.syntax, line)) {
+                                    sessions.push_back(std::move(*session));
+                                    nesting.startItem(sessions.back().steps,
+                                                      sessions.back().comments);
+                                    return true;
+                                  }
+                                  if (nesting.take(reader.syntax, line)) return true;
+                                  nesting = StepNesting{};
+                                  return false;
+                                },
+                                refuse()));
   return sessions;
 }
 
@@ -1022,9 +1060,9 @@ MarkdownSerializer::MarkdownSerializer(YearMode yearMode, TextSyntax syntax)
   auto section = [](std::string_view key, std::string_view contentKey) {
     return KnownSection{std::string(key), heading(contentKey, key)};
   };
-  dayKeys_ = {section("outcomes", "file.day.outcomes"),   section("checklist", "file.day.checklist"),
-              section("pulled", "file.day.pulled"),       section("notes", "file.day.notes"),
-              section("journal", "file.day.journal"),     section("tomorrow", "file.day.tomorrow"),
+  dayKeys_ = {section("outcomes", "file.day.outcomes"), section("checklist", "file.day.checklist"),
+              section("pulled", "file.day.pulled"),     section("notes", "file.day.notes"),
+              section("journal", "file.day.journal"),   section("tomorrow", "file.day.tomorrow"),
               section("sessions", "file.day.sessions")};
   weekKeys_ = {section("outcomes", "file.week.outcomes"),
                section("checklist", "file.week.checklist"),
@@ -1073,7 +1111,8 @@ Inbox MarkdownSerializer::parseInbox(std::string_view text) const {
 }
 
 std::string MarkdownSerializer::renderInbox(const Inbox& inbox) const {
-  std::vector<std::string> parts = {renderInboxItems(syntax_, inbox.items), preambleOf(inbox.passthrough)};
+  std::vector<std::string> parts = {renderInboxItems(syntax_, inbox.items),
+                                    preambleOf(inbox.passthrough)};
   Passthrough pass = inbox.passthrough;
   pass.preamble = Outline::join(parts);
   const std::string body = writeSections(syntax_, pass, {}, {});
@@ -1099,7 +1138,7 @@ DayEntry MarkdownSerializer::parseDay(std::string_view text, const DayDate& date
   if (auto it = page.fields.find("liked"); it != page.fields.end()) {
     entry.liked = text::trim(it->second) == "true";
   }
-  entry.outcomes = readOutcomes(page.reader, "outcomes", Scope::day);
+  entry.outcomes = readOutcomes(page.reader, "outcomes", Scope::day, date);
   entry.checklist = readChecklist(page.reader, "checklist");
   entry.pulledItems = readInboxItems(page.reader, "pulled");
   entry.notes = readText(page.reader, "notes", kSectionLevel).value_or("");
@@ -1113,7 +1152,8 @@ DayEntry MarkdownSerializer::parseDay(std::string_view text, const DayDate& date
 
 std::string MarkdownSerializer::renderDay(const DayEntry& entry) const {
   std::vector<FrontmatterField> fields = {{"date", entry.date.isoString()}, {"type", "day"}};
-  if (!entry.activities.empty()) fields.push_back({"activity", renderList(syntax_, entry.activities)});
+  if (!entry.activities.empty())
+    fields.push_back({"activity", renderList(syntax_, entry.activities)});
   if (entry.liked) fields.push_back({"liked", "true"});
   Bodies bodies;
   bodies["outcomes"] = renderOutcomes(syntax_, entry.outcomes, entry.date, entry.sessions);
@@ -1146,7 +1186,7 @@ WeekEntry MarkdownSerializer::parseWeek(std::string_view text, const ISOWeek& we
   if (auto it = page.fields.find("hotspots"); it != page.fields.end()) {
     entry.hotspots = listValue(syntax_, it->second);
   }
-  entry.outcomes = readOutcomes(page.reader, "outcomes", Scope::week);
+  entry.outcomes = readOutcomes(page.reader, "outcomes", Scope::week, week.sunday());
   entry.checklist = readChecklist(page.reader, "checklist");
   readReflection(page.reader, "reflection", fridayKeys_, entry.reflection);
   entry.passthrough = std::move(page.reader.pass);
@@ -1163,10 +1203,10 @@ std::string MarkdownSerializer::renderWeek(const WeekEntry& entry) const {
   bodies["checklist"] = renderChecklist(syntax_, entry.checklist);
   bodies["reflection"] =
       renderReflection(syntax_, entry.passthrough, "reflection", fridayKeys_, entry.reflection);
-  return assemblePage(syntax_, "Week " + std::to_string(entry.week.week) + ", " +
-                                   std::to_string(entry.week.year),
-                      std::move(fields), entry.passthrough,
-                      writeSections(syntax_, entry.passthrough, weekKeys_, bodies));
+  return assemblePage(
+      syntax_, "Week " + std::to_string(entry.week.week) + ", " + std::to_string(entry.week.year),
+      std::move(fields), entry.passthrough,
+      writeSections(syntax_, entry.passthrough, weekKeys_, bodies));
 }
 
 // ---- month ----
@@ -1183,7 +1223,7 @@ MonthEntry MarkdownSerializer::parseMonth(std::string_view text, const YearMonth
   if (auto it = page.fields.find("hotspots"); it != page.fields.end()) {
     entry.hotspots = listValue(syntax_, it->second);
   }
-  entry.outcomes = readOutcomes(page.reader, "outcomes", Scope::month);
+  entry.outcomes = readOutcomes(page.reader, "outcomes", Scope::month, month.lastDay());
   if (auto answer = readText(page.reader, "reflection", kSectionLevel)) {
     entry.reflection.answers["reflection"] = *answer;
   }
@@ -1199,7 +1239,8 @@ std::string MarkdownSerializer::renderMonth(const MonthEntry& entry) const {
   if (auto answer = entry.reflection["reflection"]) {
     bodies["reflection"] = syntax_.escape(*answer, kSectionLevel);
   }
-  return assemblePage(syntax_, monthName(entry.month.month) + " " + std::to_string(entry.month.year),
+  return assemblePage(syntax_,
+                      monthName(entry.month.month) + " " + std::to_string(entry.month.year),
                       std::move(fields), entry.passthrough,
                       writeSections(syntax_, entry.passthrough, monthKeys_, bodies));
 }
@@ -1213,7 +1254,7 @@ QuarterEntry MarkdownSerializer::parseQuarter(std::string_view text,
                        quarterKeys_);
   QuarterEntry entry;
   entry.quarter = quarter;
-  entry.outcomes = readOutcomes(page.reader, "outcomes", Scope::quarter);
+  entry.outcomes = readOutcomes(page.reader, "outcomes", Scope::quarter, quarter.lastDay());
   readReflection(page.reader, "reflection", quarterGroupKeys_, entry.reflection);
   entry.mindSweep = readText(page.reader, "mindsweep", kSectionLevel).value_or("");
   entry.passthrough = std::move(page.reader.pass);
@@ -1227,21 +1268,23 @@ std::string MarkdownSerializer::renderQuarter(const QuarterEntry& entry) const {
   bodies["reflection"] = renderReflection(syntax_, entry.passthrough, "reflection",
                                           quarterGroupKeys_, entry.reflection);
   bodies["mindsweep"] = syntax_.escape(entry.mindSweep, kSectionLevel);
-  return assemblePage(syntax_, "Q" + std::to_string(entry.quarter.quarter) + " " +
-                                   std::to_string(entry.quarter.year),
-                      std::move(fields), entry.passthrough,
-                      writeSections(syntax_, entry.passthrough, quarterKeys_, bodies));
+  return assemblePage(
+      syntax_,
+      "Q" + std::to_string(entry.quarter.quarter) + " " + std::to_string(entry.quarter.year),
+      std::move(fields), entry.passthrough,
+      writeSections(syntax_, entry.passthrough, quarterKeys_, bodies));
 }
 
 // ---- year ----
 
 YearEntry MarkdownSerializer::parseYear(std::string_view text, std::int64_t year) const {
-  auto page = openPage(syntax_, text,
-                       {{"year", std::to_string(year)}, {"type", std::nullopt}, {"title", std::nullopt}},
-                       yearKeys_);
+  auto page = openPage(
+      syntax_, text,
+      {{"year", std::to_string(year)}, {"type", std::nullopt}, {"title", std::nullopt}}, yearKeys_);
   YearEntry entry;
   entry.year = year;
-  entry.outcomes = readOutcomes(page.reader, "outcomes", Scope::year);
+  entry.outcomes = readOutcomes(page.reader, "outcomes", Scope::year,
+                                DayDate::make(year, 12, 31).value_or(DayDate{}));
   if (auto answer = readText(page.reader, "year.gratitude", kSectionLevel)) {
     entry.reflection.answers["gratitude"] = *answer;
   }

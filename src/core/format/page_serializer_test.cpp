@@ -566,3 +566,31 @@ TEST(PageSerializer, HandEditedPagesKeepEveryLine) {
 
 }  // namespace
 }  // namespace trivo
+
+namespace trivo {
+namespace {
+
+TEST(PageSerializer, DoneOrgOutcomesCarryTheStateChangeNoteOnce) {
+  const MarkdownSerializer org(YearMode::quarter, TextSyntax::org);
+  const DayDate day = *DayDate::make(2026, 9, 12);
+  DayEntry entry;
+  entry.date = day;
+  entry.outcomes = OutcomeSet(Scope::day, {Outcome::make("Ship it", OutcomeState::done)});
+  const std::string text = org.renderDay(entry);
+  const std::string note = "- State \"DONE\"       from \"TODO\"       [2026-09-12 Sat]";
+  EXPECT_NE(text.find("** DONE Ship it\nSCHEDULED: <2026-09-12 Sat>\n" + note + "\n"),
+            std::string::npos)
+      << text;
+  EXPECT_EQ(js(org.parseDay(text, day)), js(entry));
+
+  // A note of another day, as Emacs writes it when the item was ticked later, is the person's:
+  // kept as it stands and not doubled.
+  std::string edited = text;
+  edited.replace(edited.find(note), note.size(),
+                 "- State \"DONE\"       from \"TODO\"       [2026-09-14 Mon 08:30]");
+  const DayEntry read = org.parseDay(edited, day);
+  EXPECT_EQ(org.renderDay(read), edited);
+}
+
+}  // namespace
+}  // namespace trivo

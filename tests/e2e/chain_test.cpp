@@ -1,6 +1,7 @@
 // `trivo progress` and `trivo tree` over a small vault written into a temporary folder.
 #include <gtest/gtest.h>
 
+#include "core/planning/serves_progress.h"
 #include "core/util/json_fields.h"
 #include "testing/chain_vault.h"
 #include "testing/process.h"
@@ -55,6 +56,9 @@ TEST_F(ChainCommands, ProgressJsonIsTheRecord) {
   EXPECT_EQ(j["unlinked"], 1);
   EXPECT_EQ(j["children"]["1"][1]["tasks"][0]["text"], "Print notes");
   EXPECT_EQ(j["children"]["2"], Json::array());
+  const auto set = j.get<ServesProgress::Set>();
+  EXPECT_EQ(set.slots.at(1), (ServesProgress::Stat{3, 1, 1}));
+  EXPECT_EQ(set.children.at(1).at(1).tasks.at(0).index, 0);
 }
 
 TEST_F(ChainCommands, TreePrintsTheChainIndented) {

@@ -80,4 +80,88 @@ std::optional<double> OutcomeGraph::weekFraction(const ISOWeek& week) const {
   return static_cast<double>(done) / static_cast<double>(total);
 }
 
+// --- JSON
+
+namespace {
+
+// Lists with gaps: an absent entry is written as null and read back from null.
+template <class T>
+Json gappedList(const std::vector<std::optional<T>>& list) {
+  Json j = Json::array();
+  for (const auto& entry : list) j.push_back(entry ? Json(*entry) : Json(nullptr));
+  return j;
+}
+
+template <class T>
+void readGappedList(const Json& j, const char* key, std::vector<std::optional<T>>& list) {
+  auto it = j.find(key);
+  if (it == j.end() || it->is_null()) return;
+  if (!it->is_array()) throw RecordError(std::string("\"") + key + "\" must be a list");
+  list.clear();
+  for (const Json& entry : *it) {
+    list.push_back(entry.is_null() ? std::nullopt : std::optional<T>(json::as<T>(entry, key)));
+  }
+}
+
+}  // namespace
+
+void to_json(Json& j, const OutcomeGraph::Node& n) {
+  j = Json::object();
+  json::put(j, "slot", n.slot);
+  json::put(j, "outcome", n.outcome);
+  json::put(j, "serving", n.serving);
+}
+void from_json(const Json& j, OutcomeGraph::Node& n) {
+  json::requireObject(j, "OutcomeGraph.Node");
+  json::take(j, "slot", n.slot);
+  json::take(j, "outcome", n.outcome);
+  json::take(j, "serving", n.serving);
+}
+
+void to_json(Json& j, const OutcomeGraph::MonthCell& c) {
+  j = Json::object();
+  json::put(j, "month", c.month);
+}
+void from_json(const Json& j, OutcomeGraph::MonthCell& c) {
+  json::requireObject(j, "OutcomeGraph.MonthCell");
+  json::take(j, "month", c.month);
+}
+
+void to_json(Json& j, const OutcomeGraph::Quarter& q) {
+  j = Json::object();
+  json::put(j, "quarter", q.quarter);
+  json::put(j, "outcomes", q.outcomes);
+  j["weekFractions"] = gappedList(q.weekFractions);
+  j["months"] = gappedList(q.months);
+}
+void from_json(const Json& j, OutcomeGraph::Quarter& q) {
+  json::requireObject(j, "OutcomeGraph.Quarter");
+  json::take(j, "quarter", q.quarter);
+  json::take(j, "outcomes", q.outcomes);
+  readGappedList(j, "weekFractions", q.weekFractions);
+  readGappedList(j, "months", q.months);
+}
+
+void to_json(Json& j, const OutcomeGraph::Year& y) {
+  j = Json::object();
+  json::put(j, "year", y.year);
+  json::put(j, "outcomes", y.outcomes);
+  json::put(j, "quarters", y.quarters);
+}
+void from_json(const Json& j, OutcomeGraph::Year& y) {
+  json::requireObject(j, "OutcomeGraph.Year");
+  json::take(j, "year", y.year);
+  json::take(j, "outcomes", y.outcomes);
+  json::take(j, "quarters", y.quarters);
+}
+
+void to_json(Json& j, const OutcomeGraph::Graph& g) {
+  j = Json::object();
+  json::put(j, "years", g.years);
+}
+void from_json(const Json& j, OutcomeGraph::Graph& g) {
+  json::requireObject(j, "OutcomeGraph.Graph");
+  json::take(j, "years", g.years);
+}
+
 }  // namespace trivo

@@ -10,6 +10,7 @@
 #include "core/calendar/periods.h"
 #include "core/planning/serves_progress.h"
 #include "core/records/outcome.h"
+#include "core/util/json_fields.h"
 
 namespace trivo {
 
@@ -72,5 +73,16 @@ class OutcomeGraph {
   VaultStore& store_;
   std::int64_t currentYear_;
 };
+
+void to_json(Json& j, const OutcomeGraph::Node& n);
+void from_json(const Json& j, OutcomeGraph::Node& n);
+void to_json(Json& j, const OutcomeGraph::MonthCell& c);
+void from_json(const Json& j, OutcomeGraph::MonthCell& c);
+void to_json(Json& j, const OutcomeGraph::Quarter& q);
+void from_json(const Json& j, OutcomeGraph::Quarter& q);
+void to_json(Json& j, const OutcomeGraph::Year& y);
+void from_json(const Json& j, OutcomeGraph::Year& y);
+void to_json(Json& j, const OutcomeGraph::Graph& g);
+void from_json(const Json& j, OutcomeGraph::Graph& g);
 
 }  // namespace trivo

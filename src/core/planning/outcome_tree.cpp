@@ -70,8 +70,12 @@ class Builder {
     };
     for (const EntryKey& lower : pagesBelow(key)) {
       Expanded below = expand(lower);
+      // A blank outcome is an empty slot and is left out, unless something below serves it:
+      // that work would otherwise vanish from the tree.
       for (OutcomeTree::Node& node : below.outcomes) {
-        if (!trimmedWhitespace(node.title).empty()) hang(std::move(node));
+        if (!trimmedWhitespace(node.title).empty() || !node.children.empty()) {
+          hang(std::move(node));
+        }
       }
       if (const auto* d = lower.asDay()) {
         const auto it = pulled_.find(*d);

@@ -81,7 +81,10 @@ TEST(OutcomeTree, IdsAndShapeAreStableAcrossBuildsAndStores) {
   EXPECT_EQ(ids(partOne.children),
             (std::vector<std::string>{"week:2026-W38#1", "week:2026-W39#1"}));
   EXPECT_EQ(partOne.children[0].children.size(), 3U);
-  EXPECT_EQ(ids(once->unlinked), std::vector<std::string>{"week:2026-W38#2"});
+  // The blank third outcome of W38 stays in the tree because a day outcome serves it.
+  EXPECT_EQ(ids(once->unlinked),
+            (std::vector<std::string>{"week:2026-W38#2", "week:2026-W38#3"}));
+  EXPECT_EQ(ids(once->unlinked[1].children), std::vector<std::string>{"day:2026-09-16#2"});
   EXPECT_EQ(once->above.size(), 2U);
   EXPECT_TRUE(OutcomeTree(vault.store()).build(EntryKey::year(2026))->above.empty());
 }
@@ -130,6 +133,9 @@ TEST(OutcomeGraph, WeekFractionsFollowTheWholeChainAndAreAbsentWithoutIt) {
   EXPECT_EQ(g.years[0].quarters.size(), 4U);
   EXPECT_EQ(g.years[0].outcomes[0].serving, (ServesProgress::Stat{1, 0, 0}));
   EXPECT_EQ(g.years[0].outcomes[2].slot, 3);
+  const Json j = g;
+  EXPECT_TRUE(j["years"][0]["quarters"][2]["months"][0].is_null());
+  EXPECT_EQ(j.get<OutcomeGraph::Graph>(), g);
 }
 
 }  // namespace

@@ -148,23 +148,5 @@ TEST(ServesProgressStat, DotsShowDoneBlockedAndOpenItemsScaledToTen) {
   }
 }
 
-TEST(ServesProgressSet, JsonKeysPositionsByNumberAndReadsBack) {
-  ServesProgress::Set set;
-  set.slots[1] = {2, 1, 0};
-  set.unlinked = 4;
-  ServesProgress::Child child;
-  child.text = "Draft";
-  child.from = EntryKey::day(on(9, 14));
-  child.slot = 2;
-  child.tasks.push_back({"Pay rent", true, 0, {}, {}});
-  set.children[1] = {child};
-  const Json j = set;
-  EXPECT_EQ(j["slots"]["1"]["total"], 2);
-  EXPECT_EQ(j["children"]["1"][0]["from"]["day"]["day"], 14);
-  EXPECT_EQ(j.get<ServesProgress::Set>(), set);
-  EXPECT_THROW((void)Json::parse(R"({"slots": {"one": {}}})").get<ServesProgress::Set>(),
-               RecordError);
-}
-
 }  // namespace
 }  // namespace trivo

@@ -26,10 +26,9 @@ OutcomeSet chainSet(Scope scope, std::int64_t seed) {
   std::vector<Outcome> outcomes;
   for (std::int64_t i = 0; i < 3; ++i) {
     const std::int64_t n = seed + i;
-    outcomes.push_back(Outcome::make("Outcome " + std::to_string(n),
-                                     n % 3 == 0 ? OutcomeState::done : OutcomeState::planned,
-                                     n % 7 == 6 ? std::nullopt
-                                                : std::optional<std::int64_t>(n % 3 + 1)));
+    outcomes.push_back(Outcome::make(
+        "Outcome " + std::to_string(n), n % 3 == 0 ? OutcomeState::done : OutcomeState::planned,
+        n % 7 == 6 ? std::nullopt : std::optional<std::int64_t>(n % 3 + 1)));
   }
   return OutcomeSet(scope, outcomes);
 }

@@ -19,8 +19,7 @@ class ChainCommands : public ::testing::Test {
     vault.week({2026, 38}, {outcome("Chapter 3"), outcome("Run", OutcomeState::done)});
     vault.day(*DayDate::make(2026, 9, 14),
               {outcome("Outline", OutcomeState::done, 1), outcome("Stretch")});
-    vault.day(*DayDate::make(2026, 9, 16),
-              {outcome("Write 2k", OutcomeState::planned, 1)},
+    vault.day(*DayDate::make(2026, 9, 16), {outcome("Write 2k", OutcomeState::planned, 1)},
               {pulled("Print notes", 1, OutcomeState::blocked)});
     vault.month({2026, 9}, {outcome("Part one")});
     vault.reopen();

@@ -38,8 +38,12 @@ struct OutcomeTreeRef {
   };
   std::variant<Outcome, Task> value;
 
-  static OutcomeTreeRef outcome(const EntryKey& key, std::int64_t slot) { return {Outcome{key, slot}}; }
-  static OutcomeTreeRef task(const DayDate& date, std::int64_t index) { return {Task{date, index}}; }
+  static OutcomeTreeRef outcome(const EntryKey& key, std::int64_t slot) {
+    return {Outcome{key, slot}};
+  }
+  static OutcomeTreeRef task(const DayDate& date, std::int64_t index) {
+    return {Task{date, index}};
+  }
   [[nodiscard]] const Outcome* asOutcome() const { return std::get_if<Outcome>(&value); }
   [[nodiscard]] const Task* asTask() const { return std::get_if<Task>(&value); }
   bool operator==(const OutcomeTreeRef&) const = default;

@@ -41,12 +41,12 @@ TEST(OutcomeTree, AWeekTreeHangsDayOutcomesAndTasksUnderWhatTheyServe) {
   const auto tree = OutcomeTree(vault.store()).build(EntryKey::week({2026, 38}));
   ASSERT_TRUE(tree);
   EXPECT_EQ(tree->key, EntryKey::week({2026, 38}));
-  EXPECT_EQ(ids(tree->children), (std::vector<std::string>{"week:2026-W38#1", "week:2026-W38#2",
-                                                            "week:2026-W38#3"}));
+  EXPECT_EQ(ids(tree->children),
+            (std::vector<std::string>{"week:2026-W38#1", "week:2026-W38#2", "week:2026-W38#3"}));
   // Page by page in calendar order; within a day, outcomes before pulled items.
   const auto& first = tree->children[0];
   EXPECT_EQ(ids(first.children), (std::vector<std::string>{"day:2026-09-14#1", "day:2026-09-16#1",
-                                                            "task:2026-09-16#0"}));
+                                                           "task:2026-09-16#0"}));
   EXPECT_EQ(first.children[2].kind, OutcomeTree::Kind::task);
   EXPECT_EQ(first.children[2].ref, OutcomeTree::Ref::task(on(9, 16), 0));
   EXPECT_EQ(first.children[1].ref, OutcomeTree::Ref::outcome(EntryKey::day(on(9, 16)), 1));
@@ -82,8 +82,7 @@ TEST(OutcomeTree, IdsAndShapeAreStableAcrossBuildsAndStores) {
             (std::vector<std::string>{"week:2026-W38#1", "week:2026-W39#1"}));
   EXPECT_EQ(partOne.children[0].children.size(), 3U);
   // The blank third outcome of W38 stays in the tree because a day outcome serves it.
-  EXPECT_EQ(ids(once->unlinked),
-            (std::vector<std::string>{"week:2026-W38#2", "week:2026-W38#3"}));
+  EXPECT_EQ(ids(once->unlinked), (std::vector<std::string>{"week:2026-W38#2", "week:2026-W38#3"}));
   EXPECT_EQ(ids(once->unlinked[1].children), std::vector<std::string>{"day:2026-09-16#2"});
   EXPECT_EQ(once->above.size(), 2U);
   EXPECT_TRUE(OutcomeTree(vault.store()).build(EntryKey::year(2026))->above.empty());

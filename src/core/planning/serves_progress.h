@@ -84,7 +84,9 @@ class ServesProgress {
   // The weeks that count toward a month: those whose Monday lies in it, so a week straddling
   // two months counts once, for the month it starts in.
   static std::vector<ISOWeek> weeksOf(const YearMonth& month);
-  // The months of a quarter, in order.
+  // The months of a quarter, in order. A year's quarters are its four quarters. The grouping is
+  // the same in both year modes: calendar mode changes how the year page is laid out, not
+  // which periods lie below which.
   static std::vector<YearMonth> monthsOf(const YearQuarter& quarter);
 
  private:

@@ -9,6 +9,8 @@ std::unique_ptr<Command> makePlanCommand();
 std::unique_ptr<Command> makePathCommand();
 std::unique_ptr<Command> makeOpenCommand();
 std::unique_ptr<Command> makeConfigCommand();
+std::unique_ptr<Command> makeProgressCommand();
+std::unique_ptr<Command> makeTreeCommand();
 std::unique_ptr<Command> makeCheckCommand();
 std::unique_ptr<Command> makeFmtCommand();
 
@@ -18,6 +20,8 @@ std::vector<std::unique_ptr<Command>> allCommands() {
   commands.push_back(makePathCommand());
   commands.push_back(makeOpenCommand());
   commands.push_back(makeConfigCommand());
+  commands.push_back(makeProgressCommand());
+  commands.push_back(makeTreeCommand());
   commands.push_back(makeCheckCommand());
   commands.push_back(makeFmtCommand());
   return commands;

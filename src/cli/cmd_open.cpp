@@ -10,8 +10,10 @@
 #include "cli/vault_settings.h"
 #include "core/calendar/day_date.h"
 #include "core/focus/live_state.h"
+#include "core/format/serializer_error.h"
 #include "core/format/text_syntax.h"
 #include "core/links/deep_link.h"
+#include "core/store/serializer_codec.h"
 #include "core/store/vault_store.h"
 #include "core/vault/page_link.h"
 #include "core/vault/relative_page.h"
@@ -162,17 +164,13 @@ class OpenCommand final : public Command {
   // Appends the captured line to the inbox through the store, so the write is atomic and never
   // lands over an edit made meanwhile in another program.
   Action capture(const DeepLink::Capture& v, const Context& context) {
-    if (v.pull) {
-      throw UserError(
-          "Pulling a captured line into today's page is not supported yet; capture it without "
-          "pull=true.");
-    }
     const fs::path r = root(context);
     const VaultFormat format = detectVaultFormat(r);
     const TextSyntax syntax{format};
     std::string words = v.text;
     std::replace(words.begin(), words.end(), '\n', ' ');
     std::replace(words.begin(), words.end(), '\r', ' ');
+    if (v.pull) return pull(words, v.slot, r, format, context);
     const std::string line =
         "- [ ] " + words + syntax.meta("captured: " + DayDate::today(context.clock).isoString());
     VaultStore::Options options;
@@ -198,6 +196,44 @@ class OpenCommand final : public Command {
                       "); nothing was written.");
     }
     return {"Captured into the inbox: " + words, VaultPaths(r, format).inbox()};
+  }
+
+  // Puts the captured line straight onto today's page among the items pulled from the inbox,
+  // serving the outcome of the given slot (0–2) when one is named.
+  Action pull(const std::string& words, std::optional<std::int64_t> slot, const fs::path& r,
+              VaultFormat format, const Context& context) {
+    const Vault vault{r, format, "en", std::nullopt};
+    const DayDate today = DayDate::today(context.clock);
+    VaultStore::Options options;
+    options.debounce = std::chrono::milliseconds(0);
+    options.clock = &context.clock;
+    options.codec = SerializerCodec::forVault(vault, yearModeOf(r));
+    VaultStore store(vault, options);
+    InboxItem item;
+    item.id = InboxItem::newId();
+    item.text = words;
+    item.captured = today;
+    item.pulledInto = today;
+    if (slot) item.serves = *slot + 1;
+    try {
+      DayEntry day = store.dayForEditing(today);
+      day.pulledItems.push_back(item);
+      store.save(day);
+      store.flush();
+    } catch (const VaultError&) {
+      throw UserError(
+          "Today's page changed on disk while capturing, so nothing was written; run "
+          "the link again.",
+          4);
+    } catch (const PageReadError& e) {
+      throw UserError("Today's page cannot be read (" + std::string(e.what()) +
+                      "); nothing was written.");
+    } catch (const SerializerError& e) {
+      throw UserError(
+          "Today's page cannot be read (" + std::string(e.what()) + "); nothing was written.", 3);
+    }
+    return {"Captured onto today's page: " + words,
+            VaultPaths(r, format).urlFor(EntryKey::day(today))};
   }
 
   Action follow(const DeepLink& link, const Context& context) {

@@ -102,10 +102,33 @@ TEST(TrivoOpen, CaptureAppendsToTheInboxAndKeepsWhatWasThere) {
       {"--vault", (dir.path() / "new").string(), "open", "trivo://capture?text=First"}, options);
   ASSERT_EQ(fresh.exitCode, 0) << fresh.err;
   EXPECT_EQ(dir.read("new/inbox.md"), "# Inbox\n\n- [ ] First <!-- captured: 2026-09-16 -->\n");
+}
 
+TEST(TrivoOpen, CaptureWithPullPutsTheLineOnTodaysPageServingTheSlot) {
+  testing::TempDir dir;
+  const auto vault = dir.path() / "vault";
+  dir.write("vault/.trivo/config.json", "{}");
+  dir.write("vault/days/2026-09-16.md", "# Wednesday\n\n## Notes\nBought bread.\n");
+  testing::ProcessOptions options;
+  options.env["TRIVO_TODAY"] = "2026-09-16";
   auto pull = testing::runTrivo(
-      {"--vault", vault.string(), "open", "trivo://capture?text=x&pull=true&slot=1"}, options);
-  EXPECT_EQ(pull.exitCode, 1);
+      {"--vault", vault.string(), "open", "trivo://capture?text=Call%20Ana&pull=true&slot=1"},
+      options);
+  ASSERT_EQ(pull.exitCode, 0) << pull.err;
+  EXPECT_EQ(pull.out, "Captured onto today's page: Call Ana\n");
+  const std::string page = dir.read("vault/days/2026-09-16.md");
+  EXPECT_NE(page.find("Bought bread."), std::string::npos) << page;
+  const auto from = page.find("## From the inbox\n- [ ] Call Ana → #2 <!-- id: ");
+  EXPECT_NE(from, std::string::npos) << page;
+  EXPECT_NE(page.find("captured: 2026-09-16 · pulled: 2026-09-16 -->", from), std::string::npos)
+      << page;
+  EXPECT_FALSE(std::filesystem::exists(vault / "inbox.md"));
+
+  dir.write("vault/days/2026-09-16.md", "---\ndate: 2026-09-17\n---\n");
+  auto refused = testing::runTrivo(
+      {"--vault", vault.string(), "open", "trivo://capture?text=x&pull=true"}, options);
+  EXPECT_EQ(refused.exitCode, 3);
+  EXPECT_EQ(dir.read("vault/days/2026-09-16.md"), "---\ndate: 2026-09-17\n---\n");
 }
 
 }  // namespace

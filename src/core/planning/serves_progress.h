@@ -20,20 +20,24 @@ namespace trivo {
 
 class VaultStore;
 
+// Declared outside ServesProgress so that it is complete (and default-constructible) where
+// nested records and the JSON conversions use it; clang would otherwise see it as neither.
+// How many items serve one outcome, and how many of them are done or blocked.
+struct ServesStat {
+  std::int64_t total = 0;
+  std::int64_t done = 0;
+  std::int64_t blocked = 0;
+
+  // Progress dots for a served outcome in `state`: "●" per done item, "⊘" per blocked one,
+  // "○" per open one, scaled down to at most ten dots. With nothing serving, the outcome's own
+  // state alone: "●" when done, "⊘" when blocked, nothing when planned.
+  [[nodiscard]] std::string dots(OutcomeState state) const;
+  bool operator==(const ServesStat&) const = default;
+};
+
 class ServesProgress {
  public:
-  // How many items serve one outcome, and how many of them are done or blocked.
-  struct Stat {
-    std::int64_t total = 0;
-    std::int64_t done = 0;
-    std::int64_t blocked = 0;
-
-    // Progress dots for a served outcome in `state`: "●" per done item, "⊘" per blocked one,
-    // "○" per open one, scaled down to at most ten dots. With nothing serving, the outcome's own
-    // state alone: "●" when done, "⊘" when blocked, nothing when planned.
-    [[nodiscard]] std::string dots(OutcomeState state) const;
-    bool operator==(const Stat&) const = default;
-  };
+  using Stat = ServesStat;
 
   // A task that serves: a pulled inbox item, at `index` in its day's pulled items.
   struct Sub {

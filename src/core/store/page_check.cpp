@@ -44,7 +44,6 @@ std::optional<PageFile> pageAt(const fs::path& file) {
 
 void collect(const fs::path& path, std::vector<PageFile>& found) {
   if (!fs::is_directory(path)) {
-    (void)fs::status(path);  // throws for a path that is not there
     if (auto page = pageAt(path)) found.push_back(std::move(*page));
     return;
   }

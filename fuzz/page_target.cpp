@@ -17,13 +17,32 @@
 
 namespace {
 
+// The texts that differ usually hold control bytes and invalid UTF-8; show every byte.
+std::string escaped(std::string_view text) {
+  std::string out;
+  for (const char ch : text) {
+    const auto c = static_cast<unsigned char>(ch);
+    if (c == '\n') {
+      out += "\\n\n";
+    } else if (c >= 0x20 && c < 0x7f && c != '\\') {
+      out += static_cast<char>(c);
+    } else {
+      char hex[5];
+      std::snprintf(hex, sizeof hex, "\\x%02x", c);
+      out += hex;
+    }
+  }
+  return out;
+}
+
 template <class Parse, class Render>
 void roundTrip(std::string_view text, Parse parse, Render render) {
   try {
     const std::string once = render(parse(text));
     const std::string twice = render(parse(once));
     if (twice != once) {
-      std::fprintf(stderr, "ONCE<<%s>>\nTWICE<<%s>>\n", once.c_str(), twice.c_str());
+      std::fprintf(stderr, "ONCE<<%s>>\nTWICE<<%s>>\n", escaped(once).c_str(),
+                   escaped(twice).c_str());
       std::abort();
     }
   } catch (const trivo::SerializerError&) {

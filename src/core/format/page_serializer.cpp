@@ -41,16 +41,28 @@ std::string heading(std::string_view key, std::string_view fallback) {
 
 // Pages may come with a byte-order mark and Windows line ends; they are written without. A
 // mark at the start of a later line (pages pasted together) is dropped as well, since it would
-// hide the line's meaning from every reader.
+// hide the line's meaning from every reader. Every mark and every carriage return at a line's
+// edge goes in one pass (a line ending "\r\r\n" too), so that reading what was written finds
+// nothing more to drop.
 std::string normalized(std::string_view text) {
+  constexpr std::string_view kMark = "\xEF\xBB\xBF";
   std::string out;
   out.reserve(text.size());
+  bool lineStart = true;
   for (std::size_t i = 0; i < text.size(); ++i) {
-    if ((i == 0 || text[i - 1] == '\n') && text.substr(i).starts_with("\xEF\xBB\xBF")) {
-      i += 2;
+    if (lineStart && text.substr(i).starts_with(kMark)) {
+      i += kMark.size() - 1;
       continue;
     }
-    if (text[i] == '\r' && (i + 1 == text.size() || text[i + 1] == '\n')) continue;
+    lineStart = false;
+    if (text[i] == '\r') {
+      const std::size_t end = text.find_first_not_of('\r', i);
+      if (end == std::string_view::npos || text[end] == '\n') {
+        i = (end == std::string_view::npos ? text.size() : end) - 1;
+        continue;
+      }
+    }
+    if (text[i] == '\n') lineStart = true;
     out += text[i];
   }
   // Lines of white space alone are read as empty lines: they have no meaning of their own.
@@ -128,9 +140,39 @@ LineStep refuse() {
 // Everything a page's reading needs after its front matter: the known field values, the
 // sections, and the Passthrough being filled.
 struct OpenPage {
-  std::map<std::string, std::string, std::less<>> fields;
+  // Every value of each known field that the page kind reads itself, in the order written.
+  std::map<std::string, std::vector<std::string>, std::less<>> fields;
   SectionReader reader;
 };
+
+// How a page kind's reader answers one value of a known field.
+enum class FieldValue {
+  taken,    // the record holds it now
+  implied,  // it says what the record holds anyway (a "liked: false"); nothing to keep
+  refused,  // not readable: kept among the extras and written back as it stands
+};
+
+// Reads a known field that holds one value. The first value taken is the record's; later ones,
+// values given over several lines and values the reader refuses stay with the extras. A value
+// that is implied takes no place, so that the text written (which leaves it out) reads the same.
+template <class Read>
+void readField(OpenPage& page, std::string_view key, Read read) {
+  auto it = page.fields.find(key);
+  if (it == page.fields.end()) return;
+  bool taken = false;
+  for (auto& value : it->second) {
+    const bool oneLine = value.find('\n') == std::string::npos;
+    const FieldValue answer = taken || !oneLine ? FieldValue::refused : read(std::string_view(value));
+    if (answer == FieldValue::refused) {
+      page.reader.pass.frontmatterExtras.push_back(FrontmatterField{std::string(key), value});
+    }
+    taken = taken || answer == FieldValue::taken;
+  }
+  page.fields.erase(it);
+}
+
+// A list field given more than once is one list.
+std::vector<std::string> readListField(OpenPage& page, TextSyntax syntax, std::string_view key);
 
 OpenPage openPage(TextSyntax syntax, std::string_view raw, const KnownFields& known,
                   std::span<const KnownSection> sections) {
@@ -153,7 +195,9 @@ OpenPage openPage(TextSyntax syntax, std::string_view raw, const KnownFields& kn
     if (it->second && *it->second != field.value) {
       throw SerializerError::identityMismatch(*it->second, field.value);
     }
-    page.fields.emplace(field.key, field.value);
+    // The identity, the type and the title are written afresh from the page itself.
+    if (it->second || field.key == "type" || field.key == "title") continue;
+    page.fields[field.key].push_back(std::move(field.value));
   }
   std::string preamble = page.reader.read(front.rest, kSectionLevel, sections);
   placeRepeatedHeadings(page.reader, kSectionLevel, sections, "");
@@ -174,9 +218,12 @@ OpenPage openPage(TextSyntax syntax, std::string_view raw, const KnownFields& kn
   return page;
 }
 
+// A list is written as YAML list lines or as one line of comma-separated words. A value that
+// mixes the two (words after the key and list lines under it) gives each line as an item, so
+// that no item holds a line break.
 std::vector<std::string> listValue(TextSyntax syntax, std::string_view value) {
   std::vector<std::string> out;
-  if (isMarkdown(syntax) && value.starts_with('\n')) {
+  if (isMarkdown(syntax) && value.find('\n') != std::string_view::npos) {
     for (auto line : text::lines(value)) {
       auto t = text::trim(line);
       if (t.starts_with("- ")) t = text::trim(t.substr(2));
@@ -194,6 +241,17 @@ std::vector<std::string> listValue(TextSyntax syntax, std::string_view value) {
     start = comma + 1;
   }
   return out;
+}
+
+std::vector<std::string> readListField(OpenPage& page, TextSyntax syntax, std::string_view key) {
+  std::vector<std::string> items;
+  auto it = page.fields.find(key);
+  if (it == page.fields.end()) return items;
+  for (const auto& value : it->second) {
+    for (auto& item : listValue(syntax, value)) items.push_back(std::move(item));
+  }
+  page.fields.erase(it);
+  return items;
 }
 
 // Markdown writes a list as YAML list lines under its key; an Org keyword line holds one line.
@@ -1132,12 +1190,14 @@ DayEntry MarkdownSerializer::parseDay(std::string_view text, const DayDate& date
                        dayKeys_);
   DayEntry entry;
   entry.date = date;
-  if (auto it = page.fields.find("activity"); it != page.fields.end()) {
-    entry.activities = listValue(syntax_, it->second);
-  }
-  if (auto it = page.fields.find("liked"); it != page.fields.end()) {
-    entry.liked = text::trim(it->second) == "true";
-  }
+  entry.activities = readListField(page, syntax_, "activity");
+  readField(page, "liked", [&](std::string_view value) {
+    const auto flag = text::trim(value);
+    if (flag == "false") return FieldValue::implied;
+    if (flag != "true") return FieldValue::refused;
+    entry.liked = true;
+    return FieldValue::taken;
+  });
   entry.outcomes = readOutcomes(page.reader, "outcomes", Scope::day, date);
   entry.checklist = readChecklist(page.reader, "checklist");
   entry.pulledItems = readInboxItems(page.reader, "pulled");
@@ -1180,12 +1240,13 @@ WeekEntry MarkdownSerializer::parseWeek(std::string_view text, const ISOWeek& we
   WeekEntry entry;
   entry.week = week;
   entry.targetFriday = week.friday();
-  if (auto it = page.fields.find("target_friday"); it != page.fields.end()) {
-    if (auto day = DayDate::parse(text::trim(it->second))) entry.targetFriday = *day;
-  }
-  if (auto it = page.fields.find("hotspots"); it != page.fields.end()) {
-    entry.hotspots = listValue(syntax_, it->second);
-  }
+  readField(page, "target_friday", [&](std::string_view value) {
+    const auto day = DayDate::parse(text::trim(value));
+    if (!day) return FieldValue::refused;
+    entry.targetFriday = *day;
+    return FieldValue::taken;
+  });
+  entry.hotspots = readListField(page, syntax_, "hotspots");
   entry.outcomes = readOutcomes(page.reader, "outcomes", Scope::week, week.sunday());
   entry.checklist = readChecklist(page.reader, "checklist");
   readReflection(page.reader, "reflection", fridayKeys_, entry.reflection);
@@ -1220,9 +1281,7 @@ MonthEntry MarkdownSerializer::parseMonth(std::string_view text, const YearMonth
                        monthKeys_);
   MonthEntry entry;
   entry.month = month;
-  if (auto it = page.fields.find("hotspots"); it != page.fields.end()) {
-    entry.hotspots = listValue(syntax_, it->second);
-  }
+  entry.hotspots = readListField(page, syntax_, "hotspots");
   entry.outcomes = readOutcomes(page.reader, "outcomes", Scope::month, month.lastDay());
   if (auto answer = readText(page.reader, "reflection", kSectionLevel)) {
     entry.reflection.answers["reflection"] = *answer;

@@ -594,3 +594,49 @@ TEST(PageSerializer, DoneOrgOutcomesCarryTheStateChangeNoteOnce) {
 
 }  // namespace
 }  // namespace trivo
+
+namespace trivo {
+namespace {
+
+// Known front matter fields written twice, over several lines or with values that do not read
+// are kept; what is written reads back the same.
+TEST(PageSerializer, KnownFieldsThatDoNotReadAreKeptAsWritten) {
+  const MarkdownSerializer md(YearMode::quarter, TextSyntax::markdown);
+  const DayDate date = *DayDate::make(2026, 9, 16);
+  const auto day = md.parseDay(
+      "---\ndate: 2026-09-16\nliked: false\nactivity:\nliked: perhaps\nactivity: swim\n"
+      "liked: true\nliked: true\n---\n",
+      date);
+  EXPECT_TRUE(day.liked);
+  EXPECT_EQ(day.activities, std::vector<std::string>{"swim"});
+  const std::string text = md.renderDay(day);
+  EXPECT_NE(text.find("liked: true\nliked: perhaps\nliked: true\n---"), std::string::npos) << text;
+  EXPECT_EQ(md.renderDay(md.parseDay(text, date)), text);
+
+  const ISOWeek isoWeek{2026, 38};
+  const auto week = md.parseWeek(
+      "---\nweek: 2026-W38\ntarget_friday: soon\ntarget_friday: 2026-09-17\n"
+      "hotspots: gym\n  - family\n- [ ] not a field\n---\n",
+      isoWeek);
+  EXPECT_EQ(week.targetFriday, DayDate::make(2026, 9, 17));
+  EXPECT_EQ(week.hotspots, (std::vector<std::string>{"gym", "family", "[ ] not a field"}));
+  const std::string weekText = md.renderWeek(week);
+  EXPECT_NE(weekText.find("target_friday: soon\n"), std::string::npos) << weekText;
+  EXPECT_EQ(md.renderWeek(md.parseWeek(weekText, isoWeek)), weekText);
+}
+
+// Line ends and byte-order marks go in one read, however many there are.
+TEST(PageSerializer, CarriageReturnsAndMarksAtLineEdgesGoInOneRead) {
+  const MarkdownSerializer md(YearMode::quarter, TextSyntax::markdown);
+  const YearMonth month{2026, 9};
+  const auto entry =
+      md.parseMonth("\xEF\xBB\xBF\xEF\xBB\xBF## Outcomes\r\r\n- [ ] Move\r\r\r\nkeep\rthis\r\n",
+                    month);
+  EXPECT_EQ(entry.outcomes.outcomes[0].text, "Move");
+  const std::string text = md.renderMonth(entry);
+  EXPECT_NE(text.find("- [ ] Move\nkeep\rthis\n"), std::string::npos) << text;
+  EXPECT_EQ(md.renderMonth(md.parseMonth(text, month)), text);
+}
+
+}  // namespace
+}  // namespace trivo

@@ -80,43 +80,74 @@ std::string TaskMarks::alertText(const AlertOffset& alert) {
   return (after ? "+" : "") + amount;
 }
 
-TaskMarks::Parts TaskMarks::parse(std::string_view text) {
-  Parts parts;
-  std::string words;
+namespace {
+
+std::optional<ClockTime> timeMark(std::string_view word) {
+  if (!word.starts_with('@') || word.find(':') == std::string_view::npos) return std::nullopt;
+  const std::string_view clock = word.substr(1);
+  // Only "H:MM" or "HH:MM": "@1:2" is too loose to be meant as a time.
+  if (clock.size() < 4 || clock[clock.size() - 3] != ':') return std::nullopt;
+  return ClockTime::parse(clock);
+}
+
+std::optional<DayDate> dueMark(std::string_view word) {
+  if (!word.starts_with("due:")) return std::nullopt;
+  return DayDate::parse(word.substr(4));
+}
+
+// The words of a text with where each one starts.
+std::vector<std::pair<std::size_t, std::string_view>> wordsOf(std::string_view text) {
+  std::vector<std::pair<std::size_t, std::string_view>> out;
   std::size_t i = 0;
-  std::size_t copied = 0;  // the text before this position is already in `words` or dropped
   while (i < text.size()) {
     while (i < text.size() && text::isSpace(text[i])) ++i;
     const std::size_t start = i;
     while (i < text.size() && !text::isSpace(text[i])) ++i;
     if (start == i) break;
-    const std::string_view word = text.substr(start, i - start);
-    bool mark = false;
-    if (auto p = priorityCookie(word); p && !parts.priority) {
-      parts.priority = p;
-      mark = true;
-    } else if (word.starts_with("due:") && !parts.due) {
-      parts.due = DayDate::parse(word.substr(4));
-      mark = parts.due.has_value();
-    } else if (word.starts_with('@') && !parts.time && word.find(':') != std::string_view::npos) {
-      const std::string_view clock = word.substr(1);
-      // Only "H:MM" or "HH:MM": "@1:2" is too loose to be meant as a time.
-      if (clock.size() >= 4 && clock[clock.size() - 3] == ':') parts.time = ClockTime::parse(clock);
-      mark = parts.time.has_value();
+    out.emplace_back(start, text.substr(start, i - start));
+  }
+  return out;
+}
+
+}  // namespace
+
+TaskMarks::Parts TaskMarks::parse(std::string_view text) {
+  Parts parts;
+  const auto words = wordsOf(text);
+  // The priority written first and the due day and time written last count: that is where
+  // `render` puts them, so that marks left in the words never take their place on a later read.
+  std::optional<std::size_t> priorityAt, dueAt, timeAt;
+  for (std::size_t w = 0; w < words.size(); ++w) {
+    const auto word = words[w].second;
+    if (!priorityAt && priorityCookie(word)) priorityAt = w;
+    if (dueMark(word)) dueAt = w;
+    if (timeMark(word)) timeAt = w;
+  }
+  std::string kept;
+  std::size_t copied = 0;  // the text before this position is already in `kept` or dropped
+  for (std::size_t w = 0; w < words.size(); ++w) {
+    const auto [start, word] = words[w];
+    bool mark = true;
+    if (w == priorityAt) {
+      parts.priority = priorityCookie(word);
+    } else if (w == dueAt) {
+      parts.due = dueMark(word);
+    } else if (w == timeAt) {
+      parts.time = timeMark(word);
     } else if (auto alerts = alertList(word)) {
       parts.alerts.insert(parts.alerts.end(), alerts->begin(), alerts->end());
-      mark = true;
+    } else {
+      mark = false;
     }
-    if (mark) {
-      // Drop the mark with the white space before it; the words keep their own spacing.
-      std::size_t cut = start;
-      while (cut > copied && text::isSpace(text[cut - 1])) --cut;
-      words.append(text.substr(copied, cut - copied));
-      copied = i;
-    }
+    if (!mark) continue;
+    // Drop the mark with the white space before it; the words keep their own spacing.
+    std::size_t cut = start;
+    while (cut > copied && text::isSpace(text[cut - 1])) --cut;
+    kept.append(text.substr(copied, cut - copied));
+    copied = start + word.size();
   }
-  words.append(text.substr(copied));
-  parts.words = std::string(text::trim(words));
+  kept.append(text.substr(copied));
+  parts.words = std::string(text::trim(kept));
   return parts;
 }
 

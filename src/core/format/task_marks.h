@@ -25,8 +25,8 @@ struct TaskMarks {
     bool operator==(const Parts&) const = default;
   };
 
-  // Takes the marks out of a task's words. A mark is a whole word; the first mark of each kind
-  // counts (later priority, due or time marks stay in the words, so nothing is lost), alerts
+  // Takes the marks out of a task's words. A mark is a whole word; the first priority and the
+  // last due day and time count (the others stay in the words, so nothing is lost), alerts
   // may repeat or be listed with commas ("alert:15m,1h"). A word that only looks like a mark
   // ("due:tomorrow", "@home", "[#Z]") stays in the words. The words keep their own spacing.
   static Parts parse(std::string_view text);

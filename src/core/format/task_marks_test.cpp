@@ -23,8 +23,8 @@ TEST(TaskMarks, TakesMarksOutOfTheWords) {
       {"alert:1d", {std::nullopt, "", std::nullopt, std::nullopt, {{-1440}}}},
       {"Mail @home due:tomorrow [#Z] alert:soon @25:00",
        {std::nullopt, "Mail @home due:tomorrow [#Z] alert:soon @25:00", std::nullopt, std::nullopt, {}}},
-      {"Two due:2026-01-01 due:2026-01-02",
-       {std::nullopt, "Two due:2026-01-02", DayDate{2026, 1, 1}, std::nullopt, {}}},
+      {"Two due:2026-01-01 due:2026-01-02 @9:00 [#A] @10:00 [#B]",
+       {Priority::a, "Two due:2026-01-01 @9:00 [#B]", DayDate{2026, 1, 2}, ClockTime{10, 0}, {}}},
       {"Ratio @1:2", {std::nullopt, "Ratio @1:2", std::nullopt, std::nullopt, {}}},
       {"Huge alert:9999999m", {std::nullopt, "Huge alert:9999999m", std::nullopt, std::nullopt, {}}},
   };
@@ -40,6 +40,9 @@ TEST(TaskMarks, RenderedMarksReadBack) {
             "alert:2d alert:+30m");
   EXPECT_EQ(TaskMarks::parse(text), parts);
   EXPECT_EQ(TaskMarks::render(Parts{}), "");
+  // Marks left in the words must not take the place of the ones written after them.
+  const Parts doubled = TaskMarks::parse("[#A] x due:2026-09-01 [#B] due:2026-09-02 @9:00 @10:00");
+  EXPECT_EQ(TaskMarks::parse(TaskMarks::render(doubled)), doubled);
   EXPECT_EQ(TaskMarks::alertText(AlertOffset{INT64_MIN}), std::to_string(INT64_MIN) + "m");
 }
 

@@ -14,6 +14,7 @@
 #include "core/format/legacy_headings.h"
 #include "core/format/list_lines.h"
 #include "core/format/outline.h"
+#include "core/format/regex.h"
 #include "core/format/section_writer.h"
 #include "core/format/serializer_error.h"
 #include "core/format/task_marks.h"
@@ -162,7 +163,8 @@ void readField(OpenPage& page, std::string_view key, Read read) {
   bool taken = false;
   for (auto& value : it->second) {
     const bool oneLine = value.find('\n') == std::string::npos;
-    const FieldValue answer = taken || !oneLine ? FieldValue::refused : read(std::string_view(value));
+    const FieldValue answer =
+        taken || !oneLine ? FieldValue::refused : read(std::string_view(value));
     if (answer == FieldValue::refused) {
       page.reader.pass.frontmatterExtras.push_back(FrontmatterField{std::string(key), value});
     }
@@ -778,20 +780,26 @@ void renderItemTail(TextSyntax syntax, const std::vector<std::string>& comments,
   renderSteps(syntax, steps, 1, lines);
 }
 
-// An inbox item as a list line: box, task marks, serves mark and the hidden dates and flags.
-std::string inboxItemLine(TextSyntax syntax, const InboxItem& item) {
-  TaskMarks::Parts parts{item.priority, item.text, item.due, item.time, item.alerts};
+// What an inbox item's line holds after its box or keyword: task marks, serves mark and the
+// hidden dates and flags. An Org heading item (`planned`) carries its due day and time, its close
+// stamp, its hidden day and a repeat Org can express on its planning line instead.
+std::string inboxItemWords(TextSyntax syntax, const InboxItem& item, std::string_view text,
+                           bool planned) {
+  const bool repeatPlanned =
+      planned && item.repeats && item.due && item.repeats->orgRepeater(*item.due);
+  TaskMarks::Parts parts{item.priority, std::string(text), planned ? std::nullopt : item.due,
+                         planned ? std::nullopt : item.time, item.alerts};
   std::string words = ServesLink::join(TaskMarks::render(parts), item.serves);
   std::vector<std::string> meta;
   if (!item.id.empty()) meta.push_back("id: " + item.id);
   if (item.captured) meta.push_back("captured: " + item.captured->isoString());
   if (item.pulledInto) meta.push_back("pulled: " + item.pulledInto->isoString());
-  if (item.closed) {
+  if (item.closed && !planned) {
     meta.push_back("closed: " + item.closed->isoString() +
                    (item.closedTime ? " " + item.closedTime->description() : std::string()));
   }
-  if (item.hiddenUntil) meta.push_back("hidden: " + item.hiddenUntil->isoString());
-  if (item.repeats) meta.push_back("repeat: " + item.repeats->phrase());
+  if (item.hiddenUntil && !planned) meta.push_back("hidden: " + item.hiddenUntil->isoString());
+  if (item.repeats && !repeatPlanned) meta.push_back("repeat: " + item.repeats->phrase());
   if (!item.doneDates.empty()) {
     std::string days;
     for (const auto& d : item.doneDates) days += (days.empty() ? "" : ",") + d.isoString();
@@ -801,19 +809,18 @@ std::string inboxItemLine(TextSyntax syntax, const InboxItem& item) {
   if (item.waiting) meta.push_back("waiting");
   if (item.blocked && item.done) meta.push_back("blocked");
   for (const auto& extra : item.extraMeta) meta.push_back(extra);
-  const std::string_view mark = item.done ? "x" : item.blocked ? "-" : " ";
-  return CheckboxLine::render(mark, words + joinMeta(syntax, meta));
+  return words + joinMeta(syntax, meta);
 }
 
-std::optional<InboxItem> readInboxItemLine(TextSyntax syntax, std::string_view line) {
-  auto box = CheckboxLine::parse(line);
-  if (!box) return std::nullopt;
-  auto state = CheckboxLine::stateFor(box->mark);
-  if (!state) return std::nullopt;
-  InboxItem item;
-  item.done = *state == OutcomeState::done;
-  item.blocked = *state == OutcomeState::blocked;
-  std::string words = box->text;
+// An inbox item as a list line.
+std::string inboxItemLine(TextSyntax syntax, const InboxItem& item) {
+  const std::string_view mark = item.done ? "x" : item.blocked ? "-" : " ";
+  return CheckboxLine::render(mark, inboxItemWords(syntax, item, item.text, false));
+}
+
+// Reads what `inboxItemWords` writes into the item. A heading item (`planned`) takes no due day
+// or time from its words: those are on its planning line, and a mark in its words is text.
+void readInboxWords(TextSyntax syntax, std::string words, InboxItem& item, bool planned) {
   if (auto meta = syntax.splitMeta(words)) {
     words = meta->text;
     std::set<std::string, std::less<>> seen;
@@ -878,12 +885,23 @@ std::optional<InboxItem> readInboxItemLine(TextSyntax syntax, std::string_view l
   }
   auto serves = ServesLink::split(words);
   item.serves = serves.serves;
-  auto parts = TaskMarks::parse(serves.text);
+  auto parts = TaskMarks::parse(serves.text, !planned);
   item.priority = parts.priority;
   item.text = parts.words;
   item.due = parts.due;
   item.time = parts.time;
   item.alerts = parts.alerts;
+}
+
+std::optional<InboxItem> readInboxItemLine(TextSyntax syntax, std::string_view line) {
+  auto box = CheckboxLine::parse(line);
+  if (!box) return std::nullopt;
+  auto state = CheckboxLine::stateFor(box->mark);
+  if (!state) return std::nullopt;
+  InboxItem item;
+  item.done = *state == OutcomeState::done;
+  item.blocked = *state == OutcomeState::blocked;
+  readInboxWords(syntax, box->text, item, false);
   return item;
 }
 
@@ -927,6 +945,236 @@ std::string renderInboxItems(TextSyntax syntax, const std::vector<InboxItem>& it
     renderItemTail(syntax, item.comments, item.subtasks, lines);
     for (const auto& raw : item.trailingLines) lines.push_back("  " + raw);
   }
+  return text::join(lines, "\n");
+}
+
+// ---- Org inbox items written as headings ----
+//
+// * TODO [#A] Call Ana → #2 @@trivo:captured: 2026-09-06@@ :phone:
+// CLOSED: [2026-09-12 Sat 10:15] DEADLINE: <2026-09-20 Sun 10:00 +1w> SCHEDULED: <2026-09-18 Fri>
+// :PROPERTIES:
+// :CATEGORY: home
+// :END:
+// :LOGBOOK:
+// CLOCK: [2026-09-11 Fri 09:00]--[2026-09-11 Fri 09:30] =>  0:30
+// :END:
+// <2026-09-21 Mon 15:00>
+//   > a comment
+//   - [ ] a step
+// Anything else under the heading, kept as written.
+//
+// DEADLINE is the due day (with its time and an Org repeater), SCHEDULED the day the item shows
+// again, CLOSED its close stamp. Whatever else the planning line holds, the drawers' lines and
+// time stamps on lines of their own are kept in the item's Org fields.
+
+// A time stamp the item can hold: a day, its weekday name, a time and a repeater, no more (a
+// time range or a warning period stays on the planning line as written).
+struct OrgStamp {
+  DayDate day;
+  std::optional<ClockTime> time;
+  std::optional<std::string> repeater;
+};
+
+std::optional<OrgStamp> readOrgStamp(std::string_view stamp) {
+  static const Regex pattern(
+      R"(^[<\[](\d{4}-\d{2}-\d{2})(?: [^\s\d<>\[\]+.-]+)?(?: (\d{1,2}:\d{2}))?(?: ((?:\.\+|\+\+|\+)\d+[dwmy]))?[>\]]$)");
+  auto m = pattern.matchWhole(stamp);
+  if (!m) return std::nullopt;
+  auto day = DayDate::parse((*m)[1]);
+  if (!day) return std::nullopt;
+  OrgStamp out{*day, std::nullopt, std::nullopt};
+  if (auto time = m->group(2)) {
+    out.time = ClockTime::parse(*time);
+    if (!out.time) return std::nullopt;
+  }
+  if (auto repeater = m->group(3)) out.repeater = std::string(*repeater);
+  return out;
+}
+
+std::string orgStampText(char open, const DayDate& day, const std::optional<ClockTime>& time,
+                         const std::optional<std::string>& repeater) {
+  std::string out(1, open);
+  out += day.isoString() + " " + std::string(TextSyntax::weekdayName(day));
+  if (time) out += " " + time->description();
+  if (repeater) out += " " + *repeater;
+  out += open == '<' ? '>' : ']';
+  return out;
+}
+
+// Reads the planning line into the item; what it cannot take becomes `orgPlanningRest`.
+void readPlanning(std::string_view line, InboxItem& item) {
+  static const Regex token(R"((SCHEDULED|DEADLINE|CLOSED):[ \t]*(<[^<>]*>|\[[^\[\]]*\]))");
+  std::vector<std::string_view> rest;
+  std::size_t at = 0;
+  for (const auto& m : token.findAll(line)) {
+    rest.push_back(line.substr(at, m.begin() - at));
+    at = m.end();
+    const std::string_view word = m[1];
+    const std::string_view stamp = m[2];
+    const auto read = readOrgStamp(stamp);
+    const bool active = stamp.front() == '<';
+    bool taken = false;
+    if (read && word == "DEADLINE" && active && !item.due) {
+      std::optional<Repeat> repeats;
+      if (read->repeater) repeats = Repeat::fromOrgRepeater(*read->repeater);
+      // A repeat read from the item's words already, or one Org writes but we cannot keep,
+      // leaves the whole stamp as written.
+      if (!read->repeater || (repeats && !item.repeats)) {
+        item.due = read->day;
+        item.time = read->time;
+        if (repeats) item.repeats = repeats;
+        taken = true;
+      }
+    } else if (read && word == "SCHEDULED" && active && !item.hiddenUntil && !read->time &&
+               !read->repeater) {
+      item.hiddenUntil = read->day;
+      taken = true;
+    } else if (read && word == "CLOSED" && !active && !item.closed && !read->repeater) {
+      item.closed = read->day;
+      item.closedTime = read->time;
+      taken = true;
+    }
+    if (!taken) rest.push_back(m[0]);
+  }
+  rest.push_back(line.substr(at));
+  // The line's indentation is part of what no field holds (Emacs indents it under the heading).
+  std::string joined(line.substr(0, line.find_first_not_of(" \t")));
+  for (auto piece : rest) {
+    piece = text::trim(piece);
+    if (piece.empty()) continue;
+    if (!text::isBlank(joined)) joined += ' ';
+    joined += piece;
+  }
+  if (!joined.empty()) item.orgPlanningRest = joined;
+}
+
+std::string planningLine(const InboxItem& item) {
+  std::vector<std::string> parts;
+  if (item.closed)
+    parts.push_back("CLOSED: " + orgStampText('[', *item.closed, item.closedTime, {}));
+  if (item.due) {
+    parts.push_back("DEADLINE: " + orgStampText('<', *item.due, item.time,
+                                                item.repeats ? item.repeats->orgRepeater(*item.due)
+                                                             : std::nullopt));
+  }
+  if (item.hiddenUntil) {
+    parts.push_back("SCHEDULED: " + orgStampText('<', *item.hiddenUntil, {}, {}));
+  }
+  const std::string rest = item.orgPlanningRest.value_or("");
+  const std::size_t words = std::min(rest.find_first_not_of(" \t"), rest.size());
+  if (words < rest.size()) parts.emplace_back(rest.substr(words));
+  if (parts.empty()) return {};
+  return std::string(rest.substr(0, words)) + text::join(parts, " ");
+}
+
+bool isDrawerLine(std::string_view line, std::string_view name) {
+  return text::upper(text::trim(line)) == name;
+}
+
+// The lines of a drawer that opens at `lines[at]` up to its ":END:", moving `at` past it;
+// nothing (and `at` unchanged) when the drawer never closes.
+std::optional<std::vector<std::string>> readDrawer(const std::vector<std::string_view>& lines,
+                                                   std::size_t& at) {
+  for (std::size_t end = at + 1; end < lines.size(); ++end) {
+    if (!isDrawerLine(lines[end], ":END:")) continue;
+    std::vector<std::string> inside(lines.begin() + static_cast<std::ptrdiff_t>(at) + 1,
+                                    lines.begin() + static_cast<std::ptrdiff_t>(end));
+    at = end + 1;
+    return inside;
+  }
+  return std::nullopt;
+}
+
+bool isStampLine(std::string_view line) {
+  static const Regex stamp(R"(^[ \t]*<\d{4}-\d{2}-\d{2}[^<>]*>[ \t]*$)");
+  return stamp.contains(line);
+}
+
+// A top-level Org heading with a keyword, and what stands under it, as one inbox item.
+std::optional<InboxItem> readHeadingItem(TextSyntax syntax, const TodoWords& words,
+                                         std::string_view raw) {
+  const std::size_t firstEnd = raw.find('\n');
+  const std::string_view heading = raw.substr(0, firstEnd);
+  if (!heading.starts_with("* ")) return std::nullopt;
+  const auto task = TextSyntax::orgHeadingTask(heading, words);
+  if (!task) return std::nullopt;
+  InboxItem item;
+  item.orgHeading = true;
+  item.done = task->state == OutcomeState::done;
+  item.blocked = task->state == OutcomeState::blocked;
+  if (TextSyntax::orgKeywordWord(task->state, std::nullopt) != task->keyword.word) {
+    item.orgKeyword = task->keyword;
+  }
+  // Tags close an Org heading; the hidden annotation and the marks come before them.
+  const auto tagged = syntax.splitTags(task->text);
+  readInboxWords(syntax, tagged.title, item, true);
+  if (!tagged.tags.empty()) {
+    item.text += (item.text.empty() ? "" : " ") + syntax.renderTags(tagged.tags);
+  }
+
+  const std::vector<std::string_view> lines = firstEnd == std::string_view::npos
+                                                  ? std::vector<std::string_view>{}
+                                                  : text::lines(raw.substr(firstEnd + 1));
+  std::size_t at = 0;
+  while (at < lines.size() && text::isBlank(lines[at])) ++at;
+  if (at < lines.size() && TextSyntax::isPlanning(lines[at])) readPlanning(lines[at++], item);
+  bool properties = false;
+  bool logbook = false;
+  while (at < lines.size()) {
+    std::optional<std::vector<std::string>> drawer;
+    if (!properties && isDrawerLine(lines[at], ":PROPERTIES:")) {
+      drawer = readDrawer(lines, at);
+      properties = drawer.has_value();
+      if (drawer) item.orgProperties = std::move(*drawer);
+    } else if (!logbook && isDrawerLine(lines[at], ":LOGBOOK:")) {
+      drawer = readDrawer(lines, at);
+      logbook = drawer.has_value();
+      if (drawer) item.orgLogbook = std::move(*drawer);
+    }
+    if (!drawer) break;
+  }
+  while (at < lines.size() && isStampLine(lines[at])) item.orgStampExtra.emplace_back(lines[at++]);
+
+  StepNesting nesting;
+  nesting.startItem(item.subtasks, item.comments);
+  FenceTracker fences(syntax);
+  for (; at < lines.size(); ++at) {
+    const std::string_view line = lines[at];
+    const bool inFence = fences.inFence();
+    if (fences.feed(line) || inFence || !nesting.take(syntax, line)) {
+      item.trailingLines.emplace_back(line);
+    }
+  }
+  while (!item.trailingLines.empty() && text::isBlank(item.trailingLines.back())) {
+    item.trailingLines.pop_back();
+  }
+  return item;
+}
+
+std::string renderHeadingItem(TextSyntax syntax, const InboxItem& item) {
+  const OutcomeState state = item.done      ? OutcomeState::done
+                             : item.blocked ? OutcomeState::blocked
+                                            : OutcomeState::planned;
+  const auto tagged = syntax.splitTags(item.text);
+  std::string words = inboxItemWords(syntax, item, tagged.title, true);
+  if (!tagged.tags.empty()) words += " " + syntax.renderTags(tagged.tags);
+  std::vector<std::string> lines = {"* " + TextSyntax::orgKeywordWord(state, item.orgKeyword) +
+                                    (words.empty() ? "" : " " + words)};
+  if (std::string planning = planningLine(item); !planning.empty()) lines.push_back(planning);
+  // A drawer's first and last lines take the indentation of its first line inside.
+  auto drawer = [&lines](std::string_view name, const std::vector<std::string>& inside) {
+    if (inside.empty()) return;
+    const std::string indent = inside.front().substr(
+        0, std::min(inside.front().find_first_not_of(" \t"), inside.front().size()));
+    lines.push_back(indent + std::string(name));
+    lines.insert(lines.end(), inside.begin(), inside.end());
+    lines.push_back(indent + ":END:");
+  };
+  drawer(":PROPERTIES:", item.orgProperties);
+  drawer(":LOGBOOK:", item.orgLogbook);
+  lines.insert(lines.end(), item.orgStampExtra.begin(), item.orgStampExtra.end());
+  renderItemTail(syntax, item.comments, item.subtasks, lines);
+  lines.insert(lines.end(), item.trailingLines.begin(), item.trailingLines.end());
   return text::join(lines, "\n");
 }
 
@@ -1164,13 +1412,32 @@ Inbox MarkdownSerializer::parseInbox(std::string_view text) const {
   const std::string rest = Outline::trimBlankLines(kept);
   page.reader.pass.preamble.reset();
   if (!rest.empty()) page.reader.pass.preamble = rest;
+  if (!isMarkdown(syntax_)) {
+    // Top-level headings with a keyword are items too; other headings are the person's own.
+    std::erase_if(page.reader.pass.unknownSections, [&](const UnknownSection& section) {
+      auto item = readHeadingItem(syntax_, page.reader.todoWords, section.raw);
+      if (item) inbox.items.push_back(std::move(*item));
+      return item.has_value();
+    });
+  }
   inbox.passthrough = std::move(page.reader.pass);
   return inbox;
 }
 
+// List items come first, then what else stood above the first heading, then the heading items
+// (a list line after a heading would belong to that heading), then the person's own sections.
 std::string MarkdownSerializer::renderInbox(const Inbox& inbox) const {
-  std::vector<std::string> parts = {renderInboxItems(syntax_, inbox.items),
-                                    preambleOf(inbox.passthrough)};
+  std::vector<InboxItem> listed;
+  std::vector<std::string> headings;
+  for (const auto& item : inbox.items) {
+    if (item.orgHeading && !isMarkdown(syntax_)) {
+      headings.push_back(renderHeadingItem(syntax_, item));
+    } else {
+      listed.push_back(item);
+    }
+  }
+  std::vector<std::string> parts = {renderInboxItems(syntax_, listed),
+                                    preambleOf(inbox.passthrough), text::join(headings, "\n")};
   Passthrough pass = inbox.passthrough;
   pass.preamble = Outline::join(parts);
   const std::string body = writeSections(syntax_, pass, {}, {});

@@ -133,7 +133,41 @@ class Gen {
 
   std::vector<InboxItem> pulled() {
     std::vector<InboxItem> out;
+    for (std::size_t n = below(3); n > 0; --n) out.push_back(inboxItem());
+    return out;
+  }
+
+  // The items of an inbox page. On Org pages some are headings, which hold the Org fields, and
+  // come after the list items as a page holds them.
+  std::vector<InboxItem> inboxItems() {
+    std::vector<InboxItem> out = pulled();
+    if (syntax_ != TextSyntax::org) return out;
     for (std::size_t n = below(3); n > 0; --n) {
+      InboxItem item = inboxItem();
+      item.orgHeading = true;
+      if (coin()) item.text += " :home:work:";
+      if (!item.done && !item.blocked && below(3) == 0) {
+        item.orgKeyword = OrgKeyword{coin() ? "NEXT" : "WAITING", OutcomeState::planned};
+      }
+      // A warning period is more than the due day can hold; it stays on the planning line.
+      if (below(3) == 0) {
+        item.orgPlanningRest = std::string(coin() ? "  " : "") + "DEADLINE: <2026-09-30 Wed -2d>";
+      }
+      if (coin()) item.orgProperties = {":CATEGORY: home", ":EFFORT:   0:30"};
+      if (coin()) {
+        item.orgLogbook = {"- State \"DONE\"       from \"TODO\"       [2026-09-09 Wed 08:00]",
+                           "CLOCK: [2026-09-11 Fri 09:00]--[2026-09-11 Fri 09:30] =>  0:30"};
+      }
+      if (below(3) == 0) item.orgStampExtra = {"<2026-09-21 Mon 15:00>"};
+      if (!item.trailingLines.empty() && coin())
+        item.trailingLines.insert(item.trailingLines.end(), {"", "- not a step"});
+      out.push_back(std::move(item));
+    }
+    return out;
+  }
+
+  InboxItem inboxItem() {
+    {
       InboxItem item;
       item.id = "A1B2-" + std::to_string(below(1000));
       item.text = words(1, 4);
@@ -161,9 +195,8 @@ class Gen {
       if (coin()) item.comments.push_back(words(1, 3));
       item.subtasks = steps(1);
       if (below(4) == 0) item.trailingLines.push_back("raw " + words(1, 2));
-      out.push_back(std::move(item));
+      return item;
     }
-    return out;
   }
 
   std::vector<JournalEntry> journal() {
@@ -262,7 +295,7 @@ std::optional<std::string> roundTripAllKinds(Gen& gen, const MarkdownSerializer&
   same("day text", serializer.renderDay(dayBack), dayText, dayText);
 
   Inbox inbox;
-  inbox.items = gen.pulled();
+  inbox.items = gen.inboxItems();
   inbox.passthrough = gen.pass();
   for (auto& section : inbox.passthrough.unknownSections) section.afterSection.clear();
   const std::string inboxText = serializer.renderInbox(inbox);
@@ -629,13 +662,71 @@ TEST(PageSerializer, KnownFieldsThatDoNotReadAreKeptAsWritten) {
 TEST(PageSerializer, CarriageReturnsAndMarksAtLineEdgesGoInOneRead) {
   const MarkdownSerializer md(YearMode::quarter, TextSyntax::markdown);
   const YearMonth month{2026, 9};
-  const auto entry =
-      md.parseMonth("\xEF\xBB\xBF\xEF\xBB\xBF## Outcomes\r\r\n- [ ] Move\r\r\r\nkeep\rthis\r\n",
-                    month);
+  const auto entry = md.parseMonth(
+      "\xEF\xBB\xBF\xEF\xBB\xBF## Outcomes\r\r\n- [ ] Move\r\r\r\nkeep\rthis\r\n", month);
   EXPECT_EQ(entry.outcomes.outcomes[0].text, "Move");
   const std::string text = md.renderMonth(entry);
   EXPECT_NE(text.find("- [ ] Move\nkeep\rthis\n"), std::string::npos) << text;
   EXPECT_EQ(md.renderMonth(md.parseMonth(text, month)), text);
+}
+
+// Org inbox items written as headings, in the shape Emacs gives them.
+TEST(PageSerializer, OrgHeadingsWithAKeywordAreInboxItems) {
+  const MarkdownSerializer org(YearMode::quarter, TextSyntax::org);
+  const std::string text =
+      "#+TODO: TODO WAIT | DONE\n"
+      "- [ ] Listed first\n"
+      "* Someday\n"
+      "- an idea\n"
+      "* WAIT [#A] Call Ana due:soon \u2192 #2 @@trivo:captured: 2026-09-06@@ :phone:\n"
+      "CLOSED: [2026-09-12 Sat 10:15] DEADLINE: <2026-09-20 Sun 10:00 +1w> "
+      "SCHEDULED: <2026-09-18 Fri> DEADLINE: <2026-09-30 Wed -2d>\n"
+      ":PROPERTIES:\n:CATEGORY: home\n:END:\n"
+      ":LOGBOOK:\nCLOCK: [2026-09-11 Fri 09:00]--[2026-09-11 Fri 09:30] =>  0:30\n:END:\n"
+      "<2026-09-21 Mon 15:00>\n"
+      "  > a comment\n"
+      "  - [ ] a step\n"
+      "Notes of my own\n"
+      "* DONE Paid rent\n";
+  const Inbox inbox = org.parseInbox(text);
+  ASSERT_EQ(inbox.items.size(), 3U);
+  EXPECT_FALSE(inbox.items[0].orgHeading);
+  const InboxItem& ana = inbox.items[1];
+  EXPECT_TRUE(ana.orgHeading);
+  EXPECT_EQ(ana.orgKeyword, (OrgKeyword{"WAIT", OutcomeState::planned}));
+  EXPECT_FALSE(ana.done);
+  EXPECT_EQ(ana.text, "Call Ana due:soon :phone:");
+  EXPECT_EQ(ana.priority, Priority::a);
+  EXPECT_EQ(ana.serves, 2);
+  EXPECT_EQ(ana.captured, DayDate::make(2026, 9, 6));
+  EXPECT_EQ(ana.due, DayDate::make(2026, 9, 20));
+  EXPECT_EQ(ana.time, ClockTime::make(10, 0));
+  EXPECT_EQ(ana.repeats, Repeat::fromOrgRepeater("+1w"));
+  EXPECT_EQ(ana.hiddenUntil, DayDate::make(2026, 9, 18));
+  EXPECT_EQ(ana.closed, DayDate::make(2026, 9, 12));
+  EXPECT_EQ(ana.closedTime, ClockTime::make(10, 15));
+  EXPECT_EQ(ana.orgPlanningRest, "DEADLINE: <2026-09-30 Wed -2d>");
+  EXPECT_EQ(ana.orgProperties, std::vector<std::string>{":CATEGORY: home"});
+  EXPECT_EQ(ana.orgLogbook.size(), 1U);
+  EXPECT_EQ(ana.orgStampExtra, std::vector<std::string>{"<2026-09-21 Mon 15:00>"});
+  EXPECT_EQ(ana.comments, std::vector<std::string>{"a comment"});
+  ASSERT_EQ(ana.subtasks.size(), 1U);
+  EXPECT_EQ(ana.trailingLines, std::vector<std::string>{"Notes of my own"});
+  EXPECT_TRUE(inbox.items[2].done);
+  // A heading without a keyword is the person's own section, kept with its lines.
+  ASSERT_EQ(inbox.passthrough.unknownSections.size(), 1U);
+  EXPECT_EQ(inbox.passthrough.unknownSections[0].raw, "* Someday\n- an idea");
+
+  // Written back: the items keep their headings and come before the person's sections.
+  const std::string written = org.renderInbox(inbox);
+  EXPECT_NE(written.find("- [ ] Listed first\n\n* WAIT [#A] Call Ana due:soon \u2192 #2 "
+                         "@@trivo:captured: 2026-09-06@@ :phone:\n"
+                         "CLOSED: [2026-09-12 Sat 10:15] DEADLINE: <2026-09-20 Sun 10:00 +1w> "
+                         "SCHEDULED: <2026-09-18 Fri> DEADLINE: <2026-09-30 Wed -2d>\n"),
+            std::string::npos)
+      << written;
+  EXPECT_LT(written.find("* DONE Paid rent"), written.find("* Someday"));
+  EXPECT_EQ(org.renderInbox(org.parseInbox(written)), written);
 }
 
 }  // namespace

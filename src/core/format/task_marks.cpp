@@ -66,7 +66,8 @@ std::string TaskMarks::alertText(const AlertOffset& alert) {
   if (alert.minutes == 0) return "0";
   const bool after = alert.minutes > 0;
   // Negating the most negative value would overflow; such an offset is written in minutes.
-  const std::int64_t size = alert.minutes == INT64_MIN ? 0 : (after ? alert.minutes : -alert.minutes);
+  const std::int64_t size =
+      alert.minutes == INT64_MIN ? 0 : (after ? alert.minutes : -alert.minutes);
   std::string amount;
   if (size == 0) {
     amount = std::to_string(alert.minutes) + "m";
@@ -111,7 +112,7 @@ std::vector<std::pair<std::size_t, std::string_view>> wordsOf(std::string_view t
 
 }  // namespace
 
-TaskMarks::Parts TaskMarks::parse(std::string_view text) {
+TaskMarks::Parts TaskMarks::parse(std::string_view text, bool dueMarks) {
   Parts parts;
   const auto words = wordsOf(text);
   // The priority written first and the due day and time written last count: that is where
@@ -120,8 +121,8 @@ TaskMarks::Parts TaskMarks::parse(std::string_view text) {
   for (std::size_t w = 0; w < words.size(); ++w) {
     const auto word = words[w].second;
     if (!priorityAt && priorityCookie(word)) priorityAt = w;
-    if (dueMark(word)) dueAt = w;
-    if (timeMark(word)) timeAt = w;
+    if (dueMarks && dueMark(word)) dueAt = w;
+    if (dueMarks && timeMark(word)) timeAt = w;
   }
   std::string kept;
   std::size_t copied = 0;  // the text before this position is already in `kept` or dropped

@@ -29,7 +29,9 @@ struct TaskMarks {
   // last due day and time count (the others stay in the words, so nothing is lost), alerts
   // may repeat or be listed with commas ("alert:15m,1h"). A word that only looks like a mark
   // ("due:tomorrow", "@home", "[#Z]") stays in the words. The words keep their own spacing.
-  static Parts parse(std::string_view text);
+  // With `dueMarks` false, due and time marks are words like any other (for tasks that keep
+  // their due day elsewhere).
+  static Parts parse(std::string_view text, bool dueMarks = true);
   // The words with the marks after them in a fixed order: "[#A] words due:… @… alert:…".
   static std::string render(const Parts& parts);
 

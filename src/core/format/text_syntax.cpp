@@ -80,8 +80,7 @@ std::string TextSyntax::timestamp(const DayDate& day) {
 }
 
 std::string TextSyntax::inactiveStamp(const DayDate& day, const ClockTime& time) {
-  return "[" + dateText(day) + " " + std::string(weekdayName(day)) + " " + time.description() +
-         "]";
+  return "[" + dateText(day) + " " + std::string(weekdayName(day)) + " " + time.description() + "]";
 }
 
 std::string TextSyntax::orgDoneLine(const DayDate& day, const std::optional<ClockTime>& time) {
@@ -90,8 +89,8 @@ std::string TextSyntax::orgDoneLine(const DayDate& day, const std::optional<Cloc
   return line + "[" + dateText(day) + " " + std::string(weekdayName(day)) + "]";
 }
 
-std::optional<DayDate> TextSyntax::orgDoneDate(std::string_view line,
-                                               const std::set<std::string, std::less<>>& doneWords) {
+std::optional<DayDate> TextSyntax::orgDoneDate(
+    std::string_view line, const std::set<std::string, std::less<>>& doneWords) {
   const std::string_view s = text::trimBreaks(line);
   constexpr std::string_view prefix = "- State \"";
   if (!s.starts_with(prefix)) return std::nullopt;
@@ -412,20 +411,25 @@ TodoWords TextSyntax::todoWords(const std::vector<FrontmatterField>& fields) {
 
 const TodoWords& TextSyntax::otherKeywords() {
   static const TodoWords words = {
-      {"NEXT", OutcomeState::planned},    {"STARTED", OutcomeState::planned},
+      {"NEXT", OutcomeState::planned},      {"STARTED", OutcomeState::planned},
       {"INPROCESS", OutcomeState::planned}, {"WAITING", OutcomeState::planned},
-      {"HOLD", OutcomeState::planned},    {"CANCELED", OutcomeState::blocked},
+      {"HOLD", OutcomeState::planned},      {"CANCELED", OutcomeState::blocked},
   };
   return words;
 }
 
 std::optional<TextSyntax::OrgTask> TextSyntax::orgTask(std::string_view line,
                                                        const TodoWords& keywords) {
+  if (!line.starts_with("**")) return std::nullopt;
+  return orgHeadingTask(line, keywords);
+}
+
+std::optional<TextSyntax::OrgTask> TextSyntax::orgHeadingTask(std::string_view line,
+                                                              const TodoWords& keywords) {
   const std::string_view s = text::withoutCR(line);
-  if (!s.starts_with("**")) return std::nullopt;
   std::size_t i = 0;
   while (i < s.size() && s[i] == '*') ++i;
-  if (i >= s.size() || s[i] != ' ') return std::nullopt;
+  if (i == 0 || i >= s.size() || s[i] != ' ') return std::nullopt;
   const std::string_view after = s.substr(i + 1);
   std::size_t wordEnd = 0;
   while (wordEnd < after.size() && !text::isSpace(after[wordEnd])) ++wordEnd;

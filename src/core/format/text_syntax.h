@@ -136,6 +136,9 @@ struct TextSyntax {
   static constexpr std::string_view todoDeclaration = "TODO NEXT INPROCESS WAITING | DONE CANCELLED";
   // Reads an Org outcome heading ("** TODO text"); nothing for a heading without a keyword.
   static std::optional<OrgTask> orgTask(std::string_view line, const TodoWords& keywords = {});
+  // The same for a heading of any level ("* TODO text" too).
+  static std::optional<OrgTask> orgHeadingTask(std::string_view line,
+                                               const TodoWords& keywords = {});
   // The word written for a state: the item's own keyword when it still means that state,
   // otherwise "TODO", "DONE" or "CANCELLED".
   static std::string orgKeywordWord(OutcomeState state, const std::optional<OrgKeyword>& own);

@@ -2,6 +2,7 @@
 #include "core/store/serializer_codec.h"
 
 #include "core/format/serializer_error.h"
+#include "core/store/page_kind.h"
 
 namespace trivo {
 
@@ -12,63 +13,21 @@ std::shared_ptr<const SerializerCodec> SerializerCodec::forVault(const Vault& va
 }
 
 std::string SerializerCodec::blankText(const EntryKey& key) const {
-  if (const auto* day = key.asDay()) {
-    DayEntry entry;
-    entry.date = *day;
-    return serializer_.renderDay(entry);
-  }
-  if (const auto* week = key.asWeek()) {
-    WeekEntry entry;
-    entry.week = *week;
-    entry.targetFriday = week->friday();
-    return serializer_.renderWeek(entry);
-  }
-  if (const auto* month = key.asMonth()) {
-    MonthEntry entry;
-    entry.month = *month;
-    return serializer_.renderMonth(entry);
-  }
-  if (const auto* quarter = key.asQuarter()) {
-    QuarterEntry entry;
-    entry.quarter = *quarter;
-    return serializer_.renderQuarter(entry);
-  }
-  if (const auto* year = key.asYear()) {
-    YearEntry entry;
-    entry.year = *year;
-    return serializer_.renderYear(entry);
-  }
-  return serializer_.renderInbox(Inbox{});
+  return withPageKind(
+      key, [this](auto kind, const auto& id) { return kind.render(serializer_, kind.blank(id)); });
 }
 
 std::string SerializerCodec::rewrite(const EntryKey& key, std::string_view text) const {
-  const auto& s = serializer_;
-  if (const auto* day = key.asDay()) return s.renderDay(s.parseDay(text, *day));
-  if (const auto* week = key.asWeek()) return s.renderWeek(s.parseWeek(text, *week));
-  if (const auto* month = key.asMonth()) return s.renderMonth(s.parseMonth(text, *month));
-  if (const auto* quarter = key.asQuarter()) {
-    return s.renderQuarter(s.parseQuarter(text, *quarter));
-  }
-  if (const auto* year = key.asYear()) return s.renderYear(s.parseYear(text, *year));
-  return s.renderInbox(s.parseInbox(text));
+  return withPageKind(key, [this, text](auto kind, const auto& id) {
+    return kind.render(serializer_, kind.parse(serializer_, text, id));
+  });
 }
 
 std::optional<ReadProblem> SerializerCodec::check(const EntryKey& key,
                                                   std::string_view text) const {
   try {
-    if (const auto* day = key.asDay()) {
-      (void)serializer_.parseDay(text, *day);
-    } else if (const auto* week = key.asWeek()) {
-      (void)serializer_.parseWeek(text, *week);
-    } else if (const auto* month = key.asMonth()) {
-      (void)serializer_.parseMonth(text, *month);
-    } else if (const auto* quarter = key.asQuarter()) {
-      (void)serializer_.parseQuarter(text, *quarter);
-    } else if (const auto* year = key.asYear()) {
-      (void)serializer_.parseYear(text, *year);
-    } else {
-      (void)serializer_.parseInbox(text);
-    }
+    withPageKind(
+        key, [this, text](auto kind, const auto& id) { (void)kind.parse(serializer_, text, id); });
   } catch (const SerializerError& e) {
     if (e.kind() == SerializerError::Case::identityMismatch) {
       return ReadProblem::identity(e.expected(), e.found());

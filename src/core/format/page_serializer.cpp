@@ -938,14 +938,31 @@ std::vector<InboxItem> readInboxItems(SectionReader& reader, std::string_view ke
   return items;
 }
 
+// An inbox item as a list line with its comments, steps and kept lines under it.
+void renderInboxItem(TextSyntax syntax, const InboxItem& item, std::vector<std::string>& lines) {
+  lines.push_back(inboxItemLine(syntax, item));
+  renderItemTail(syntax, item.comments, item.subtasks, lines);
+  for (const auto& raw : item.trailingLines) lines.push_back("  " + raw);
+}
+
 std::string renderInboxItems(TextSyntax syntax, const std::vector<InboxItem>& items) {
   std::vector<std::string> lines;
-  for (const auto& item : items) {
-    lines.push_back(inboxItemLine(syntax, item));
-    renderItemTail(syntax, item.comments, item.subtasks, lines);
-    for (const auto& raw : item.trailingLines) lines.push_back("  " + raw);
-  }
+  for (const auto& item : items) renderInboxItem(syntax, item, lines);
   return text::join(lines, "\n");
+}
+
+// The list items of the text above an inbox's first heading; returns the lines they leave
+// (runs of blank lines made one).
+std::string parseInboxText(TextSyntax syntax, std::string_view text,
+                           std::vector<InboxItem>& items) {
+  std::vector<std::string_view> kept;
+  auto consume = outsideFences(syntax, inboxItemReader(syntax, items), refuse());
+  for (auto line : text::lines(text)) {
+    if (!consume(line) && !(text::isBlank(line) && (kept.empty() || text::isBlank(kept.back())))) {
+      kept.push_back(line);
+    }
+  }
+  return Outline::trimBlankLines(kept);
 }
 
 // ---- Org inbox items written as headings ----
@@ -1091,8 +1108,8 @@ bool isStampLine(std::string_view line) {
 }
 
 // A top-level Org heading with a keyword, and what stands under it, as one inbox item.
-std::optional<InboxItem> readHeadingItem(TextSyntax syntax, const TodoWords& words,
-                                         std::string_view raw) {
+std::optional<InboxItem> readUnderHeading(TextSyntax syntax, const TodoWords& words,
+                                          std::string_view raw) {
   const std::size_t firstEnd = raw.find('\n');
   const std::string_view heading = raw.substr(0, firstEnd);
   if (!heading.starts_with("* ")) return std::nullopt;
@@ -1151,7 +1168,7 @@ std::optional<InboxItem> readHeadingItem(TextSyntax syntax, const TodoWords& wor
   return item;
 }
 
-std::string renderHeadingItem(TextSyntax syntax, const InboxItem& item) {
+std::string asOrgHeading(TextSyntax syntax, const InboxItem& item) {
   const OutcomeState state = item.done      ? OutcomeState::done
                              : item.blocked ? OutcomeState::blocked
                                             : OutcomeState::planned;
@@ -1401,21 +1418,14 @@ MarkdownSerializer::MarkdownSerializer(YearMode yearMode, TextSyntax syntax)
 Inbox MarkdownSerializer::parseInbox(std::string_view text) const {
   auto page = openPage(syntax_, text, {{"type", std::nullopt}, {"title", std::nullopt}}, {});
   Inbox inbox;
-  std::vector<std::string_view> kept;
-  const std::string lines = page.reader.pass.preamble.value_or("");
-  auto consume = outsideFences(syntax_, inboxItemReader(syntax_, inbox.items), refuse());
-  for (auto line : text::lines(lines)) {
-    if (!consume(line) && !(text::isBlank(line) && (kept.empty() || text::isBlank(kept.back())))) {
-      kept.push_back(line);
-    }
-  }
-  const std::string rest = Outline::trimBlankLines(kept);
+  const std::string rest =
+      parseInboxText(syntax_, page.reader.pass.preamble.value_or(""), inbox.items);
   page.reader.pass.preamble.reset();
   if (!rest.empty()) page.reader.pass.preamble = rest;
   if (!isMarkdown(syntax_)) {
     // Top-level headings with a keyword are items too; other headings are the person's own.
     std::erase_if(page.reader.pass.unknownSections, [&](const UnknownSection& section) {
-      auto item = readHeadingItem(syntax_, page.reader.todoWords, section.raw);
+      auto item = readUnderHeading(syntax_, page.reader.todoWords, section.raw);
       if (item) inbox.items.push_back(std::move(*item));
       return item.has_value();
     });
@@ -1431,7 +1441,7 @@ std::string MarkdownSerializer::renderInbox(const Inbox& inbox) const {
   std::vector<std::string> headings;
   for (const auto& item : inbox.items) {
     if (item.orgHeading && !isMarkdown(syntax_)) {
-      headings.push_back(renderHeadingItem(syntax_, item));
+      headings.push_back(asOrgHeading(syntax_, item));
     } else {
       listed.push_back(item);
     }

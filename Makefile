@@ -5,6 +5,8 @@ TSAN_BUILD ?= build-tsan
 BENCH_BUILD?= build-bench
 JOBS       ?= $(shell nproc)
 FUZZ_SECONDS ?= 300
+# Set to run each fuzz target for that many inputs from a fixed seed instead (what CI does).
+FUZZ_RUNS  ?=
 CMAKE_GEN  := -G Ninja
 
 .PHONY: all deps build run test sanitize tsan bench fuzz format clean
@@ -47,7 +49,7 @@ fuzz: deps
 	cmake -S . -B build-fuzz $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=Debug -DTRIVO_FUZZ=ON \
 	  -DCMAKE_CXX_COMPILER=clang++
 	cmake --build build-fuzz -j $(JOBS) --target fuzzers
-	scripts/run-fuzz $(FUZZ_SECONDS)
+	FUZZ_RUNS=$(FUZZ_RUNS) scripts/run-fuzz $(FUZZ_SECONDS)
 
 format:
 	find src tests fuzz bench -name '*.cpp' -o -name '*.h' | xargs clang-format -i

@@ -42,9 +42,10 @@ std::string heading(std::string_view key, std::string_view fallback) {
 
 // Pages may come with a byte-order mark and Windows line ends; they are written without. A
 // mark at the start of a later line (pages pasted together) is dropped as well, since it would
-// hide the line's meaning from every reader. Every mark and every carriage return at a line's
-// edge goes in one pass (a line ending "\r\r\n" too), so that reading what was written finds
-// nothing more to drop.
+// hide the line's meaning from every reader. A run of carriage returns before a line feed ends
+// the line with it; a carriage return anywhere else is a line end of its own, as old Mac files
+// wrote them. Everything goes in one pass, so that reading what was written finds nothing more
+// to change.
 std::string normalized(std::string_view text) {
   constexpr std::string_view kMark = "\xEF\xBB\xBF";
   std::string out;
@@ -63,8 +64,8 @@ std::string normalized(std::string_view text) {
         continue;
       }
     }
-    if (text[i] == '\n') lineStart = true;
-    out += text[i];
+    lineStart = text[i] == '\n' || text[i] == '\r';
+    out += lineStart ? '\n' : text[i];
   }
   // Lines of white space alone are read as empty lines: they have no meaning of their own.
   std::vector<std::string_view> lines = text::lines(out);

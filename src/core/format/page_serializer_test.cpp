@@ -658,7 +658,8 @@ TEST(PageSerializer, KnownFieldsThatDoNotReadAreKeptAsWritten) {
   EXPECT_EQ(md.renderWeek(md.parseWeek(weekText, isoWeek)), weekText);
 }
 
-// Line ends and byte-order marks go in one read, however many there are.
+// Line ends and byte-order marks go in one read, however many there are; a carriage return on
+// its own ends a line.
 TEST(PageSerializer, CarriageReturnsAndMarksAtLineEdgesGoInOneRead) {
   const MarkdownSerializer md(YearMode::quarter, TextSyntax::markdown);
   const YearMonth month{2026, 9};
@@ -666,7 +667,7 @@ TEST(PageSerializer, CarriageReturnsAndMarksAtLineEdgesGoInOneRead) {
       "\xEF\xBB\xBF\xEF\xBB\xBF## Outcomes\r\r\n- [ ] Move\r\r\r\nkeep\rthis\r\n", month);
   EXPECT_EQ(entry.outcomes.outcomes[0].text, "Move");
   const std::string text = md.renderMonth(entry);
-  EXPECT_NE(text.find("- [ ] Move\nkeep\rthis\n"), std::string::npos) << text;
+  EXPECT_NE(text.find("- [ ] Move\nkeep\nthis\n"), std::string::npos) << text;
   EXPECT_EQ(md.renderMonth(md.parseMonth(text, month)), text);
 }
 

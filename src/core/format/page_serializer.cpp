@@ -538,15 +538,19 @@ struct StepNesting {
   std::vector<std::vector<TaskStep>*> levels;  // the step lists open at each depth below items
   std::vector<std::string>* comments = nullptr;
   std::size_t commentIndent = 0;
+  // Set once a line under the item is kept as it stands: the lines after it are kept too, since
+  // kept lines are written after the steps and must read back the same there.
+  bool keeping = false;
 
   void startItem(std::vector<TaskStep>& steps, std::vector<std::string>& itemComments) {
     levels = {&steps};
     comments = &itemComments;
     commentIndent = 2;
+    keeping = false;
   }
   // Takes a step or a comment line under the current item; false for anything else.
   bool take(TextSyntax syntax, std::string_view line) {
-    if (levels.empty()) return false;
+    if (levels.empty() || keeping) return false;
     std::size_t indent = 0;
     while (indent < line.size() && line[indent] == ' ') ++indent;
     if (indent == 0) return false;
@@ -925,6 +929,7 @@ std::function<bool(std::string_view)> inboxItemReader(TextSyntax syntax,
     if (nesting->take(syntax, line)) return true;
     if (!nesting->levels.empty() && line.starts_with("  ")) {
       items.back().trailingLines.emplace_back(line.substr(2));
+      nesting->keeping = true;
       return true;
     }
     *nesting = StepNesting{};
@@ -1156,11 +1161,14 @@ std::optional<InboxItem> readUnderHeading(TextSyntax syntax, const TodoWords& wo
   StepNesting nesting;
   nesting.startItem(item.subtasks, item.comments);
   FenceTracker fences(syntax);
+  // Blank lines between the heading's own lines and what follows them carry nothing.
+  while (at < lines.size() && text::isBlank(lines[at])) ++at;
   for (; at < lines.size(); ++at) {
     const std::string_view line = lines[at];
     const bool inFence = fences.inFence();
     if (fences.feed(line) || inFence || !nesting.take(syntax, line)) {
       item.trailingLines.emplace_back(line);
+      nesting.keeping = true;
     }
   }
   while (!item.trailingLines.empty() && text::isBlank(item.trailingLines.back())) {

@@ -728,6 +728,20 @@ TEST(PageSerializer, OrgHeadingsWithAKeywordAreInboxItems) {
       << written;
   EXPECT_LT(written.find("* DONE Paid rent"), written.find("* Someday"));
   EXPECT_EQ(org.renderInbox(org.parseInbox(written)), written);
+
+  // Lines kept as they stand are written after the steps; a step-like line after them stays
+  // with them, or it would join the steps on the next read.
+  const MarkdownSerializer md(YearMode::quarter, TextSyntax::markdown);
+  for (const auto* page : {"- [ ] a\n  raw\n    - [ ] deep\n  - [ ] s\n",
+                           "* TODO a\nraw\n    - [ ] deep\n  - [ ] s\n"}) {
+    const MarkdownSerializer& s = page[0] == '*' ? org : md;
+    const Inbox read = s.parseInbox(page);
+    ASSERT_EQ(read.items.size(), 1U) << page;
+    EXPECT_TRUE(read.items[0].subtasks.empty()) << page;
+    EXPECT_EQ(read.items[0].trailingLines.size(), 3U) << page;
+    const std::string once = s.renderInbox(read);
+    EXPECT_EQ(s.renderInbox(s.parseInbox(once)), once);
+  }
 }
 
 }  // namespace

@@ -57,22 +57,37 @@ const DayEntry& dayRecord() {
 
 std::string dayText(bool org) { return serializerFor(org).renderDay(dayRecord()); }
 
-const Inbox& inboxRecord() {
-  static const Inbox inbox = [] {
-    Inbox made;
-    for (int i = 0; i < 200; ++i) {
-      InboxItem item;
-      item.id = "6F1C2B7E-0000-4000-8000-" + std::to_string(100000000000 + i);
-      item.text = "Inbox item " + std::to_string(i) + ": call someone about something";
-      item.captured = DayDate{2026, 9, 1}.adding(i % 30);
-      if (i % 5 == 0) item.due = DayDate{2026, 10, 1}.adding(i % 20);
-      if (i % 7 == 0) item.priority = Priority::a;
-      item.done = i % 4 == 0;
-      made.items.push_back(std::move(item));
+// The inbox of the benchmarks: 200 list items, or (headings) 200 Org heading items with a
+// planning line and a property drawer each, as Org's capture writes them.
+Inbox makeInbox(bool headings) {
+  Inbox made;
+  for (int i = 0; i < 200; ++i) {
+    InboxItem item;
+    item.id = "6F1C2B7E-0000-4000-8000-" + std::to_string(100000000000 + i);
+    item.text = "Inbox item " + std::to_string(i) + ": call someone about something";
+    item.captured = DayDate{2026, 9, 1}.adding(i % 30);
+    if (i % 5 == 0) item.due = DayDate{2026, 10, 1}.adding(i % 20);
+    if (i % 7 == 0) item.priority = Priority::a;
+    item.done = i % 4 == 0;
+    if (headings) {
+      item.orgHeading = true;
+      item.hiddenUntil = DayDate{2026, 9, 20}.adding(i % 10);
+      item.orgProperties = {":CATEGORY: errands", ":EFFORT: 0:15"};
     }
-    return made;
-  }();
-  return inbox;
+    made.items.push_back(std::move(item));
+  }
+  return made;
+}
+
+// Arguments of the inbox benchmarks: 0 Markdown, 1 Org list items, 2 Org headings.
+const Inbox& inboxRecord(std::int64_t form) {
+  static const Inbox listed = makeInbox(false);
+  static const Inbox headed = makeInbox(true);
+  return form == 2 ? headed : listed;
+}
+
+std::string_view formLabel(std::int64_t form) {
+  return form == 0 ? "markdown" : form == 1 ? "org" : "org headings";
 }
 
 void BM_ParseDay(benchmark::State& state) {
@@ -101,28 +116,26 @@ void BM_RenderDay(benchmark::State& state) {
 BENCHMARK(BM_RenderDay)->Arg(0)->Arg(1);
 
 void BM_ParseInbox(benchmark::State& state) {
-  const bool org = state.range(0) != 0;
-  const auto& s = serializerFor(org);
-  const std::string text = s.renderInbox(inboxRecord());
+  const auto& s = serializerFor(state.range(0) != 0);
+  const std::string text = s.renderInbox(inboxRecord(state.range(0)));
   for (auto _ : state) benchmark::DoNotOptimize(s.parseInbox(text));
   state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(text.size()));
-  state.SetLabel(org ? "org" : "markdown");
+  state.SetLabel(std::string(formLabel(state.range(0))));
 }
-BENCHMARK(BM_ParseInbox)->Arg(0)->Arg(1);
+BENCHMARK(BM_ParseInbox)->Arg(0)->Arg(1)->Arg(2);
 
 void BM_RenderInbox(benchmark::State& state) {
-  const bool org = state.range(0) != 0;
-  const auto& s = serializerFor(org);
+  const auto& s = serializerFor(state.range(0) != 0);
   std::size_t bytes = 0;
   for (auto _ : state) {
-    const std::string text = s.renderInbox(inboxRecord());
+    const std::string text = s.renderInbox(inboxRecord(state.range(0)));
     bytes += text.size();
     benchmark::DoNotOptimize(text);
   }
   state.SetBytesProcessed(static_cast<std::int64_t>(bytes));
-  state.SetLabel(org ? "org" : "markdown");
+  state.SetLabel(std::string(formLabel(state.range(0))));
 }
-BENCHMARK(BM_RenderInbox)->Arg(0)->Arg(1);
+BENCHMARK(BM_RenderInbox)->Arg(0)->Arg(1)->Arg(2);
 
 // The bar: cmark building its tree of the same Markdown day page.
 void BM_CmarkParseDay(benchmark::State& state) {

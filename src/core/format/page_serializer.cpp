@@ -1446,17 +1446,17 @@ Inbox MarkdownSerializer::parseInbox(std::string_view text) const {
 // List items come first, then what else stood above the first heading, then the heading items
 // (a list line after a heading would belong to that heading), then the person's own sections.
 std::string MarkdownSerializer::renderInbox(const Inbox& inbox) const {
-  std::vector<InboxItem> listed;
+  std::vector<std::string> listed;
   std::vector<std::string> headings;
   for (const auto& item : inbox.items) {
     if (item.orgHeading && !isMarkdown(syntax_)) {
       headings.push_back(asOrgHeading(syntax_, item));
     } else {
-      listed.push_back(item);
+      renderInboxItem(syntax_, item, listed);
     }
   }
-  std::vector<std::string> parts = {renderInboxItems(syntax_, listed),
-                                    preambleOf(inbox.passthrough), text::join(headings, "\n")};
+  std::vector<std::string> parts = {text::join(listed, "\n"), preambleOf(inbox.passthrough),
+                                    text::join(headings, "\n")};
   Passthrough pass = inbox.passthrough;
   pass.preamble = Outline::join(parts);
   const std::string body = writeSections(syntax_, pass, {}, {});

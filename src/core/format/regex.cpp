@@ -12,7 +12,13 @@ namespace trivo {
 
 struct Regex::Code {
   pcre2_code* code = nullptr;
-  ~Code() { pcre2_code_free(code); }
+  // The pattern wrapped as "\A(?:…)\z" for whole matches: anchoring by match-time options
+  // would make PCRE2 leave the JIT code and interpret the pattern, many times slower.
+  pcre2_code* whole = nullptr;
+  ~Code() {
+    pcre2_code_free(code);
+    pcre2_code_free(whole);
+  }
 };
 
 namespace {
@@ -41,18 +47,30 @@ std::string errorText(int code) {
 
 }  // namespace
 
-Regex::Regex(std::string_view pattern, bool caseless) : code_(std::make_unique<Code>()) {
+namespace {
+
+pcre2_code* compile(std::string_view pattern, std::uint32_t options) {
   int error = 0;
   PCRE2_SIZE offset = 0;
-  std::uint32_t options = PCRE2_UTF | PCRE2_UCP | PCRE2_MATCH_INVALID_UTF;
-  if (caseless) options |= PCRE2_CASELESS;
-  code_->code = pcre2_compile(bytes(pattern), pattern.size(), options, &error, &offset, nullptr);
-  if (code_->code == nullptr) {
-    throw std::logic_error("regular expression \"" + std::string(pattern) + "\" does not compile at " +
-                           std::to_string(offset) + ": " + errorText(error));
+  pcre2_code* code =
+      pcre2_compile(bytes(pattern), pattern.size(), options, &error, &offset, nullptr);
+  if (code == nullptr) {
+    throw std::logic_error("regular expression \"" + std::string(pattern) +
+                           "\" does not compile at " + std::to_string(offset) + ": " +
+                           errorText(error));
   }
   // Without JIT support the interpreter runs the same pattern; nothing else changes.
-  (void)pcre2_jit_compile(code_->code, PCRE2_JIT_COMPLETE);
+  (void)pcre2_jit_compile(code, PCRE2_JIT_COMPLETE);
+  return code;
+}
+
+}  // namespace
+
+Regex::Regex(std::string_view pattern, bool caseless) : code_(std::make_unique<Code>()) {
+  std::uint32_t options = PCRE2_UTF | PCRE2_UCP | PCRE2_MATCH_INVALID_UTF;
+  if (caseless) options |= PCRE2_CASELESS;
+  code_->code = compile(pattern, options);
+  code_->whole = compile("\\A(?:" + std::string(pattern) + ")\\z", options);
 }
 
 Regex::~Regex() = default;
@@ -62,10 +80,9 @@ Regex& Regex::operator=(Regex&&) noexcept = default;
 std::optional<Regex::Match> Regex::run(std::string_view subject, std::size_t start,
                                        bool whole) const {
   if (start > subject.size()) return std::nullopt;
-  MatchData md(code_->code);
-  std::uint32_t options = whole ? (PCRE2_ANCHORED | PCRE2_ENDANCHORED) : 0;
-  int rc = pcre2_match(code_->code, bytes(subject), subject.size(), start, options, md.data,
-                       nullptr);
+  const pcre2_code* code = whole ? code_->whole : code_->code;
+  MatchData md(code);
+  int rc = pcre2_match(code, bytes(subject), subject.size(), start, 0, md.data, nullptr);
   if (rc < 0) {
     if (rc == PCRE2_ERROR_NOMATCH) return std::nullopt;
     // Resource limits or an offset inside a character: treat as no match rather than fail.
@@ -118,8 +135,8 @@ std::vector<Regex::Match> Regex::findAll(std::string_view subject) const {
 }
 
 std::string Regex::replaceAll(std::string_view subject, std::string_view replacement) const {
-  const std::uint32_t options = PCRE2_SUBSTITUTE_GLOBAL | PCRE2_SUBSTITUTE_OVERFLOW_LENGTH |
-                                PCRE2_SUBSTITUTE_UNSET_EMPTY;
+  const std::uint32_t options =
+      PCRE2_SUBSTITUTE_GLOBAL | PCRE2_SUBSTITUTE_OVERFLOW_LENGTH | PCRE2_SUBSTITUTE_UNSET_EMPTY;
   std::string out(subject.size() + replacement.size() + 16, '\0');
   for (int attempt = 0; attempt < 2; ++attempt) {
     PCRE2_SIZE length = out.size();

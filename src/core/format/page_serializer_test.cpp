@@ -273,6 +273,13 @@ std::optional<std::string> roundTripAllKinds(Gen& gen, const MarkdownSerializer&
                 "\nWANTED:\n" + want;
     }
   };
+  // Writes the record, reads the text back and writes what was read again.
+  auto writeAndRead = [&](const std::string& what, const auto& record, auto render, auto parse) {
+    const std::string text = render(record);
+    const auto back = parse(text);
+    same(what, js(back), js(record), text);
+    same(what + " text", render(back), text, text);
+  };
   DayEntry day;
   day.date = *DayDate::make(2026, 9, 16);
   day.outcomes = gen.outcomes(Scope::day);
@@ -289,19 +296,17 @@ std::optional<std::string> roundTripAllKinds(Gen& gen, const MarkdownSerializer&
   }
   day.liked = gen.coin();
   day.passthrough = gen.pass();
-  const std::string dayText = serializer.renderDay(day);
-  const DayEntry dayBack = serializer.parseDay(dayText, day.date);
-  same("day", js(dayBack), js(day), dayText);
-  same("day text", serializer.renderDay(dayBack), dayText, dayText);
+  writeAndRead(
+      "day", day, [&](const DayEntry& e) { return serializer.renderDay(e); },
+      [&](const std::string& t) { return serializer.parseDay(t, day.date); });
 
   Inbox inbox;
   inbox.items = gen.inboxItems();
   inbox.passthrough = gen.pass();
   for (auto& section : inbox.passthrough.unknownSections) section.afterSection.clear();
-  const std::string inboxText = serializer.renderInbox(inbox);
-  const Inbox inboxBack = serializer.parseInbox(inboxText);
-  same("inbox", js(inboxBack), js(inbox), inboxText);
-  same("inbox text", serializer.renderInbox(inboxBack), inboxText, inboxText);
+  writeAndRead(
+      "inbox", inbox, [&](const Inbox& e) { return serializer.renderInbox(e); },
+      [&](const std::string& t) { return serializer.parseInbox(t); });
 
   WeekEntry week;
   week.week = ISOWeek{2026, 38};
@@ -311,10 +316,9 @@ std::optional<std::string> roundTripAllKinds(Gen& gen, const MarkdownSerializer&
   week.reflection = gen.reflection(serializer.fridayKeys());
   week.hotspots = gen.hotspots();
   week.passthrough = gen.pass();
-  const std::string weekText = serializer.renderWeek(week);
-  const WeekEntry weekBack = serializer.parseWeek(weekText, week.week);
-  same("week", js(weekBack), js(week), weekText);
-  same("week text", serializer.renderWeek(weekBack), weekText, weekText);
+  writeAndRead(
+      "week", week, [&](const WeekEntry& e) { return serializer.renderWeek(e); },
+      [&](const std::string& t) { return serializer.parseWeek(t, week.week); });
 
   MonthEntry month;
   month.month = YearMonth{2026, 9};
@@ -322,10 +326,9 @@ std::optional<std::string> roundTripAllKinds(Gen& gen, const MarkdownSerializer&
   if (gen.coin()) month.reflection.answers["reflection"] = gen.prose();
   month.hotspots = gen.hotspots();
   month.passthrough = gen.pass();
-  const std::string monthText = serializer.renderMonth(month);
-  const MonthEntry monthBack = serializer.parseMonth(monthText, month.month);
-  same("month", js(monthBack), js(month), monthText);
-  same("month text", serializer.renderMonth(monthBack), monthText, monthText);
+  writeAndRead(
+      "month", month, [&](const MonthEntry& e) { return serializer.renderMonth(e); },
+      [&](const std::string& t) { return serializer.parseMonth(t, month.month); });
 
   QuarterEntry quarter;
   quarter.quarter = YearQuarter{2026, 3};
@@ -333,20 +336,18 @@ std::optional<std::string> roundTripAllKinds(Gen& gen, const MarkdownSerializer&
   quarter.reflection = gen.reflection(serializer.quarterGroupKeys());
   if (gen.coin()) quarter.mindSweep = gen.prose();
   quarter.passthrough = gen.pass();
-  const std::string quarterText = serializer.renderQuarter(quarter);
-  const QuarterEntry quarterBack = serializer.parseQuarter(quarterText, quarter.quarter);
-  same("quarter", js(quarterBack), js(quarter), quarterText);
-  same("quarter text", serializer.renderQuarter(quarterBack), quarterText, quarterText);
+  writeAndRead(
+      "quarter", quarter, [&](const QuarterEntry& e) { return serializer.renderQuarter(e); },
+      [&](const std::string& t) { return serializer.parseQuarter(t, quarter.quarter); });
 
   YearEntry year;
   year.year = 2026;
   year.outcomes = gen.outcomes(Scope::year);
   if (gen.coin()) year.reflection.answers["gratitude"] = gen.prose();
   year.passthrough = gen.pass();
-  const std::string yearText = serializer.renderYear(year);
-  const YearEntry yearBack = serializer.parseYear(yearText, 2026);
-  same("year", js(yearBack), js(year), yearText);
-  same("year text", serializer.renderYear(yearBack), yearText, yearText);
+  writeAndRead(
+      "year", year, [&](const YearEntry& e) { return serializer.renderYear(e); },
+      [&](const std::string& t) { return serializer.parseYear(t, 2026); });
 
   if (failure.empty()) return std::nullopt;
   return failure;

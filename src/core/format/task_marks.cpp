@@ -120,21 +120,26 @@ TaskMarks::Parts TaskMarks::parse(std::string_view text, bool dueMarks) {
   std::optional<std::size_t> priorityAt, dueAt, timeAt;
   for (std::size_t w = 0; w < words.size(); ++w) {
     const auto word = words[w].second;
-    if (!priorityAt && priorityCookie(word)) priorityAt = w;
-    if (dueMarks && dueMark(word)) dueAt = w;
-    if (dueMarks && timeMark(word)) timeAt = w;
+    if (auto p = priorityCookie(word); p && !priorityAt) {
+      parts.priority = p;
+      priorityAt = w;
+    }
+    if (auto d = dueMarks ? dueMark(word) : std::nullopt) {
+      parts.due = d;
+      dueAt = w;
+    }
+    if (auto t = dueMarks ? timeMark(word) : std::nullopt) {
+      parts.time = t;
+      timeAt = w;
+    }
   }
   std::string kept;
   std::size_t copied = 0;  // the text before this position is already in `kept` or dropped
   for (std::size_t w = 0; w < words.size(); ++w) {
     const auto [start, word] = words[w];
     bool mark = true;
-    if (w == priorityAt) {
-      parts.priority = priorityCookie(word);
-    } else if (w == dueAt) {
-      parts.due = dueMark(word);
-    } else if (w == timeAt) {
-      parts.time = timeMark(word);
+    if (w == priorityAt || w == dueAt || w == timeAt) {
+      // read in the first pass
     } else if (auto alerts = alertList(word)) {
       parts.alerts.insert(parts.alerts.end(), alerts->begin(), alerts->end());
     } else {

@@ -216,8 +216,10 @@ TextSyntax::Front Outline::splitFrontmatter(std::string_view text) {
     front.fields.push_back(FrontmatterField{std::string(text::trim(line.substr(0, colon))),
                                             std::string(text::trim(line.substr(colon + 1)))});
   }
-  // Without a closing line the whole text is the block; the page simply has no body.
-  front.rest = closed && offset <= text.size() ? std::string(text.substr(offset)) : std::string();
+  // A block that never closes would swallow the whole page as field values, and the next write
+  // would drop everything the person wrote below it: such a page is refused, never rewritten.
+  if (!closed) throw SerializerError::malformedFrontmatter();
+  front.rest = offset <= text.size() ? std::string(text.substr(offset)) : std::string();
   return front;
 }
 

@@ -6,12 +6,13 @@
 #include <uuid/uuid.h>
 
 #include <array>
+#include <chrono>
+#include <cstdint>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 
 #include "core/store/atomic_write.h"
-#include "core/store/atomic_write_detail.h"
 
 namespace trivo {
 namespace {
@@ -43,49 +44,40 @@ std::string freshUuid() {
   return text.data();
 }
 
-class Fd {
- public:
-  explicit Fd(int fd) : fd_(fd) {}
-  ~Fd() { reset(); }
-  Fd(const Fd&) = delete;
-  Fd& operator=(const Fd&) = delete;
-  [[nodiscard]] int get() const { return fd_; }
-  // Closes now and reports close's errno (0 when fine): a delayed write error can surface here.
-  int reset() {
-    int code = 0;
-    if (fd_ >= 0 && ::close(fd_) != 0) code = errno;
-    fd_ = -1;
-    return code;
-  }
-
- private:
-  int fd_;
-};
-
 // Writes everything, resuming after short writes and interrupted calls. errno, or 0.
-int writeAll(int fd, std::string_view bytes) {
+int writeAll(FileSystem& fs, int fd, std::string_view bytes) {
   while (!bytes.empty()) {
-    const ssize_t n = ::write(fd, bytes.data(), bytes.size());
+    const ssize_t n = fs.write(fd, bytes.data(), bytes.size());
     if (n < 0) {
       if (errno == EINTR) continue;
       return errno;
     }
+    if (n == 0) return EIO;  // a device that takes nothing would loop forever
     bytes.remove_prefix(static_cast<std::size_t>(n));
   }
   return 0;
 }
 
+int retryingSync(FileSystem& fs, int fd, bool folder) {
+  // EINTR means the call did not run; any other failure must not be retried and trusted.
+  for (;;) {
+    const int result = folder ? fs.syncFolder(fd) : fs.fdatasync(fd);
+    if (result == 0) return 0;
+    if (errno != EINTR) return errno;
+  }
+}
+
 // Renames without replacing an existing target. Falls back to link+unlink where the file system
 // lacks RENAME_NOREPLACE, and to a plain rename where it has no hard links either.
-int renameNoReplace(const fs::path& from, const fs::path& to) {
-  if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return 0;
+int renameNoReplace(FileSystem& fs, const fs::path& from, const fs::path& to) {
+  if (fs.rename(from.c_str(), to.c_str(), RENAME_NOREPLACE) == 0) return 0;
   if (errno != EINVAL && errno != ENOSYS) return errno;
   if (::link(from.c_str(), to.c_str()) == 0) {
-    ::unlink(from.c_str());
+    fs.unlink(from.c_str());
     return 0;
   }
   if (errno != EPERM && errno != ENOTSUP) return errno;
-  return ::rename(from.c_str(), to.c_str()) == 0 ? 0 : errno;
+  return fs.rename(from.c_str(), to.c_str(), 0) == 0 ? 0 : errno;
 }
 
 // The file to replace: the target itself, or the real file a symlink leads to.
@@ -95,9 +87,9 @@ struct RealTarget {
   mode_t mode = 0;
 };
 
-RealTarget resolve(const fs::path& target) {
+RealTarget resolve(FileSystem& fs, const fs::path& target) {
   struct stat st {};
-  if (::lstat(target.c_str(), &st) != 0) {
+  if (fs.lstat(target.c_str(), &st) != 0) {
     if (errno == ENOENT) return {target, false, 0};
     throw FileError(errno, target, "write");
   }
@@ -105,14 +97,16 @@ RealTarget resolve(const fs::path& target) {
   std::error_code ec;
   fs::path real = fs::canonical(target, ec);
   if (ec) throw FileError(ENOENT, target, "write through the link");
-  if (::stat(real.c_str(), &st) != 0) throw FileError(errno, real, "write");
+  if (fs.lstat(real.c_str(), &st) != 0) throw FileError(errno, real, "write");
   return {real, true, st.st_mode};
 }
 
-void syncFolder(const fs::path& folder) {
-  Fd fd(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (fd.get() < 0) throw FileError(errno, folder, "sync");
-  if (::fsync(fd.get()) != 0) throw FileError(errno, folder, "sync");
+void syncFolder(FileSystem& fs, const fs::path& folder) {
+  const int fd = fs.open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC, 0);
+  if (fd < 0) throw FileError(errno, folder, "sync");
+  const int code = retryingSync(fs, fd, true);
+  fs.close(fd);
+  if (code != 0) throw FileError(code, folder, "sync");
 }
 
 }  // namespace
@@ -120,54 +114,146 @@ void syncFolder(const fs::path& folder) {
 FileError::FileError(int code, std::filesystem::path path, std::string_view action)
     : std::runtime_error(describe(code, path, action)), code_(code), path_(std::move(path)) {}
 
+FileError::FileError(int code, std::filesystem::path path, std::string_view action,
+                     std::string_view reason)
+    : std::runtime_error("Could not " + std::string(action) + " " + path.string() + ": " +
+                         std::string(reason) + "."),
+      code_(code),
+      path_(std::move(path)) {}
+
 namespace AtomicWrite {
 
-void write(std::string_view bytes, const fs::path& target, const Options& options) {
-  const RealTarget real = resolve(target);
-  const fs::path folder = real.path.has_parent_path() ? real.path.parent_path() : fs::path(".");
+Scratch::Scratch(std::string_view bytes, const fs::path& target, const Options& options)
+    : fs_(options.fileSystem ? *options.fileSystem : FileSystem::real()), options_(options) {
+  const RealTarget real = resolve(fs_, target);
+  target_ = real.path;
+  targetExisted_ = real.exists;
+  folder_ = target_.has_parent_path() ? target_.parent_path() : fs::path(".");
   if (!real.exists) {
     std::error_code ec;
-    fs::create_directories(folder, ec);
-    if (ec) throw FileError(ec.value(), folder, "create the folder");
+    fs::create_directories(folder_, ec);
+    if (ec) throw FileError(ec.value(), folder_, "create the folder");
   }
-
-  const fs::path scratch =
-      folder / ("." + real.path.filename().string() + "." + freshUuid() + ".tmp");
-  Fd fd(::open(scratch.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0644));
-  if (fd.get() < 0) throw FileError(errno, real.path, "write");
+  scratch_ = folder_ / ("." + target_.filename().string() + "." + freshUuid() + ".tmp");
+  fd_ = fs_.open(scratch_.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0644);
+  if (fd_ < 0) throw FileError(errno, target_, "write");
 
   auto fail = [&](int code) {
-    fd.reset();
-    ::unlink(scratch.c_str());
-    throw FileError(code, real.path, "write");
+    release();
+    throw FileError(code, target_, "write");
   };
+  // The writer's mark of life for the stale-file sweep: an open-file-description lock, gone
+  // with the descriptor when this process ends in any way.
+  struct flock mark {};
+  mark.l_type = F_WRLCK;
+  mark.l_whence = SEEK_SET;
+  if (::fcntl(fd_, F_OFD_SETLK, &mark) != 0) fail(errno);
   // fchmod ignores the umask, so it gives exactly the bits we want; a new file without an
   // explicit mode already has 0644 less the umask from open.
-  if (options.mode || real.exists) {
-    const mode_t bits = options.mode ? *options.mode : (real.mode & 07777);
-    if (::fchmod(fd.get(), bits) != 0) fail(errno);
+  if (options_.mode || real.exists) {
+    const mode_t bits = options_.mode ? *options_.mode : (real.mode & 07777);
+    if (fs_.fchmod(fd_, bits) != 0) fail(errno);
   }
-  if (int code = writeAll(fd.get(), bytes); code != 0) fail(code);
+  if (int code = writeAll(fs_, fd_, bytes); code != 0) fail(code);
   // A failed fdatasync leaves the page cache in an unknown state; never retry and trust it.
-  if (options.durable && ::fdatasync(fd.get()) != 0) fail(errno);
-  if (int code = fd.reset(); code != 0) fail(code);
-
-  const int code = detail::renameOnto(scratch, real.path, !real.exists);
-  if (code != 0) {
-    ::unlink(scratch.c_str());
-    throw FileError(code, real.path, "write");
+  if (options_.durable) {
+    if (int code = retryingSync(fs_, fd_, false); code != 0) fail(code);
   }
-  if (options.durable) syncFolder(folder);
 }
 
-namespace detail {
+Scratch::~Scratch() { release(); }
 
-int renameOnto(const fs::path& from, const fs::path& to, bool noReplace) {
-  if (noReplace) return renameNoReplace(from, to);
-  return ::rename(from.c_str(), to.c_str()) == 0 ? 0 : errno;
+void Scratch::release() {
+  if (fd_ >= 0) {
+    // The data is synced already (or need not be); a failing close changes nothing then.
+    fs_.close(fd_);
+    fd_ = -1;
+  }
+  if (!placed_ && !scratch_.empty()) {
+    fs_.unlink(scratch_.c_str());
+    scratch_.clear();
+  }
 }
 
-}  // namespace detail
+void Scratch::finish() {
+  placed_ = true;
+  release();
+  if (options_.durable) syncFolder(fs_, folder_);
+}
+
+void Scratch::commit() {
+  if (placed_ || scratch_.empty()) throw std::logic_error("Scratch committed twice");
+  const int code = targetExisted_
+                       ? (fs_.rename(scratch_.c_str(), target_.c_str(), 0) == 0 ? 0 : errno)
+                       : renameNoReplace(fs_, scratch_, target_);
+  if (code != 0) {
+    release();
+    throw FileError(code, target_, "write");
+  }
+  finish();
+}
+
+bool Scratch::commitIf(const std::optional<std::string>& expected) {
+  if (placed_ || scratch_.empty()) throw std::logic_error("Scratch committed twice");
+  if (!expected) {
+    const int code = renameNoReplace(fs_, scratch_, target_);
+    if (code == EEXIST) return false;
+    if (code != 0) {
+      release();
+      throw FileError(code, target_, "write");
+    }
+    finish();
+    return true;
+  }
+  if (Coordinated::readIfExists(target_, &fs_) != expected) return false;
+  if (fs_.rename(scratch_.c_str(), target_.c_str(), RENAME_EXCHANGE) != 0) {
+    const int code = errno;
+    if (code == ENOENT) return false;  // deleted since the check: a change like any other
+    if (code != EINVAL && code != ENOSYS && code != ENOTSUP) {
+      release();
+      throw FileError(code, target_, "write");
+    }
+    // No atomic swap on this file system: the check above, just before, is all there is.
+    commit();
+    return true;
+  }
+  // The scratch name now holds what was in place a moment ago. If another program changed it
+  // after our check, its text goes back and ours is not written.
+  std::optional<std::string> swappedOut;
+  try {
+    swappedOut = Coordinated::readIfExists(scratch_, &fs_);
+  } catch (const FileError&) {
+    swappedOut.reset();
+  }
+  if (swappedOut == expected) {
+    fs_.unlink(scratch_.c_str());  // the old text, now replaced
+    finish();
+    return true;
+  }
+  if (fs_.rename(scratch_.c_str(), target_.c_str(), RENAME_EXCHANGE) != 0) {
+    // Cannot swap back: their text must win, ours is kept by the caller.
+    placed_ = true;  // the scratch name holds their text now: never remove it here
+    const int code = errno;
+    if (fs_.rename(scratch_.c_str(), target_.c_str(), 0) != 0) {
+      throw FileError(errno, target_, "put back", "another program's text is in " +
+                                                      scratch_.string());
+    }
+    release();
+    throw FileError(code, target_, "write");
+  }
+  return false;
+}
+
+void write(std::string_view bytes, const fs::path& target, const Options& options) {
+  Scratch scratch(bytes, target, options);
+  scratch.commit();
+}
+
+bool replaceIf(std::string_view bytes, const fs::path& target,
+               const std::optional<std::string>& expected, const Options& options) {
+  Scratch scratch(bytes, target, options);
+  return scratch.commitIf(expected);
+}
 
 bool isScratchName(std::string_view name) {
   // "." + at least one character + "." + 36 UUID characters + ".tmp"
@@ -186,13 +272,26 @@ bool isScratchName(std::string_view name) {
 }
 
 std::size_t removeStaleScratchFiles(const fs::path& folder) {
+  // Younger files may belong to a writer between creating its scratch file and locking it.
+  constexpr auto kMinimumAge = std::chrono::seconds(10);
   std::size_t removed = 0;
   std::error_code ec;
+  const auto now = fs::file_time_type::clock::now();
   for (auto it = fs::directory_iterator(folder, ec); !ec && it != fs::directory_iterator();
        it.increment(ec)) {
-    std::error_code typeEc;
-    if (!it->is_regular_file(typeEc) || it->is_symlink(typeEc)) continue;
     if (!isScratchName(it->path().filename().string())) continue;
+    const int fd = ::open(it->path().c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+    if (fd < 0) continue;
+    struct stat st {};
+    struct flock probe {};
+    probe.l_type = F_WRLCK;
+    probe.l_whence = SEEK_SET;
+    const bool regular = ::fstat(fd, &st) == 0 && S_ISREG(st.st_mode);
+    const bool unheld = ::fcntl(fd, F_OFD_GETLK, &probe) == 0 && probe.l_type == F_UNLCK;
+    ::close(fd);
+    std::error_code timeEc;
+    const auto written = fs::last_write_time(it->path(), timeEc);
+    if (!regular || !unheld || timeEc || now - written < kMinimumAge) continue;
     if (::unlink(it->path().c_str()) == 0) ++removed;
   }
   return removed;
@@ -229,28 +328,50 @@ Lock::~Lock() {
   if (fd_ >= 0) ::close(fd_);  // closing the description releases the lock
 }
 
-std::optional<std::string> readIfExists(const fs::path& path) {
-  Fd fd(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
-  if (fd.get() < 0) {
+std::optional<std::string> readIfExists(const fs::path& path, FileSystem* fileSystem) {
+  FileSystem& fs = fileSystem ? *fileSystem : FileSystem::real();
+  // O_NONBLOCK: opening a FIFO must not wait for a writer. It changes nothing for regular files.
+  const int fd = fs.open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0);
+  if (fd < 0) {
     if (errno == ENOENT) return std::nullopt;
     throw FileError(errno, path, "read");
   }
+  struct Closer {
+    FileSystem& fs;
+    int fd;
+    ~Closer() { fs.close(fd); }
+  } closer{fs, fd};
+  struct stat st {};
+  if (fs.fstat(fd, &st) != 0) throw FileError(errno, path, "read");
+  if (S_ISDIR(st.st_mode)) throw FileError(EISDIR, path, "read", "it is a folder, not a file");
+  if (!S_ISREG(st.st_mode)) {
+    throw FileError(EINVAL, path, "read", "it is not a regular file (a FIFO, socket or device)");
+  }
+  const auto tooLarge = [&] {
+    return FileError(EFBIG, path, "read",
+                     "it holds more than " + std::to_string(kMaxFileBytes >> 20) +
+                         " MiB, more than any page or settings file");
+  };
+  if (static_cast<std::uint64_t>(st.st_size) > kMaxFileBytes) throw tooLarge();
   std::string text;
+  text.reserve(static_cast<std::size_t>(st.st_size));
   std::array<char, 16384> buffer{};
   for (;;) {
-    const ssize_t n = ::read(fd.get(), buffer.data(), buffer.size());
+    const ssize_t n = fs.read(fd, buffer.data(), buffer.size());
     if (n < 0) {
       if (errno == EINTR) continue;
       throw FileError(errno, path, "read");
     }
     if (n == 0) break;
     text.append(buffer.data(), static_cast<std::size_t>(n));
+    // A file that grows while it is read is bounded all the same.
+    if (text.size() > kMaxFileBytes) throw tooLarge();
   }
   return text;
 }
 
-std::string read(const fs::path& path) {
-  auto text = readIfExists(path);
+std::string read(const fs::path& path, FileSystem* fileSystem) {
+  auto text = readIfExists(path, fileSystem);
   if (!text) throw FileError(ENOENT, path, "read");
   return *std::move(text);
 }

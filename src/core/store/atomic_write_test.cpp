@@ -6,9 +6,9 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <filesystem>
 
-#include "core/store/atomic_write_detail.h"
 #include "testing/scoped_env.h"
 
 namespace trivo {
@@ -116,15 +116,34 @@ TEST(AtomicWrite, FailedRenameRemovesScratchAndThrowsErrnoAndPath) {
 }
 
 // A new page's file created by another program between our check and our rename is theirs.
-TEST(AtomicWrite, RenameOntoANewTargetNeverClobbersAFileCreatedMeanwhile) {
+TEST(AtomicWrite, ConditionalReplaceNeverClobbersAFileCreatedMeanwhile) {
   TempDir dir;
-  const fs::path scratch = dir.write(".page.md.0f8fad5b-d9cb-469f-a165-70867728950e.tmp", "ours");
-  const fs::path target = dir.write("page.md", "theirs");
-  EXPECT_EQ(AtomicWrite::detail::renameOnto(scratch, target, /*noReplace=*/true), EEXIST);
+  const fs::path target = dir.path() / "page.md";
+  AtomicWrite::Scratch scratch("ours", target);
+  dir.write("page.md", "theirs");
+  EXPECT_FALSE(scratch.commitIf(std::nullopt));
   EXPECT_EQ(dir.read("page.md"), "theirs");
-  EXPECT_EQ(AtomicWrite::detail::renameOnto(scratch, target, /*noReplace=*/false), 0);
-  EXPECT_EQ(dir.read("page.md"), "ours");
-  EXPECT_FALSE(fs::exists(scratch));
+}
+
+// The store compares the disk with what it read before it replaces a page; an edit landing
+// after that comparison must survive too.
+TEST(AtomicWrite, ConditionalReplaceKeepsAnEditMadeAfterTheScratchWasWritten) {
+  TempDir dir;
+  const fs::path target = dir.write("page.md", "base\n");
+  {
+    AtomicWrite::Scratch scratch("ours\n", target);
+    EXPECT_TRUE(scratch.commitIf("base\n"));
+  }
+  EXPECT_EQ(dir.read("page.md"), "ours\n");
+  {
+    AtomicWrite::Scratch scratch("ours again\n", target);
+    dir.write("page.md", "ours\ntheirs\n");  // in place, as a shell's >> does
+    EXPECT_FALSE(scratch.commitIf("ours\n"));
+  }
+  EXPECT_EQ(dir.read("page.md"), "ours\ntheirs\n");
+  EXPECT_EQ(countScratch(dir.path()), 0u);
+  EXPECT_FALSE(AtomicWrite::replaceIf("x", dir.path() / "gone.md", "was here"));
+  EXPECT_FALSE(fs::exists(dir.path() / "gone.md"));
 }
 
 TEST(AtomicWrite, ReadOnlyFolderRefusesWithoutLeavingAnything) {
@@ -148,14 +167,60 @@ TEST(AtomicWrite, ScratchNamesAndStaleCleanup) {
     EXPECT_FALSE(AtomicWrite::isScratchName(name)) << name;
   }
   TempDir dir;
-  dir.write(".page.md.0f8fad5b-d9cb-469f-a165-70867728950e.tmp", "half");
+  const auto old = fs::file_time_type::clock::now() - std::chrono::minutes(5);
+  const fs::path stale = dir.write(".page.md.0f8fad5b-d9cb-469f-a165-70867728950e.tmp", "half");
+  const fs::path young = dir.write(".page.md.1f8fad5b-d9cb-469f-a165-70867728950e.tmp", "new");
   dir.write(".syncthing.page.md.tmp", "theirs");
   dir.write("page.md", "mine");
-  dir.write("sub/.x.md.0f8fad5b-d9cb-469f-a165-70867728950e.tmp", "deeper");
+  const fs::path deeper = dir.write("sub/.x.md.0f8fad5b-d9cb-469f-a165-70867728950e.tmp", "x");
+  fs::last_write_time(stale, old);
+  fs::last_write_time(deeper, old);
+  // A writer that is alive holds its scratch file, however old it looks.
+  AtomicWrite::Scratch live("being written", dir.path() / "other.md");
+  for (const auto& entry : fs::directory_iterator(dir.path())) {
+    if (AtomicWrite::isScratchName(entry.path().filename().string())) {
+      fs::last_write_time(entry.path(), old);
+    }
+  }
+  fs::last_write_time(young, fs::file_time_type::clock::now());
   EXPECT_EQ(AtomicWrite::removeStaleScratchFiles(dir.path()), 1u);
+  EXPECT_FALSE(fs::exists(stale));
+  EXPECT_TRUE(fs::exists(young));
   EXPECT_TRUE(fs::exists(dir.path() / ".syncthing.page.md.tmp"));
   EXPECT_TRUE(fs::exists(dir.path() / "page.md"));
-  EXPECT_TRUE(fs::exists(dir.path() / "sub/.x.md.0f8fad5b-d9cb-469f-a165-70867728950e.tmp"));
+  EXPECT_TRUE(fs::exists(deeper));
+  live.commit();
+  EXPECT_EQ(dir.read("other.md"), "being written");
+}
+
+// Readers never hang on a FIFO, never read a device, and never take a runaway file whole.
+TEST(Coordinated, ReadsRegularFilesOnly) {
+  TempDir dir;
+  ASSERT_EQ(::mkfifo((dir.path() / "fifo.md").c_str(), 0600), 0);
+  fs::create_directories(dir.path() / "folder.md");
+  fs::create_symlink("/dev/zero", dir.path() / "zero.md");
+  const std::pair<const char*, const char*> cases[] = {
+      {"fifo.md", "it is not a regular file (a FIFO, socket or device)"},
+      {"folder.md", "it is a folder, not a file"},
+      {"zero.md", "it is not a regular file (a FIFO, socket or device)"},
+  };
+  for (const auto& [name, reason] : cases) {
+    try {
+      (void)Coordinated::readIfExists(dir.path() / name);
+      ADD_FAILURE() << "read " << name;
+    } catch (const FileError& e) {
+      EXPECT_EQ(std::string(e.what()),
+                "Could not read " + (dir.path() / name).string() + ": " + reason + ".");
+    }
+  }
+  const fs::path big = dir.path() / "big.md";
+  fs::resize_file(dir.write("big.md", ""), Coordinated::kMaxFileBytes + 1);
+  try {
+    (void)Coordinated::read(big);
+    ADD_FAILURE() << "read a file over the limit";
+  } catch (const FileError& e) {
+    EXPECT_EQ(e.code(), EFBIG);
+  }
 }
 
 TEST(Coordinated, ReadReportsMissingFiles) {

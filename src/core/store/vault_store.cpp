@@ -72,18 +72,23 @@ VaultStore::VaultStore(Vault vault, Options options)
       paths_(vault_.rootURL, vault_.format, vault_.perspective),
       options_(std::move(options)),
       clock_(options_.clock ? options_.clock : &SystemClock::shared()),
+      fs_(options_.fileSystem ? options_.fileSystem : &FileSystem::real()),
       codec_(options_.codec ? options_.codec : std::make_shared<PlainTextCodec>()),
       cloud_(options_.cloud ? options_.cloud : std::make_shared<CloudSignal>()) {
-  if (!options_.readOnly) {
-    std::error_code ec;
-    AtomicWrite::removeStaleScratchFiles(paths_.base());
-    for (auto folder : VaultPaths::folders) {
-      if (fs::is_directory(paths_.base() / folder, ec)) {
-        AtomicWrite::removeStaleScratchFiles(paths_.base() / folder);
-      }
+  timer_ = std::thread([this] { timerLoop(); });
+}
+
+std::size_t VaultStore::removeStaleScratchFiles() {
+  if (options_.readOnly) return 0;
+  Coordinated::Lock vaultLock(vault_.rootURL);
+  std::size_t removed = AtomicWrite::removeStaleScratchFiles(paths_.base());
+  std::error_code ec;
+  for (auto folder : VaultPaths::folders) {
+    if (fs::is_directory(paths_.base() / folder, ec)) {
+      removed += AtomicWrite::removeStaleScratchFiles(paths_.base() / folder);
     }
   }
-  timer_ = std::thread([this] { timerLoop(); });
+  return removed;
 }
 
 VaultStore::~VaultStore() {
@@ -97,7 +102,20 @@ VaultStore::~VaultStore() {
     try {
       flushLocked();
     } catch (const std::exception&) {
-      // Refused texts are already announced and kept; nothing more can be done on the way out.
+      // Reported below by keeping the texts.
+    }
+    // A text that could not be written must outlive the store all the same.
+    if (options_.keep) {
+      for (const auto& [key, job] : pending_) {
+        try {
+          options_.keep->keep(key, paths_.urlFor(key), job.text, snapshots_.contains(key)
+                                                                  ? std::optional(snapshots_[key])
+                                                                  : std::nullopt,
+                              "could not be written");
+        } catch (const std::exception&) {
+          // Nowhere left to put it.
+        }
+      }
     }
   }
   timerWake_.notify_all();
@@ -112,7 +130,7 @@ std::optional<std::string> VaultStore::loadText(const EntryKey& key) {
   const fs::path file = paths_.urlFor(key);
   std::optional<std::string> text;
   try {
-    text = Coordinated::readIfExists(file);
+    text = Coordinated::readIfExists(file, fs_);
   } catch (const FileError& e) {
     throw PageReadError(key, ReadProblem::of(ReadProblem::Kind::unreadable, e.what()));
   }
@@ -145,7 +163,7 @@ std::optional<std::string> VaultStore::peekText(const EntryKey& key) {
   const fs::path file = paths_.urlFor(key);
   std::optional<std::string> text;
   try {
-    text = Coordinated::readIfExists(file);
+    text = Coordinated::readIfExists(file, fs_);
   } catch (const FileError& e) {
     throw PageReadError(key, ReadProblem::of(ReadProblem::Kind::unreadable, e.what()));
   }
@@ -159,7 +177,7 @@ std::optional<std::string> VaultStore::peekText(const EntryKey& key) {
 std::optional<ReadProblem> VaultStore::readProblem(const EntryKey& key) {
   std::optional<std::string> text;
   try {
-    text = Coordinated::readIfExists(paths_.urlFor(key));
+    text = Coordinated::readIfExists(paths_.urlFor(key), fs_);
   } catch (const FileError& e) {
     return ReadProblem::of(ReadProblem::Kind::unreadable, e.what());
   }
@@ -211,8 +229,7 @@ void VaultStore::timerLoop() {
       try {
         flushLocked();
       } catch (const std::exception&) {
-        // A debounced flush has no caller to tell: refusals are kept and announced through
-        // `changes()`, and a text whose write failed stays queued for the next flush.
+        // Kept for the next explicit flush, which tells its caller.
       }
     }
   }
@@ -221,51 +238,94 @@ void VaultStore::timerLoop() {
 void VaultStore::flush() {
   std::lock_guard lock(mu_);
   flushLocked();
+  reportLocked();
+}
+
+void VaultStore::reportLocked() {
+  if (unreportedFailure_) {
+    const FileError failure = *unreportedFailure_;
+    unreportedFailure_.reset();
+    throw failure;
+  }
+  if (!unreportedRefusals_.empty()) {
+    const EntryKey key = unreportedRefusals_.back();
+    unreportedRefusals_.clear();
+    throw VaultError::changedOnDisk(key);
+  }
 }
 
 void VaultStore::flushLocked() {
   flushAt_.reset();
   if (options_.readOnly || pending_.empty()) return;
-  // One lock for the whole pass: every check and its write happen with no other trivo writer in
+  const AtomicWrite::Options writeOptions{.mode = std::nullopt, .durable = true, .fileSystem = fs_};
+  const auto fail = [&](const FileError& e) {
+    if (!unreportedFailure_) unreportedFailure_ = e;
+  };
+  // The slow part, writing and syncing the scratch files, happens before the vault's lock is
+  // taken, so the checks below and the renames follow each other with no gap another writer
+  // (which never waits for our lock) could fall into.
+  std::map<EntryKey, std::unique_ptr<AtomicWrite::Scratch>> scratches;
+  for (const auto& [key, job] : pending_) {
+    try {
+      scratches.emplace(key,
+                        std::make_unique<AtomicWrite::Scratch>(job.text, paths_.urlFor(key),
+                                                               writeOptions));
+    } catch (const FileError& e) {
+      fail(e);  // the text stays queued
+    }
+  }
+  if (scratches.empty()) return;
+  // One lock for the whole pass: every check and its rename happen with no other trivo writer in
   // between.
   Coordinated::Lock vaultLock(vault_.rootURL);
-  std::optional<EntryKey> lastRefused;
-  const auto keys = [&] {
-    std::vector<EntryKey> all;
-    for (const auto& [key, unused] : pending_) all.push_back(key);
-    return all;
-  }();
-  for (const EntryKey& key : keys) {
+  for (auto& [key, scratch] : scratches) {
     const Pending job = pending_.at(key);
     const fs::path file = paths_.urlFor(key);
     std::error_code ec;
     if (!fs::exists(file, ec) && fs::exists(placeholderFor(file), ec)) {
       cloud_->requestDownload(file);
-      refuseLocked(key, job.text);
-      lastRefused = key;
+      refuseLocked(key, job.text, std::nullopt, "not downloaded");
       continue;
     }
     if (!job.force && cloud_->newerElsewhere(file)) {
-      refuseLocked(key, job.text);
-      lastRefused = key;
+      refuseLocked(key, job.text, std::nullopt, "written on another device");
       continue;
     }
-    const std::optional<std::string> disk = Coordinated::readIfExists(file);
-    if (!job.force && disk) {
-      auto snapshot = snapshots_.find(key);
-      if (snapshot == snapshots_.end() || snapshot->second != *disk) {
-        refuseLocked(key, job.text);
-        lastRefused = key;
-        continue;
-      }
+    std::optional<std::string> disk;
+    try {
+      disk = Coordinated::readIfExists(file, fs_);
+    } catch (const FileError& e) {
+      fail(e);
+      continue;
+    }
+    auto snapshot = snapshots_.find(key);
+    if (!job.force && disk && (snapshot == snapshots_.end() || snapshot->second != *disk)) {
+      refuseLocked(key, job.text, disk, "changed on disk");
+      continue;
     }
     if (!key.isInbox() && !job.emptying && disk &&
         characterCount(*disk) > kEmptyingGuardCharacters && job.text == codec_->blankText(key)) {
-      refuseLocked(key, job.text);
-      lastRefused = key;
+      refuseLocked(key, job.text, disk, "a blank page over a full one");
       continue;
     }
-    AtomicWrite::write(job.text, file);
+    bool placed = false;
+    try {
+      if (job.force) {
+        scratch->commit();
+        placed = true;
+      } else {
+        placed = scratch->commitIf(disk);
+      }
+    } catch (const FileError& e) {
+      fail(e);
+      placed = scratch->placed();  // only the folder sync after the rename failed
+    }
+    if (!placed) {
+      if (!scratch->placed() && !unreportedFailure_) {
+        refuseLocked(key, job.text, disk, "changed on disk");
+      }
+      continue;
+    }
     cloud_->touched(file);
     ++writeCount_;
     undoStack_.push_back(Step{key, disk, job.text});
@@ -274,15 +334,28 @@ void VaultStore::flushLocked() {
     snapshots_[key] = job.text;
     pending_.erase(key);
   }
-  if (lastRefused) throw VaultError::changedOnDisk(*lastRefused);
 }
 
-void VaultStore::refuseLocked(const EntryKey& key, std::string text) {
+void VaultStore::refuseLocked(const EntryKey& key, std::string text,
+                              const std::optional<std::string>& disk, std::string_view reason) {
   pending_.erase(key);
+  if (options_.keep) {
+    auto snapshot = snapshots_.find(key);
+    try {
+      options_.keep->keep(key, paths_.urlFor(key), text,
+                          snapshot == snapshots_.end() ? std::nullopt
+                                                       : std::optional(snapshot->second),
+                          std::string(reason));
+    } catch (const std::exception&) {
+      // Still kept in memory below, and the caller is told.
+    }
+  }
+  (void)disk;
   auto& kept = refused_[key];
   kept.push_back(std::move(text));
   if (kept.size() > kRefusedPerKey) kept.erase(kept.begin());
   conflicts_.insert(key);
+  unreportedRefusals_.push_back(key);
   changes_.yield(key);
 }
 
@@ -314,20 +387,27 @@ std::int64_t VaultStore::writeCount() {
 
 std::optional<std::string> VaultStore::onDiskLocked(const EntryKey& key) {
   try {
-    return Coordinated::readIfExists(paths_.urlFor(key));
+    return Coordinated::readIfExists(paths_.urlFor(key), fs_);
   } catch (const FileError&) {
     return std::nullopt;
   }
 }
 
-void VaultStore::putLocked(const std::optional<std::string>& text, const EntryKey& key) {
+void VaultStore::putLocked(const std::optional<std::string>& text, const EntryKey& key,
+                           const std::optional<std::string>& expected) {
   if (options_.readOnly) return;
   const fs::path file = paths_.urlFor(key);
+  Coordinated::Lock vaultLock(vault_.rootURL);
   if (text) {
-    AtomicWrite::write(*text, file);
+    const AtomicWrite::Options writeOptions{
+        .mode = std::nullopt, .durable = true, .fileSystem = fs_};
+    if (!AtomicWrite::replaceIf(*text, file, expected, writeOptions)) {
+      throw VaultError::changedOnDisk(key);
+    }
     cloud_->touched(file);
     snapshots_[key] = *text;
   } else {
+    if (onDiskLocked(key) != expected) throw VaultError::changedOnDisk(key);
     std::error_code ec;
     fs::remove(file, ec);
     snapshots_.erase(key);
@@ -338,15 +418,12 @@ void VaultStore::putLocked(const std::optional<std::string>& text, const EntryKe
 std::optional<EntryKey> VaultStore::undo() {
   std::lock_guard lock(mu_);
   flushLocked();
+  reportLocked();
   if (undoStack_.empty()) return std::nullopt;
   Step step = undoStack_.back();
-  if (onDiskLocked(step.key) != std::optional<std::string>(step.after)) {
-    throw VaultError::changedOnDisk(step.key);
-  }
-  {
-    Coordinated::Lock vaultLock(vault_.rootURL);
-    putLocked(step.before, step.key);
-  }
+  // An outside edit since the step is never undone away: the write happens only while the page
+  // still holds what the step wrote.
+  putLocked(step.before, step.key, step.after);
   undoStack_.pop_back();
   redoStack_.push_back(step);
   return step.key;
@@ -355,13 +432,10 @@ std::optional<EntryKey> VaultStore::undo() {
 std::optional<EntryKey> VaultStore::redo() {
   std::lock_guard lock(mu_);
   flushLocked();
+  reportLocked();
   if (redoStack_.empty()) return std::nullopt;
   Step step = redoStack_.back();
-  if (onDiskLocked(step.key) != step.before) throw VaultError::changedOnDisk(step.key);
-  {
-    Coordinated::Lock vaultLock(vault_.rootURL);
-    putLocked(step.after, step.key);
-  }
+  putLocked(step.after, step.key, step.before);
   redoStack_.pop_back();
   undoStack_.push_back(step);
   return step.key;

@@ -25,8 +25,10 @@
 #include "core/records/day_entry.h"
 #include "core/records/inbox_item.h"
 #include "core/records/period_entries.h"
+#include "core/store/atomic_write.h"
 #include "core/store/change_stream.h"
 #include "core/store/cloud_signal.h"
+#include "core/store/refused_texts.h"
 #include "core/store/store_errors.h"
 #include "core/vault/entry_key.h"
 #include "core/vault/vault.h"
@@ -73,6 +75,11 @@ class VaultStore {
     std::shared_ptr<CloudSignal> cloud;      // null: the do-nothing signal
     // How long the watcher waits for a path to fall quiet before reading it.
     std::chrono::milliseconds watcherQuiet{50};
+    // The system calls for page files; null: the real ones.
+    FileSystem* fileSystem = nullptr;
+    // Where refused texts (and texts that could not be written when the store closes) are kept
+    // so that they outlive the process; null: only in memory.
+    std::shared_ptr<RefusedTexts> keep;
   };
 
   // An undoable write: the text before (none when the file did not exist) and after.
@@ -83,12 +90,15 @@ class VaultStore {
     bool operator==(const Step&) const = default;
   };
 
-  // Opens a vault; stale scratch files of earlier runs are removed from its page folders.
-  // Throws VaultError::unsupportedFormat for a format the store cannot write.
+  // Opens a vault. Throws VaultError::unsupportedFormat for a format the store cannot write.
   VaultStore(Vault vault, Options options);
-  // Flushes what is queued (errors are dropped: the texts stay refused on disk's behalf), stops
-  // the debounce timer and the watcher.
+  // Flushes what is queued and stops the debounce timer and the watcher. Texts that still cannot
+  // be written (refused, or a write that failed) stay kept where `Options::keep` says.
   ~VaultStore();
+
+  // Removes scratch files that writes of crashed processes left in the page folders (never one a
+  // live writer holds), under the vault's write lock. Returns how many went.
+  std::size_t removeStaleScratchFiles();
   VaultStore(const VaultStore&) = delete;
   VaultStore& operator=(const VaultStore&) = delete;
 
@@ -114,9 +124,12 @@ class VaultStore {
   // writes over outside edits; `emptying` allows a blank page over a full one. Both flags stay
   // set until the text is written.
   void saveText(const EntryKey& key, std::string text, bool force = false, bool emptying = false);
-  // Writes everything queued now. Texts that cannot be written are refused: kept (five per page),
-  // the page marked as a conflict, and `changes()` told; then VaultError::changedOnDisk is thrown
-  // for the last refused page. Throws FileError when a write itself fails (the text stays queued).
+  // Writes everything queued now. Texts that cannot be written are refused: kept (five per page,
+  // and by `Options::keep`), the page marked as a conflict, and `changes()` told; then
+  // VaultError::changedOnDisk is thrown for the last refused page. Refusals and failures of
+  // debounced writes made on the store's own thread since the last flush are reported here too,
+  // so a caller always hears of its text. Throws FileError when a write itself fails (the text
+  // stays queued).
   void flush();
   void discardPending(const EntryKey& key);
   // The refused texts of a page, oldest first, handed over once.
@@ -197,9 +210,12 @@ class VaultStore {
   void ensureWatching();
   void scheduleFlushLocked();
   void flushLocked();
-  void refuseLocked(const EntryKey& key, std::string text);
+  void reportLocked();
+  void refuseLocked(const EntryKey& key, std::string text, const std::optional<std::string>& disk,
+                    std::string_view reason);
   std::optional<std::string> onDiskLocked(const EntryKey& key);
-  void putLocked(const std::optional<std::string>& text, const EntryKey& key);
+  void putLocked(const std::optional<std::string>& text, const EntryKey& key,
+                 const std::optional<std::string>& expected);
   void timerLoop();
   [[nodiscard]] const VaultSerializer& serializer() const;
   template <typename Record, typename Parse>
@@ -210,6 +226,7 @@ class VaultStore {
   VaultPaths paths_;
   Options options_;
   const Clock* clock_;
+  FileSystem* fs_;
   std::shared_ptr<const PageCodec> codec_;
   std::shared_ptr<CloudSignal> cloud_;
 
@@ -220,6 +237,9 @@ class VaultStore {
   std::unordered_map<EntryKey, Instant> goneSince_;
   std::unordered_map<EntryKey, std::optional<std::string>> lastSeen_;
   std::set<EntryKey> conflicts_;
+  // Refusals and a write failure that no caller has heard of yet.
+  std::vector<EntryKey> unreportedRefusals_;
+  std::optional<FileError> unreportedFailure_;
   std::vector<Step> undoStack_;
   std::vector<Step> redoStack_;
   std::int64_t writeCount_ = 0;

@@ -5,6 +5,10 @@
 #include <iostream>
 
 #include "cli/command.h"
+#include "core/config/config_store.h"
+#include "core/format/serializer_error.h"
+#include "core/store/atomic_write.h"
+#include "core/store/store_errors.h"
 #include "core/util/json_fields.h"
 #include "core/version.h"
 
@@ -59,6 +63,30 @@ int runMain(int argc, const char* const* argv, std::ostream& out, std::ostream& 
       return e.exitCode();
     } catch (const RecordError& e) {
       err << "trivo: " << e.what() << ".\n";
+      return 1;
+    } catch (const VaultError& e) {
+      // Commands word their own refusals; these are the ones a command did not expect.
+      if (e.kind() == VaultError::Kind::changedOnDisk) {
+        err << "trivo: " << (e.key() ? e.key()->description() : std::string("A page"))
+            << " changed on disk while trivo was writing it, so it was left as it is; your text "
+               "is kept (trivo refused lists it).\n";
+        return 4;
+      }
+      err << "trivo: " << e.what() << "\n";
+      return 1;
+    } catch (const PageReadError& e) {
+      err << "trivo: " << e.what() << "\n";
+      return 3;
+    } catch (const SerializerError& e) {
+      err << "trivo: A page cannot be read (" << e.what() << "); fix it and try again.\n";
+      return 3;
+    } catch (const FileError& e) {
+      // A full disk, a dangling link, a folder where a page should be: say so and keep the text.
+      err << "trivo: " << e.what() << " Nothing you wrote is lost: a text that could not be "
+             "written is kept (trivo refused lists it).\n";
+      return 1;
+    } catch (const ConfigError& e) {
+      err << "trivo: " << e.what() << "\n";
       return 1;
     }
   }

@@ -1,6 +1,7 @@
 // Temporary folders for tests.
 #include "testing/scoped_env.h"
 
+#include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
@@ -32,4 +33,19 @@ std::string TempDir::read(const std::filesystem::path& relative) const {
   return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
 
+}  // namespace trivo::testing
+
+namespace trivo::testing {
+namespace {
+
+// Texts the store keeps for the person go under $XDG_DATA_HOME; tests must never leave them in
+// the home folder of whoever runs them. Every test process gets a data folder of its own, which
+// child processes inherit, removed when the process ends.
+struct PrivateDataHome {
+  PrivateDataHome() { ::setenv("XDG_DATA_HOME", folder.path().c_str(), 1); }
+  TempDir folder;
+};
+const PrivateDataHome privateDataHome;
+
+}  // namespace
 }  // namespace trivo::testing

@@ -1,12 +1,14 @@
 // Loading, merging and saving the vault's settings.
 #include "core/config/config_store.h"
 
+#include <cerrno>
 #include <cstdlib>
 #include <map>
 #include <mutex>
 #include <string>
 
 #include "core/store/atomic_write.h"
+#include "core/util/json_bounded.h"
 #include "core/util/json_integers.h"
 #include "core/vault/vault_locator.h"
 
@@ -74,7 +76,8 @@ const Json* child(const Json& object, const std::string& key) {
 
 // The settings object of a file's text; nothing for a file that is not a JSON object.
 std::optional<Json> parseObject(const std::string& text) {
-  Json j = Json::parse(text, nullptr, /*allow_exceptions=*/false);
+  // A tree nested deeper than any settings object could only crash the merge, which recurses.
+  Json j = parseJsonFile(text);
   if (j.is_discarded() || !j.is_object()) return std::nullopt;
   return j;
 }
@@ -105,12 +108,6 @@ void overlayDevice(Json& settings, const Json& device) {
 }
 
 std::string fileText(const Json& j) { return j.dump(2) + "\n"; }
-
-void writeIfChanged(const fs::path& url, const std::optional<std::string>& old,
-                    const std::string& text) {
-  if (old && *old == text) return;
-  AtomicWrite::write(text, url);
-}
 
 }  // namespace
 
@@ -200,6 +197,16 @@ VaultConfig ConfigStore::load() const {
 
 void ConfigStore::save(const VaultConfig& config) const {
   Coordinated::Lock lock(root_);
+  // Editors and sync tools do not take our lock: the file is replaced only while it still holds
+  // the text the merge started from, and merged again from the new text when it changed.
+  constexpr int kAttempts = 50;
+  for (int attempt = 0; attempt < kAttempts; ++attempt) {
+    if (saveOnce(config)) return;
+  }
+  throw FileError(EAGAIN, url_, "save the settings to", "another program kept changing it");
+}
+
+bool ConfigStore::saveOnce(const VaultConfig& config) const {
   const std::optional<std::string> oldText = Coordinated::readIfExists(url_);
   Json disk = Json::object();
   if (oldText) {
@@ -238,9 +245,13 @@ void ConfigStore::save(const VaultConfig& config) const {
       AtomicWrite::write(fileText(device), *deviceURL_);
     }
   }
-  writeIfChanged(url_, oldText, fileText(result));
+  const std::string text = fileText(result);
+  if (!(oldText && *oldText == text) && !AtomicWrite::replaceIf(text, url_, oldText)) {
+    return false;
+  }
   // The record as saved is what this process now believes the file says.
   remember(url_, mine);
+  return true;
 }
 
 Json ConfigStore::merged(const Json& mine, const Json& read, const Json& disk, const Json& known) {

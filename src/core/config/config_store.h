@@ -74,6 +74,8 @@ class ConfigStore {
   static void remove(Json& object, std::string_view keyPath);
 
  private:
+  // One read-merge-write; false when the file changed between the read and the write.
+  bool saveOnce(const VaultConfig& config) const;
   std::filesystem::path root_;
   std::filesystem::path url_;
   std::optional<std::filesystem::path> deviceURL_;

@@ -12,6 +12,7 @@
 #include <string_view>
 
 #include "core/store/file_system.h"
+#include "core/util/json_fields.h"
 
 namespace trivo {
 
@@ -141,6 +142,10 @@ std::string read(const std::filesystem::path& path, FileSystem* fileSystem = nul
 // The content, or nothing when the file does not exist. Throws FileError on other failures.
 std::optional<std::string> readIfExists(const std::filesystem::path& path,
                                         FileSystem* fileSystem = nullptr);
+
+// The JSON value of a settings or record file, or nothing when it is missing, cannot be read (as
+// `readIfExists` refuses it), is not JSON, or nests deeper than any record of ours. Never throws.
+std::optional<Json> readJson(const std::filesystem::path& path);
 
 }  // namespace Coordinated
 

@@ -13,6 +13,7 @@
 #include <cstring>
 
 #include "core/store/atomic_write.h"
+#include "core/util/json_bounded.h"
 
 namespace trivo {
 namespace {
@@ -374,6 +375,19 @@ std::string read(const fs::path& path, FileSystem* fileSystem) {
   auto text = readIfExists(path, fileSystem);
   if (!text) throw FileError(ENOENT, path, "read");
   return *std::move(text);
+}
+
+std::optional<Json> readJson(const fs::path& path) {
+  std::optional<std::string> text;
+  try {
+    text = readIfExists(path);
+  } catch (const FileError&) {
+    return std::nullopt;
+  }
+  if (!text) return std::nullopt;
+  Json j = parseJsonFile(*text);
+  if (j.is_discarded()) return std::nullopt;
+  return j;
 }
 
 }  // namespace Coordinated

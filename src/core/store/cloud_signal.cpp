@@ -90,8 +90,7 @@ bool FileCloudSignal::newerElsewhere(const fs::path& file) const {
   if (!ec) modified = std::chrono::file_clock::to_sys(mtime);
   const Instant threshold = modified + std::chrono::seconds(10);
   for (const auto& entry : fs::directory_iterator(folder(), ec)) {
-    std::ifstream in(entry.path(), std::ios::binary);
-    const Json j = Json::parse(in, nullptr, /*allow_exceptions=*/false);
+    const Json j = Coordinated::readJson(entry.path()).value_or(Json());
     if (!j.is_object()) continue;
     Touched record;
     try {

@@ -2,6 +2,7 @@
 #include "core/store/refused_texts.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstdint>
 #include <cstdlib>
 
@@ -9,6 +10,7 @@
 #include "core/util/json_fields.h"
 #include "core/store/atomic_write.h"
 #include "core/util/iso_instant.h"
+#include "core/vault/page_link.h"
 #include "core/vault/vault_paths.h"
 
 namespace trivo {
@@ -35,10 +37,7 @@ std::string hex(std::uint64_t value, int digits) {
   return text;
 }
 
-std::string keyText(const EntryKey& key) {
-  Json j = key;
-  return j.is_string() ? j.get<std::string>() : j.dump();
-}
+std::atomic<std::uint32_t> keptInThisProcess{0};
 
 }  // namespace
 
@@ -73,9 +72,10 @@ std::string RefusedTexts::keep(const EntryKey& key, const fs::path& file, std::s
   // Milliseconds, then a random part: names sort by time and never collide between processes.
   const auto ms = std::chrono::duration_cast<std::chrono::milliseconds>(now.time_since_epoch());
   const std::string id = hex(static_cast<std::uint64_t>(ms.count()), 12) + "-" +
+                         hex(keptInThisProcess++, 4) + "-" +
                          hex(fnv1a(InboxItem::newId() + std::string(text)), 8);
   Json j = Json::object();
-  j["page"] = keyText(key);
+  j["page"] = pageKeyText(key);
   j["file"] = file.string();
   j["keptAt"] = isoInstantString(now);
   j["reason"] = reason;

@@ -75,6 +75,11 @@ VaultStore::VaultStore(Vault vault, Options options)
       fs_(options_.fileSystem ? options_.fileSystem : &FileSystem::real()),
       codec_(options_.codec ? options_.codec : std::make_shared<PlainTextCodec>()),
       cloud_(options_.cloud ? options_.cloud : std::make_shared<CloudSignal>()) {
+  if (!options_.keep && options_.keepOnDisk && !options_.readOnly) {
+    if (auto folder = RefusedTexts::folderFor(vault_.rootURL)) {
+      options_.keep = std::make_shared<RefusedTexts>(*folder, clock_);
+    }
+  }
   timer_ = std::thread([this] { timerLoop(); });
 }
 

@@ -78,8 +78,10 @@ class VaultStore {
     // The system calls for page files; null: the real ones.
     FileSystem* fileSystem = nullptr;
     // Where refused texts (and texts that could not be written when the store closes) are kept
-    // so that they outlive the process; null: only in memory.
+    // so that they outlive the process. Null: the vault's folder under $XDG_DATA_HOME/trivo
+    // (RefusedTexts::folderFor), unless `keepOnDisk` is false (then only in memory).
     std::shared_ptr<RefusedTexts> keep;
+    bool keepOnDisk = true;
   };
 
   // An undoable write: the text before (none when the file did not exist) and after.

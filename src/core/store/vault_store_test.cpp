@@ -289,3 +289,65 @@ TEST(Utf8, ValidityFollowsTheStandard) {
 
 }  // namespace
 }  // namespace trivo
+
+namespace trivo {
+namespace {
+
+// A debounced flush on the store's own thread used to swallow its refusal, so a caller that
+// flushed afterwards heard nothing and said the text was saved.
+TEST_F(StoreTest, ARefusalOnTheStoresOwnThreadReachesTheNextFlush) {
+  writeOutside("original\n");
+  auto store = open(0ms);
+  ASSERT_EQ(store->loadText(kDay), "original\n");
+  writeOutside("original\ntheirs\n");
+  store->saveText(kDay, "original\nmine\n");
+  for (int i = 0; i < 300 && store->hasPendingWrite(kDay); ++i) std::this_thread::sleep_for(5ms);
+  ASSERT_FALSE(store->hasPendingWrite(kDay)) << "the debounced flush never ran";
+  try {
+    store->flush();
+    FAIL() << "the refusal was never reported";
+  } catch (const VaultError& e) {
+    EXPECT_EQ(e.kind(), VaultError::Kind::changedOnDisk);
+    EXPECT_EQ(e.key(), kDay);
+  }
+  EXPECT_NO_THROW(store->flush()) << "reported once";
+  EXPECT_EQ(disk(), "original\ntheirs\n");
+  EXPECT_EQ(store->takeRefused(kDay), std::vector<std::string>{"original\nmine\n"});
+}
+
+TEST_F(StoreTest, RefusedTextsAndUnwritableOnesOutliveTheStore) {
+  testing::TempDir data;
+  auto keep = std::make_shared<RefusedTexts>(data.path() / "refused", &clock_);
+  writeOutside("original\n");
+  const EntryKey inbox = EntryKey::inbox();
+  // A page whose file is a dangling link cannot be written at all.
+  fs::create_symlink(dir_.path() / "nowhere.md", paths().urlFor(inbox));
+  {
+    VaultStore::Options options;
+    options.debounce = 1h;
+    options.clock = &clock_;
+    options.keep = keep;
+    VaultStore store(Vault{dir_.path(), VaultFormat::markdown, "en", {}}, options);
+    ASSERT_EQ(store.loadText(kDay), "original\n");
+    writeOutside("theirs\n");
+    store.saveText(kDay, "mine\n");
+    EXPECT_THROW(store.flush(), VaultError);
+    store.saveText(inbox, "- [ ] captured\n");
+    EXPECT_THROW(store.flush(), FileError);
+    EXPECT_TRUE(store.hasPendingWrite(inbox)) << "a failed write stays queued";
+  }
+  const auto kept = keep->list();
+  ASSERT_EQ(kept.size(), 2u);
+  EXPECT_EQ(kept[0].page, "day:2026-09-16");
+  EXPECT_EQ(kept[0].text, "mine\n");
+  EXPECT_EQ(kept[0].base, "original\n");
+  EXPECT_EQ(kept[0].reason, "changed on disk");
+  EXPECT_EQ(kept[1].page, "inbox");
+  EXPECT_EQ(kept[1].text, "- [ ] captured\n");
+  EXPECT_EQ(kept[1].reason, "could not be written");
+  EXPECT_TRUE(keep->drop(kept[0].id));
+  EXPECT_EQ(keep->list().size(), 1u);
+}
+
+}  // namespace
+}  // namespace trivo

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <fstream>
 
+#include "core/store/atomic_write.h"
 #include "core/util/json_fields.h"
 #include "core/vault/vault_paths.h"
 
@@ -12,13 +13,7 @@ namespace fs = std::filesystem;
 namespace trivo {
 namespace {
 
-std::optional<Json> readJsonFile(const fs::path& file) {
-  std::ifstream in(file, std::ios::binary);
-  if (!in) return std::nullopt;
-  Json j = Json::parse(in, nullptr, /*allow_exceptions=*/false);
-  if (j.is_discarded()) return std::nullopt;
-  return j;
-}
+std::optional<Json> readJsonFile(const fs::path& file) { return Coordinated::readJson(file); }
 
 fs::path absoluteFrom(const fs::path& p, const fs::path& cwd) {
   fs::path full = p.is_absolute() ? p : cwd / p;

@@ -13,6 +13,7 @@ std::unique_ptr<Command> makeProgressCommand();
 std::unique_ptr<Command> makeTreeCommand();
 std::unique_ptr<Command> makeCheckCommand();
 std::unique_ptr<Command> makeFmtCommand();
+std::unique_ptr<Command> makeRefusedCommand();
 
 std::vector<std::unique_ptr<Command>> allCommands() {
   std::vector<std::unique_ptr<Command>> commands;
@@ -24,6 +25,7 @@ std::vector<std::unique_ptr<Command>> allCommands() {
   commands.push_back(makeTreeCommand());
   commands.push_back(makeCheckCommand());
   commands.push_back(makeFmtCommand());
+  commands.push_back(makeRefusedCommand());
   return commands;
 }
 

@@ -2,6 +2,9 @@
 // files that are not pages.
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
+#include <filesystem>
 #include <sstream>
 
 #include "core/util/json_fields.h"
@@ -121,6 +124,39 @@ TEST_F(CheckCommand, WithoutPathsTheLocatedVaultIsChecked) {
   const auto r = testing::runTrivo({"check"}, options);
   EXPECT_EQ(r.exitCode, 3);
   EXPECT_EQ(r.out, kProblems);
+}
+
+}  // namespace
+}  // namespace trivo
+
+namespace trivo {
+namespace {
+
+// Each of these used to go unmentioned (a folder, a FIFO) or end the whole run (a link that
+// loops). Every one is now a line of its own, and the other pages are still checked and written.
+TEST_F(CheckCommand, PagesThatAreNotFilesAreReportedAndTheRunGoesOn) {
+  const std::filesystem::path days = dir.path() / "vault" / "days";
+  std::filesystem::create_directories(days / "2026-09-23.md");
+  ASSERT_EQ(::mkfifo((days / "2026-09-24.md").c_str(), 0600), 0);
+  std::filesystem::create_symlink("2026-09-25.md", days / "2026-09-25.md");
+  // One deleted line: the closing "---" of the front matter. The page must be refused, not
+  // rewritten without its outcomes and journal.
+  const std::string unclosed = "---\ndate: 2026-09-26\ntype: day\n\n# Saturday\n\n## Outcomes\n\n"
+                               "- [ ] Paint the door\n\n## Journal\n\n- 09:00 Up early.\n";
+  dir.write("vault/days/2026-09-26.md", unclosed);
+  const auto r = trivo({"check", vault()});
+  EXPECT_EQ(r.exitCode, 3) << r.err;
+  EXPECT_EQ(r.out, kProblems +
+                       "days/2026-09-23.md: unreadable: it is a folder, not a file\n"
+                       "days/2026-09-24.md: unreadable: it is not a regular file (a FIFO, socket "
+                       "or device)\n"
+                       "days/2026-09-25.md: unreadable: Too many levels of symbolic links\n"
+                       "days/2026-09-26.md: frontmatter: The front matter at the top of the page "
+                       "is malformed.\n");
+  const auto fmt = trivo({"fmt", vault()});
+  EXPECT_EQ(fmt.exitCode, 3) << fmt.err;
+  EXPECT_EQ(dir.read("vault/days/2026-09-26.md"), unclosed);
+  EXPECT_NE(dir.read("vault/days/2026-09-16.md"), kHandEdited) << "the readable page was written";
 }
 
 }  // namespace

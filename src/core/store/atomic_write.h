@@ -26,10 +26,13 @@ class FileError : public std::runtime_error {
             std::string_view reason);
   [[nodiscard]] int code() const { return code_; }
   [[nodiscard]] const std::filesystem::path& path() const { return path_; }
+  // What went wrong, in words and without the path ("No space left on device").
+  [[nodiscard]] const std::string& reason() const { return reason_; }
 
  private:
   int code_;
   std::filesystem::path path_;
+  std::string reason_;
 };
 
 namespace AtomicWrite {

@@ -20,21 +20,16 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string describe(int code, const fs::path& path, std::string_view action) {
-  std::string text = "Could not ";
-  text += action;
-  text += ' ';
-  text += path.string();
-  text += ": ";
-  if (code == EEXIST) {
-    text += "another program created it meanwhile";
-  } else {
-    std::array<char, 256> buffer{};
-    // GNU strerror_r returns the message, possibly not in the buffer.
-    text += ::strerror_r(code, buffer.data(), buffer.size());
-  }
-  text += '.';
-  return text;
+std::string reasonOf(int code) {
+  if (code == EEXIST) return "another program created it meanwhile";
+  std::array<char, 256> buffer{};
+  // GNU strerror_r returns the message, possibly not in the buffer.
+  return ::strerror_r(code, buffer.data(), buffer.size());
+}
+
+std::string describe(const fs::path& path, std::string_view action, std::string_view reason) {
+  return "Could not " + std::string(action) + " " + path.string() + ": " + std::string(reason) +
+         ".";
 }
 
 std::string freshUuid() {
@@ -113,14 +108,14 @@ void syncFolder(FileSystem& fs, const fs::path& folder) {
 }  // namespace
 
 FileError::FileError(int code, std::filesystem::path path, std::string_view action)
-    : std::runtime_error(describe(code, path, action)), code_(code), path_(std::move(path)) {}
+    : FileError(code, std::move(path), action, reasonOf(code)) {}
 
 FileError::FileError(int code, std::filesystem::path path, std::string_view action,
                      std::string_view reason)
-    : std::runtime_error("Could not " + std::string(action) + " " + path.string() + ": " +
-                         std::string(reason) + "."),
+    : std::runtime_error(describe(path, action, reason)),
       code_(code),
-      path_(std::move(path)) {}
+      path_(std::move(path)),
+      reason_(reason) {}
 
 namespace AtomicWrite {
 

@@ -2,7 +2,7 @@
 #include "core/store/page_check.h"
 
 #include <algorithm>
-#include <cstring>
+#include <map>
 #include <set>
 
 #include "core/format/serializer_error.h"
@@ -16,61 +16,92 @@ namespace fs = std::filesystem;
 
 namespace {
 
-fs::path vaultRootAbove(const fs::path& base) {
-  for (fs::path at = base; !at.empty(); at = at.parent_path()) {
-    std::error_code ec;
-    if (fs::is_directory(at / ".trivo", ec)) return at;
-    if (at == at.parent_path()) break;
-  }
-  return base;
-}
+// What discovery learns once per folder rather than once per page: the vault above a base
+// folder and the format the vault's pages are in.
+struct Discovery {
+  std::map<fs::path, fs::path> rootOf;
+  std::map<fs::path, VaultFormat> formatOf;
 
-// The page a file holds: it is either the inbox at its base or sits in a period folder of it.
-std::optional<PageFile> pageAt(const fs::path& file) {
-  const std::string ext = file.extension().string();
-  if (ext != ".md" && ext != ".org") return std::nullopt;
-  const auto format = ext == ".md" ? VaultFormat::markdown : VaultFormat::org;
-  for (const fs::path& base : {file.parent_path(), file.parent_path().parent_path()}) {
-    if (base.empty()) continue;
-    auto key = VaultPaths(base, format).keyFor(file);
-    if (!key) continue;
-    const fs::path root = vaultRootAbove(base);
-    // A file of the other format is the person's own, not a page.
-    if (detectVaultFormat(root) != format) return std::nullopt;
-    return PageFile{file, root, file.lexically_relative(root), *key, format};
-  }
-  return std::nullopt;
-}
-
-void collect(const fs::path& path, std::vector<PageFile>& found) {
-  if (!fs::is_directory(path)) {
-    if (auto page = pageAt(path)) found.push_back(std::move(*page));
-    return;
-  }
-  fs::recursive_directory_iterator it(path, fs::directory_options::skip_permission_denied);
-  for (; it != fs::recursive_directory_iterator(); ++it) {
-    const std::string name = it->path().filename().string();
-    if (it->is_directory()) {
-      if (name.starts_with('.') || name == "media") it.disable_recursion_pending();
-      continue;
+  fs::path vaultRootAbove(const fs::path& base) {
+    auto known = rootOf.find(base);
+    if (known != rootOf.end()) return known->second;
+    fs::path root = base;
+    for (fs::path at = base; !at.empty(); at = at.parent_path()) {
+      std::error_code ec;
+      if (fs::is_directory(at / ".trivo", ec)) {
+        root = at;
+        break;
+      }
+      if (at == at.parent_path()) break;
     }
-    if (it->is_regular_file() || it->is_symlink()) {
+    rootOf.emplace(base, root);
+    return root;
+  }
+
+  VaultFormat formatOfVault(const fs::path& root) {
+    auto known = formatOf.find(root);
+    if (known != formatOf.end()) return known->second;
+    const VaultFormat format = detectVaultFormat(root);
+    formatOf.emplace(root, format);
+    return format;
+  }
+
+  // The page a file holds: it is either the inbox at its base or sits in a period folder of it.
+  std::optional<PageFile> pageAt(const fs::path& file) {
+    const std::string ext = file.extension().string();
+    if (ext != ".md" && ext != ".org") return std::nullopt;
+    const auto format = ext == ".md" ? VaultFormat::markdown : VaultFormat::org;
+    for (const fs::path& base : {file.parent_path(), file.parent_path().parent_path()}) {
+      if (base.empty()) continue;
+      auto key = VaultPaths(base, format).keyFor(file);
+      if (!key) continue;
+      const fs::path root = vaultRootAbove(base);
+      // A file of the other format is the person's own, not a page.
+      if (formatOfVault(root) != format) return std::nullopt;
+      return PageFile{file, root, file.lexically_relative(root), *key, format};
+    }
+    return std::nullopt;
+  }
+
+  // Every entry named like a page is a page, whatever it is (a folder, a FIFO, a link that
+  // loops): reading it then reports what is wrong, instead of the page going unmentioned.
+  void collect(const fs::path& path, std::vector<PageFile>& found) {
+    std::error_code ec;
+    if (!fs::is_directory(fs::status(path, ec)) || ec || pageAt(path)) {
+      if (auto page = pageAt(path)) found.push_back(std::move(*page));
+      return;
+    }
+    fs::recursive_directory_iterator it(path, fs::directory_options::skip_permission_denied, ec);
+    for (; !ec && it != fs::recursive_directory_iterator(); it.increment(ec)) {
+      const std::string name = it->path().filename().string();
+      std::error_code typeEc;
+      if (it->is_directory(typeEc) && !it->is_symlink(typeEc)) {
+        if (auto page = pageAt(it->path())) {
+          found.push_back(std::move(*page));
+          it.disable_recursion_pending();
+          continue;
+        }
+        if (name.starts_with('.') || name == "media") it.disable_recursion_pending();
+        continue;
+      }
       if (auto page = pageAt(it->path())) found.push_back(std::move(*page));
     }
   }
-}
+};
 
 }  // namespace
 
 std::vector<PageFile> findPageFiles(const std::vector<fs::path>& paths) {
   std::vector<PageFile> found;
+  Discovery discovery;
   for (const auto& path : paths) {
     const fs::path full = fs::absolute(path).lexically_normal();
-    if (!fs::exists(full)) {
+    std::error_code ec;
+    if (!fs::exists(fs::symlink_status(full, ec))) {
       throw fs::filesystem_error("no such file or folder", path,
                                  std::make_error_code(std::errc::no_such_file_or_directory));
     }
-    collect(full, found);
+    discovery.collect(full, found);
   }
   std::sort(found.begin(), found.end(),
             [](const PageFile& a, const PageFile& b) { return a.path < b.path; });
@@ -85,7 +116,7 @@ PageCheck checkPage(const PageFile& page, const SerializerCodec& codec, bool rou
   try {
     result.text = Coordinated::read(page.path);
   } catch (const FileError& e) {
-    result.problem = ReadProblem::of(ReadProblem::Kind::unreadable, std::strerror(e.code()));
+    result.problem = ReadProblem::of(ReadProblem::Kind::unreadable, e.reason());
     return result;
   }
   if (!isValidUtf8(result.text)) {

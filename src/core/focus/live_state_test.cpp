@@ -174,6 +174,19 @@ TEST_F(LiveStateFiles, ABrokenSharedRecordFallsBackToTheNextPlace) {
   EXPECT_EQ(LiveState::read(), sampleState());
 }
 
+// A FIFO named live.json used to hang every reader (the widgets, the status bar) forever.
+TEST_F(LiveStateFiles, AFifoOrAHugeFileInPlaceOfTheRecordIsPassedOver) {
+  LiveState::write(sampleState());
+  std::filesystem::remove(groupFile("live.json"));
+  ASSERT_EQ(::mkfifo(groupFile("live.json").c_str(), 0600), 0);
+  EXPECT_EQ(LiveState::read(), sampleState());
+  std::filesystem::remove(groupFile("live.json"));
+  group_.write("live.json", "{\"phase\": \"idle\", \"subject\": \"" +
+                                std::string(std::size_t{2} << 20, 'x') + "\"}");
+  ASSERT_EQ(::chmod(groupFile("live.json").c_str(), 0600), 0);
+  EXPECT_EQ(LiveState::read(), sampleState());
+}
+
 TEST_F(LiveStateFiles, ASharedFolderOpenToOthersIsNotUsed) {
   ASSERT_EQ(::chmod(group_.path().c_str(), 0755), 0);
   EXPECT_EQ(LiveState::places(), (std::vector<std::filesystem::path>{state_.path() / "trivo"}));

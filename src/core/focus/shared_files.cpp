@@ -7,6 +7,7 @@
 #include <uuid/uuid.h>
 
 #include <array>
+#include <cstdint>
 #include <cerrno>
 #include <cstdio>
 
@@ -72,10 +73,14 @@ bool replaceFile(const fs::path& target, std::string_view bytes, Access access) 
 }
 
 std::optional<std::string> readFile(const fs::path& path, Access access) {
-  Fd fd(::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
+  // O_NONBLOCK: a FIFO named like a record must not hang the reader until someone writes to it.
+  Fd fd(::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
   if (fd.get() < 0) return std::nullopt;
   struct stat st {};
   if (::fstat(fd.get(), &st) != 0 || !S_ISREG(st.st_mode)) return std::nullopt;
+  // These records are a few kilobytes; anything far larger is not one of them.
+  constexpr std::size_t kMaxRecordBytes = std::size_t{1} << 20;
+  if (static_cast<std::uint64_t>(st.st_size) > kMaxRecordBytes) return std::nullopt;
   if (access == Access::privateToUser && (st.st_uid != ::geteuid() || (st.st_mode & 0022) != 0)) {
     return std::nullopt;
   }
@@ -89,6 +94,7 @@ std::optional<std::string> readFile(const fs::path& path, Access access) {
     }
     if (n == 0) break;
     text.append(buffer.data(), static_cast<std::size_t>(n));
+    if (text.size() > kMaxRecordBytes) return std::nullopt;
   }
   return text;
 }

@@ -163,13 +163,22 @@ OrgEntry::Parts OrgEntry::read(TextSyntax syntax, std::span<const std::string> i
       std::count_if(lines.begin(), lines.end(), isDoneNote) == 1) {
     ++at;
   }
-  const std::size_t log = logEnd(lines, at, emptied.value_or(lines.size()));
-  out.kept.insert(out.kept.end(), lines.begin() + static_cast<std::ptrdiff_t>(at),
-                  lines.begin() + static_cast<std::ptrdiff_t>(log));
-  at = log;
+  auto keepLog = [&] {
+    const std::size_t log = logEnd(lines, at, emptied.value_or(lines.size()));
+    out.kept.insert(out.kept.end(), lines.begin() + static_cast<std::ptrdiff_t>(at),
+                    lines.begin() + static_cast<std::ptrdiff_t>(log));
+    at = log;
+  };
+  keepLog();
+  // Trivo's own drawer stands after the log and before the comments.
+  if (emptied && at == *emptied) {
+    at += 2;
+    keepLog();
+  }
 
   // Comments follow the logbook. Comments with a drawer or a note after them stand where Trivo
-  // would not write them (it writes comments after the log), so they stay lines of the text.
+  // would not write them, so they stay lines of the text; only Trivo's own drawer may follow
+  // them, as pages written before the drawer moved up have it.
   std::size_t next = at;
   std::vector<std::string> comments;
   while (next < lines.size()) {
@@ -234,12 +243,13 @@ std::vector<std::string> OrgEntry::write(TextSyntax syntax, const Own& own, bool
   out.insert(out.end(), kept.begin() + static_cast<std::ptrdiff_t>(at),
              kept.begin() + static_cast<std::ptrdiff_t>(log));
   at = log;
-  for (const auto& words : comments) out.push_back(commentLine(words));
+  // A drawer of its own stands where Org looks for the log: before the item's text.
   if (!clocked) {
     out.emplace_back(":LOGBOOK:");
     out.insert(out.end(), own.clocks.begin(), own.clocks.end());
     out.emplace_back(":END:");
   }
+  for (const auto& words : comments) out.push_back(commentLine(words));
   out.insert(out.end(), kept.begin() + static_cast<std::ptrdiff_t>(at), kept.end());
   return out;
 }

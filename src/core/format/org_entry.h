@@ -42,7 +42,7 @@ struct OrgEntry {
   // item is not done, or `own.planning`), the property drawer, the done note when the item is
   // done and no note is kept, the kept log, the comments, then the rest. Clock lines missing from
   // the first logbook drawer go to its end; without a drawer they get one of their own after the
-  // comments.
+  // log, before the comments.
   static std::vector<std::string> write(TextSyntax syntax, const Own& own, bool done,
                                         std::span<const std::string> comments,
                                         std::span<const std::string> kept);

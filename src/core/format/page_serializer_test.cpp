@@ -519,9 +519,9 @@ TEST(PageSerializer, OrgSessionsClockUnderTheOutcomeTheyServed) {
   running.end.reset();
   day.sessions = {late, running};
   const std::string text = org.renderDay(day);
-  EXPECT_NE(text.find("** TODO Ship the report\nSCHEDULED: <2026-09-16 Wed>\n> draft first\n"
+  EXPECT_NE(text.find("** TODO Ship the report\nSCHEDULED: <2026-09-16 Wed>\n"
                       ":LOGBOOK:\nCLOCK: [2026-09-16 Wed 23:40]--[2026-09-17 Thu 00:05] =>  0:25\n"
-                      ":END:\n** TODO\n"),
+                      ":END:\n> draft first\n** TODO\n"),
             std::string::npos)
       << text;
   EXPECT_NE(text.find("- 23:40\u201300:05 \u00B7 25m \u00B7 Ship the report"), std::string::npos);

@@ -74,6 +74,9 @@ class Gen {
                                 static_cast<OutcomeState>(below(3)));
       if (coin()) o.serves = static_cast<std::int64_t>(1 + below(3));
       for (std::size_t c = below(3); c > 0; --c) o.comments.push_back(words(1, 3));
+      if (syntax_ == TextSyntax::org && below(3) == 0) {
+        o.trailingLines = orgLayout(o.state == OutcomeState::done);
+      }
       if (below(4) == 0) o.trailingLines.push_back("  kept " + words(1, 2));
       if (syntax_ == TextSyntax::org && o.state == OutcomeState::planned && below(3) == 0) {
         o.orgKeyword = OrgKeyword{coin() ? "NEXT" : "WAITING", OutcomeState::planned};
@@ -81,6 +84,39 @@ class Gen {
       list.push_back(std::move(o));
     }
     return OutcomeSet(scope, std::move(list));
+  }
+
+  // What Emacs leaves under an Org outcome: a planning line of the person's (a CLOSED stamp only
+  // on a done one, as Org takes it off when the item opens again), a property drawer and a
+  // logbook with its own clocks and notes, each indented or not.
+  std::vector<std::string> orgLayout(bool done) {
+    static const std::vector<std::string> planning = {
+        "SCHEDULED: <2026-09-16 Wed 09:00-10:30>",
+        "DEADLINE: <2026-09-20 Sun -2d> SCHEDULED: <2026-09-16 Wed .+1w>",
+        "SCHEDULED: <2026-09-14 Mon ++1w>", "DEADLINE: <2026-09-18 Fri>"};
+    const std::string indent = coin() ? "" : "   ";
+    std::vector<std::string> lines;
+    if (coin()) {
+      std::string line = planning[below(planning.size())];
+      if (done && coin()) line = coin() ? "CLOSED: [2026-09-16 Wed 10:02] " + line
+                                        : line + " CLOSED: [2026-09-16 Wed 10:02]";
+      lines.push_back(indent + line);
+    } else if (done && coin()) {
+      lines.push_back(indent + "CLOSED: [2026-09-16 Wed 10:02]");
+    }
+    if (coin()) {
+      lines.insert(lines.end(), {indent + ":PROPERTIES:", indent + ":EFFORT:   0:30",
+                                 indent + ":END:"});
+    }
+    if (coin()) {
+      lines.push_back(indent + ":LOGBOOK:");
+      if (coin()) {
+        lines.push_back(indent + "- State \"DONE\"       from \"TODO\"       [2026-09-16 Wed 10:02]");
+      }
+      lines.push_back(indent + "CLOCK: [2026-09-16 Wed 11:00]--[2026-09-16 Wed 11:40] =>  0:40");
+      lines.push_back(indent + ":END:");
+    }
+    return lines;
   }
 
   std::vector<TaskStep> steps(int depth) {

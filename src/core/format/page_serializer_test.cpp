@@ -783,3 +783,33 @@ TEST(PageSerializer, OrgHeadingsWithAKeywordAreInboxItems) {
 
 }  // namespace
 }  // namespace trivo
+
+namespace trivo {
+namespace {
+
+// Heading items keep the drawers Emacs writes under them in the order they stand; a property
+// drawer after the logbook is not one Org reads, and stays a line of the item's own.
+TEST(PageSerializer, OrgHeadingItemsKeepTheirDrawersWhereTheyStand) {
+  const MarkdownSerializer org(YearMode::quarter, TextSyntax::org);
+  const std::string properties = ":PROPERTIES:\n:CATEGORY: home\n:END:\n";
+  const std::string logbook =
+      ":LOGBOOK:\n- State \"DONE\"       from \"TODO\"       [2026-09-11 Fri 10:02]\n"
+      "CLOCK: [2026-09-11 Fri 09:00]--[2026-09-11 Fri 09:30] =>  0:30\n:END:\n";
+  const std::string indented =
+      "  :PROPERTIES:\n  :CATEGORY: home\n  :END:\n  :LOGBOOK:\n"
+      "  CLOCK: [2026-09-11 Fri 09:00]--[2026-09-11 Fri 09:30] =>  0:30\n  :END:\n";
+  for (const std::string& under : {properties + logbook, logbook + properties, indented}) {
+    const std::string text =
+        "#+title: Inbox\n#+type: inbox\n#+TODO: TODO NEXT INPROCESS WAITING | DONE CANCELLED\n"
+        "* DONE Call Ana\n  CLOSED: [2026-09-11 Fri 10:02] DEADLINE: <2026-09-20 Sun 10:00 +1w>\n" +
+        under;
+    const Inbox inbox = org.parseInbox(text);
+    ASSERT_EQ(inbox.items.size(), 1U);
+    EXPECT_EQ(inbox.items[0].due, DayDate::make(2026, 9, 20));
+    EXPECT_EQ(inbox.items[0].orgLogbook.size(), under == indented ? 1U : 2U);
+    EXPECT_EQ(org.renderInbox(inbox), text);
+  }
+}
+
+}  // namespace
+}  // namespace trivo

@@ -172,6 +172,22 @@ TEST(OrgEntry, PagesOfTheEarlierLayoutMoveTheSessionDrawerOnceAndKeepEveryLine) 
   EXPECT_EQ(org.renderDay(org.parseDay(once, day)), once);
 }
 
+// Pages written by the version that did not know Emacs's planning line carry a second planning
+// line, a second note and the session's clock in two drawers: one write leaves one of each.
+TEST(OrgEntry, PagesDoubledByEarlierWritesComeBackWithEachLineOnce) {
+  const MarkdownSerializer org(YearMode::quarter, TextSyntax::org);
+  const DayDate day = *DayDate::make(2026, 9, 11);
+  const std::string emacsPlanning = "CLOSED: [2026-09-11 Fri 10:02] SCHEDULED: <2026-09-11 Fri>";
+  const std::string doubled =
+      dayPage("DONE", "SCHEDULED: <2026-09-11 Fri>\n" + kOwnNote + "\n:LOGBOOK:\n" + kSession +
+                          "\n:END:\n" + emacsPlanning + "\n:LOGBOOK:\n" + kEmacsClock + "\n" +
+                          kSession + "\n:END:");
+  const std::string once = org.renderDay(org.parseDay(doubled, day));
+  EXPECT_EQ(once, dayPage("DONE", emacsPlanning + "\n:LOGBOOK:\n" + kEmacsClock + "\n" +
+                                      kSession + "\n:END:"));
+  EXPECT_EQ(org.renderDay(org.parseDay(once, day)), once);
+}
+
 TEST(OrgEntry, LogNotesAreOrgsNoteHeadings) {
   for (const char* note :
        {"- State \"DONE\"       from \"TODO\"       [2026-09-11 Fri 10:02]",

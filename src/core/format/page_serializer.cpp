@@ -13,6 +13,7 @@
 #include "core/content/content_bundle.h"
 #include "core/format/legacy_headings.h"
 #include "core/format/list_lines.h"
+#include "core/format/org_entry.h"
 #include "core/format/outline.h"
 #include "core/format/regex.h"
 #include "core/format/section_writer.h"
@@ -325,22 +326,8 @@ std::string planningLine(Scope scope, const DayDate& day) {
   return (scope == Scope::day ? "SCHEDULED: " : "DEADLINE: ") + TextSyntax::timestamp(day);
 }
 
-bool isOwnPlanningLine(std::string_view line) {
-  const auto t = text::trim(line);
-  for (std::string_view word : {"SCHEDULED: <", "DEADLINE: <"}) {
-    if (t.starts_with(word) && t.ends_with('>') &&
-        t.find('<', word.size()) == std::string_view::npos && t.find('>') == t.size() - 1) {
-      return true;
-    }
-  }
-  return false;
-}
-
-OutcomeSet readOutcomes(SectionReader& reader, std::string_view key, Scope scope,
-                        const DayDate& due) {
+OutcomeSet readOutcomes(SectionReader& reader, std::string_view key, Scope scope) {
   std::vector<Outcome> list;
-  bool planned = false;  // the current outcome's planning line was read
-  bool noted = false;    // and its state-change note
   const TextSyntax syntax = reader.syntax;
   auto keep = [&](std::string_view line) {
     if (list.empty()) return false;
@@ -370,31 +357,18 @@ OutcomeSet readOutcomes(SectionReader& reader, std::string_view key, Scope scope
               }
               if (found) {
                 list.push_back(std::move(*found));
-                planned = false;
-                noted = false;
                 return true;
               }
             }
             if (list.empty()) return false;
             auto& outcome = list.back();
-            const bool first = outcome.comments.empty() && outcome.trailingLines.empty();
-            if (!isMarkdown(syntax) && first && !planned && isOwnPlanningLine(line)) {
-              planned = true;
-              return true;
-            }
-            // The state-change note written under a done outcome is taken back only in the exact
-            // form it is written in; a note Emacs wrote on another day stays as it stands.
-            if (!isMarkdown(syntax) && first && planned && !noted &&
-                outcome.state == OutcomeState::done &&
-                line == TextSyntax::orgDoneLine(due, std::nullopt)) {
-              noted = true;
-              return true;
-            }
+            // On Org pages the lines under an outcome are sorted out once the page's sessions
+            // are known (settleOrgOutcomes).
             // A comment is taken in the form it is written in and only before any other line, so
             // that lines kept under an outcome come back exactly where they stood.
-            const std::string indent = isMarkdown(syntax) ? "  " : "";
-            if (auto comment = commentText(line); comment && outcome.trailingLines.empty() &&
-                                                  indent + commentLine(*comment) == line) {
+            if (auto comment = commentText(line);
+                isMarkdown(syntax) && comment && outcome.trailingLines.empty() &&
+                "  " + commentLine(*comment) == line) {
               outcome.comments.push_back(*comment);
             } else {
               outcome.trailingLines.emplace_back(line);
@@ -417,33 +391,31 @@ std::optional<std::string> clockLine(const DayDate& day, const FocusSession& ses
          ":" + (minutes % 60 < 10 ? "0" : "") + std::to_string(minutes % 60);
 }
 
-// The logbook drawer an Org day page shows under an outcome: a clock line for each finished
-// session spent on it. It is drawn from the sessions list, which holds the sessions themselves.
-std::vector<std::string> clockDrawer(const DayDate& day, const Outcome& outcome,
-                                     const std::vector<FocusSession>& sessions) {
-  std::vector<std::string> lines;
-  if (outcome.isBlank()) return lines;
+// What Trivo writes under an Org outcome itself: its planning line, the state-change note when it
+// is done, and a clock line for each finished session spent on it (drawn from the sessions list,
+// which holds the sessions themselves).
+OrgEntry::Own ownOrgLines(const Outcome& outcome, Scope scope, const DayDate& due,
+                          const std::vector<FocusSession>& sessions) {
+  OrgEntry::Own own{planningLine(scope, due), TextSyntax::orgDoneLine(due, std::nullopt), {}};
+  if (outcome.isBlank()) return own;
   for (const auto& session : sessions) {
     if (session.outcome != outcome.text) continue;
-    if (auto line = clockLine(day, session)) lines.push_back(*line);
+    if (auto line = clockLine(due, session)) own.clocks.push_back(*line);
   }
-  if (lines.empty()) return lines;
-  lines.insert(lines.begin(), ":LOGBOOK:");
-  lines.emplace_back(":END:");
-  return lines;
+  return own;
 }
 
-// Takes the drawer that clockDrawer writes off the lines kept under each outcome; a drawer the
-// user changed stays as written.
-void dropClockDrawers(OutcomeSet& set, const DayDate& day,
-                      const std::vector<FocusSession>& sessions) {
+// Sorts the lines read under each Org outcome into Trivo's own (dropped: they are written
+// afresh), comments and lines kept as they stand.
+void settleOrgOutcomes(TextSyntax syntax, OutcomeSet& set, const DayDate& due,
+                       const std::vector<FocusSession>& sessions = {}) {
+  if (isMarkdown(syntax)) return;
   for (auto& outcome : set.outcomes) {
-    const auto drawer = clockDrawer(day, outcome, sessions);
-    auto& kept = outcome.trailingLines;
-    if (!drawer.empty() && kept.size() >= drawer.size() &&
-        std::equal(drawer.begin(), drawer.end(), kept.begin())) {
-      kept.erase(kept.begin(), kept.begin() + static_cast<std::ptrdiff_t>(drawer.size()));
-    }
+    auto parts =
+        OrgEntry::read(syntax, outcome.trailingLines, ownOrgLines(outcome, set.scope, due, sessions),
+                       outcome.state == OutcomeState::done);
+    outcome.comments = std::move(parts.comments);
+    outcome.trailingLines = std::move(parts.kept);
   }
 }
 
@@ -452,30 +424,20 @@ std::string renderOutcomes(TextSyntax syntax, const OutcomeSet& set, const DayDa
   std::vector<std::string> lines;
   for (const auto& outcome : OutcomeSet::normalize(set.outcomes)) {
     const std::string words = ServesLink::join(outcome.text, outcome.serves);
+    std::vector<std::string> under;
     if (isMarkdown(syntax)) {
       lines.push_back(CheckboxLine::render(CheckboxLine::markFor(outcome.state), words));
+      // A Markdown comment is indented so that it belongs to the list item above it.
+      for (const auto& comment : outcome.comments) lines.push_back("  " + commentLine(comment));
+      under = outcome.trailingLines;
     } else {
       lines.push_back(TextSyntax::orgTaskHeading(outcome.state, outcome.orgKeyword, words));
-      lines.push_back(planningLine(set.scope, due));
-      // A done outcome carries Org's state-change note, dated by its page (the record keeps no
-      // day of its own), unless a note of the person's own is kept under it.
-      const bool hasNote = std::any_of(
-          outcome.trailingLines.begin(), outcome.trailingLines.end(),
-          [](const std::string& line) { return TextSyntax::orgDoneDate(line).has_value(); });
-      if (outcome.state == OutcomeState::done && !hasNote) {
-        lines.push_back(TextSyntax::orgDoneLine(due, std::nullopt));
-      }
-    }
-    // A Markdown comment is indented so that it belongs to the list item above it.
-    const std::string indent = isMarkdown(syntax) ? "  " : "";
-    for (const auto& comment : outcome.comments) lines.push_back(indent + commentLine(comment));
-    if (!isMarkdown(syntax)) {
-      for (auto& line : clockDrawer(due, outcome, sessions)) lines.push_back(std::move(line));
+      under = OrgEntry::write(syntax, ownOrgLines(outcome, set.scope, due, sessions),
+                              outcome.state == OutcomeState::done, outcome.comments,
+                              outcome.trailingLines);
     }
     // The next outcome must not land inside a block that these lines leave open.
-    if (!outcome.trailingLines.empty()) {
-      lines.push_back(closeFences(syntax, text::join(outcome.trailingLines, "\n")));
-    }
+    if (!under.empty()) lines.push_back(closeFences(syntax, text::join(under, "\n")));
   }
   return text::join(lines, "\n");
 }
@@ -1145,7 +1107,8 @@ std::optional<InboxItem> readUnderHeading(TextSyntax syntax, const TodoWords& wo
   bool logbook = false;
   while (at < lines.size()) {
     std::optional<std::vector<std::string>> drawer;
-    if (!properties && isDrawerLine(lines[at], ":PROPERTIES:")) {
+    // Org reads a property drawer only before the logbook; one after it stays where it stood.
+    if (!properties && !logbook && isDrawerLine(lines[at], ":PROPERTIES:")) {
       drawer = readDrawer(lines, at);
       properties = drawer.has_value();
       if (drawer) item.orgProperties = std::move(*drawer);
@@ -1484,14 +1447,14 @@ DayEntry MarkdownSerializer::parseDay(std::string_view text, const DayDate& date
     entry.liked = true;
     return FieldValue::taken;
   });
-  entry.outcomes = readOutcomes(page.reader, "outcomes", Scope::day, date);
+  entry.outcomes = readOutcomes(page.reader, "outcomes", Scope::day);
   entry.checklist = readChecklist(page.reader, "checklist");
   entry.pulledItems = readInboxItems(page.reader, "pulled");
   entry.notes = readText(page.reader, "notes", kSectionLevel).value_or("");
   entry.journal = readJournal(page.reader, "journal");
   entry.forTomorrow = readChecklist(page.reader, "tomorrow");
   entry.sessions = readSessions(page.reader, "sessions");
-  if (!isMarkdown(syntax_)) dropClockDrawers(entry.outcomes, date, entry.sessions);
+  settleOrgOutcomes(syntax_, entry.outcomes, date, entry.sessions);
   entry.passthrough = std::move(page.reader.pass);
   return entry;
 }
@@ -1533,7 +1496,8 @@ WeekEntry MarkdownSerializer::parseWeek(std::string_view text, const ISOWeek& we
     return FieldValue::taken;
   });
   entry.hotspots = readListField(page, syntax_, "hotspots");
-  entry.outcomes = readOutcomes(page.reader, "outcomes", Scope::week, week.sunday());
+  entry.outcomes = readOutcomes(page.reader, "outcomes", Scope::week);
+  settleOrgOutcomes(syntax_, entry.outcomes, week.sunday());
   entry.checklist = readChecklist(page.reader, "checklist");
   readReflection(page.reader, "reflection", fridayKeys_, entry.reflection);
   entry.passthrough = std::move(page.reader.pass);
@@ -1568,7 +1532,8 @@ MonthEntry MarkdownSerializer::parseMonth(std::string_view text, const YearMonth
   MonthEntry entry;
   entry.month = month;
   entry.hotspots = readListField(page, syntax_, "hotspots");
-  entry.outcomes = readOutcomes(page.reader, "outcomes", Scope::month, month.lastDay());
+  entry.outcomes = readOutcomes(page.reader, "outcomes", Scope::month);
+  settleOrgOutcomes(syntax_, entry.outcomes, month.lastDay());
   if (auto answer = readText(page.reader, "reflection", kSectionLevel)) {
     entry.reflection.answers["reflection"] = *answer;
   }
@@ -1599,7 +1564,8 @@ QuarterEntry MarkdownSerializer::parseQuarter(std::string_view text,
                        quarterKeys_);
   QuarterEntry entry;
   entry.quarter = quarter;
-  entry.outcomes = readOutcomes(page.reader, "outcomes", Scope::quarter, quarter.lastDay());
+  entry.outcomes = readOutcomes(page.reader, "outcomes", Scope::quarter);
+  settleOrgOutcomes(syntax_, entry.outcomes, quarter.lastDay());
   readReflection(page.reader, "reflection", quarterGroupKeys_, entry.reflection);
   entry.mindSweep = readText(page.reader, "mindsweep", kSectionLevel).value_or("");
   entry.passthrough = std::move(page.reader.pass);
@@ -1628,8 +1594,8 @@ YearEntry MarkdownSerializer::parseYear(std::string_view text, std::int64_t year
       {{"year", std::to_string(year)}, {"type", std::nullopt}, {"title", std::nullopt}}, yearKeys_);
   YearEntry entry;
   entry.year = year;
-  entry.outcomes = readOutcomes(page.reader, "outcomes", Scope::year,
-                                DayDate::make(year, 12, 31).value_or(DayDate{}));
+  entry.outcomes = readOutcomes(page.reader, "outcomes", Scope::year);
+  settleOrgOutcomes(syntax_, entry.outcomes, DayDate::make(year, 12, 31).value_or(DayDate{}));
   if (auto answer = readText(page.reader, "year.gratitude", kSectionLevel)) {
     entry.reflection.answers["gratitude"] = *answer;
   }

@@ -74,6 +74,9 @@ class Gen {
                                 static_cast<OutcomeState>(below(3)));
       if (coin()) o.serves = static_cast<std::int64_t>(1 + below(3));
       for (std::size_t c = below(3); c > 0; --c) o.comments.push_back(words(1, 3));
+      if (syntax_ == TextSyntax::org && below(3) == 0) {
+        o.trailingLines = orgLayout(o.state == OutcomeState::done);
+      }
       if (below(4) == 0) o.trailingLines.push_back("  kept " + words(1, 2));
       if (syntax_ == TextSyntax::org && o.state == OutcomeState::planned && below(3) == 0) {
         o.orgKeyword = OrgKeyword{coin() ? "NEXT" : "WAITING", OutcomeState::planned};
@@ -81,6 +84,39 @@ class Gen {
       list.push_back(std::move(o));
     }
     return OutcomeSet(scope, std::move(list));
+  }
+
+  // What Emacs leaves under an Org outcome: a planning line of the person's (a CLOSED stamp only
+  // on a done one, as Org takes it off when the item opens again), a property drawer and a
+  // logbook with its own clocks and notes, each indented or not.
+  std::vector<std::string> orgLayout(bool done) {
+    static const std::vector<std::string> planning = {
+        "SCHEDULED: <2026-09-16 Wed 09:00-10:30>",
+        "DEADLINE: <2026-09-20 Sun -2d> SCHEDULED: <2026-09-16 Wed .+1w>",
+        "SCHEDULED: <2026-09-14 Mon ++1w>", "DEADLINE: <2026-09-18 Fri>"};
+    const std::string indent = coin() ? "" : "   ";
+    std::vector<std::string> lines;
+    if (coin()) {
+      std::string line = planning[below(planning.size())];
+      if (done && coin()) line = coin() ? "CLOSED: [2026-09-16 Wed 10:02] " + line
+                                        : line + " CLOSED: [2026-09-16 Wed 10:02]";
+      lines.push_back(indent + line);
+    } else if (done && coin()) {
+      lines.push_back(indent + "CLOSED: [2026-09-16 Wed 10:02]");
+    }
+    if (coin()) {
+      lines.insert(lines.end(), {indent + ":PROPERTIES:", indent + ":EFFORT:   0:30",
+                                 indent + ":END:"});
+    }
+    if (coin()) {
+      lines.push_back(indent + ":LOGBOOK:");
+      if (coin()) {
+        lines.push_back(indent + "- State \"DONE\"       from \"TODO\"       [2026-09-16 Wed 10:02]");
+      }
+      lines.push_back(indent + "CLOCK: [2026-09-16 Wed 11:00]--[2026-09-16 Wed 11:40] =>  0:40");
+      lines.push_back(indent + ":END:");
+    }
+    return lines;
   }
 
   std::vector<TaskStep> steps(int depth) {
@@ -519,9 +555,9 @@ TEST(PageSerializer, OrgSessionsClockUnderTheOutcomeTheyServed) {
   running.end.reset();
   day.sessions = {late, running};
   const std::string text = org.renderDay(day);
-  EXPECT_NE(text.find("** TODO Ship the report\nSCHEDULED: <2026-09-16 Wed>\n> draft first\n"
+  EXPECT_NE(text.find("** TODO Ship the report\nSCHEDULED: <2026-09-16 Wed>\n"
                       ":LOGBOOK:\nCLOCK: [2026-09-16 Wed 23:40]--[2026-09-17 Thu 00:05] =>  0:25\n"
-                      ":END:\n** TODO\n"),
+                      ":END:\n> draft first\n** TODO\n"),
             std::string::npos)
       << text;
   EXPECT_NE(text.find("- 23:40\u201300:05 \u00B7 25m \u00B7 Ship the report"), std::string::npos);
@@ -742,6 +778,36 @@ TEST(PageSerializer, OrgHeadingsWithAKeywordAreInboxItems) {
     EXPECT_EQ(read.items[0].trailingLines.size(), 3U) << page;
     const std::string once = s.renderInbox(read);
     EXPECT_EQ(s.renderInbox(s.parseInbox(once)), once);
+  }
+}
+
+}  // namespace
+}  // namespace trivo
+
+namespace trivo {
+namespace {
+
+// Heading items keep the drawers Emacs writes under them in the order they stand; a property
+// drawer after the logbook is not one Org reads, and stays a line of the item's own.
+TEST(PageSerializer, OrgHeadingItemsKeepTheirDrawersWhereTheyStand) {
+  const MarkdownSerializer org(YearMode::quarter, TextSyntax::org);
+  const std::string properties = ":PROPERTIES:\n:CATEGORY: home\n:END:\n";
+  const std::string logbook =
+      ":LOGBOOK:\n- State \"DONE\"       from \"TODO\"       [2026-09-11 Fri 10:02]\n"
+      "CLOCK: [2026-09-11 Fri 09:00]--[2026-09-11 Fri 09:30] =>  0:30\n:END:\n";
+  const std::string indented =
+      "  :PROPERTIES:\n  :CATEGORY: home\n  :END:\n  :LOGBOOK:\n"
+      "  CLOCK: [2026-09-11 Fri 09:00]--[2026-09-11 Fri 09:30] =>  0:30\n  :END:\n";
+  for (const std::string& under : {properties + logbook, logbook + properties, indented}) {
+    const std::string text =
+        "#+title: Inbox\n#+type: inbox\n#+TODO: TODO NEXT INPROCESS WAITING | DONE CANCELLED\n"
+        "* DONE Call Ana\n  CLOSED: [2026-09-11 Fri 10:02] DEADLINE: <2026-09-20 Sun 10:00 +1w>\n" +
+        under;
+    const Inbox inbox = org.parseInbox(text);
+    ASSERT_EQ(inbox.items.size(), 1U);
+    EXPECT_EQ(inbox.items[0].due, DayDate::make(2026, 9, 20));
+    EXPECT_EQ(inbox.items[0].orgLogbook.size(), under == indented ? 1U : 2U);
+    EXPECT_EQ(org.renderInbox(inbox), text);
   }
 }
 

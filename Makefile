@@ -9,7 +9,7 @@ FUZZ_SECONDS ?= 300
 FUZZ_RUNS  ?=
 CMAKE_GEN  := -G Ninja
 
-.PHONY: all deps build run test sanitize tsan bench fuzz format clean
+.PHONY: all deps build run test sanitize tsan bench fuzz soak format clean
 
 all: build
 
@@ -38,6 +38,11 @@ tsan: deps
 	cmake -S . -B $(TSAN_BUILD) $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=Debug -DTRIVO_TSAN=ON
 	cmake --build $(TSAN_BUILD) -j $(JOBS) --target trivo_tests
 	ctest --test-dir $(TSAN_BUILD) --output-on-failure -j $(JOBS) -R 'Store|Watcher|Live'
+
+# The long soak of the store against other writers (CI runs a short one with the tests).
+SOAK_SAVES ?= 10000
+soak: build
+	TRIVO_SOAK_SAVES=$(SOAK_SAVES) $(BUILD)/trivo_tests --gtest_filter='StoreSoak.*:StoreFaults.*'
 
 bench: deps
 	cmake -S . -B $(BENCH_BUILD) $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=Release -DTRIVO_BENCH=ON \

@@ -35,6 +35,7 @@ class WidgetHostCommands : public ::testing::Test {
     s.phase = LiveState::Phase::running;
     s.subject = "Essay";
     s.ends = std::chrono::system_clock::now() + 10min;
+    s.stamp = std::chrono::system_clock::now();
     s.done = 2;
     s.set = 3;
     s.drafts = {{"Idea & more", "first line"}};
@@ -142,6 +143,7 @@ TEST_F(WidgetHostCommands, BarPrintsANewLineWhenTheRecordChanges) {
   LiveState paused;
   paused.phase = LiveState::Phase::paused;
   paused.subject = "Essay";
+  paused.stamp = std::chrono::system_clock::now();
   // Written the way the app writes: beside the target, then renamed over it.
   group_.write(".live.json.tmp", Json(paused).dump());
   std::filesystem::rename(group_.path() / ".live.json.tmp", group_.path() / "live.json");

@@ -163,6 +163,12 @@ BoardServer::BoardServer(BoardServerLimits limits)
   });
 }
 
+bool BoardServer::listenAfterBind() {
+  // Listening again on a listening socket only changes its queue length.
+  if (svr_sock_ != INVALID_SOCKET) ::listen(svr_sock_, SOMAXCONN);
+  return listen_after_bind();
+}
+
 bool BoardServer::process_and_close_socket(socket_t sock) {
   const auto start = SteadyClock::now();
   sockaddr_storage peer{};

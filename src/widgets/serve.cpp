@@ -195,7 +195,7 @@ int serveBoard(int port, const BoardServerLimits& limits) {
     changes.stop();
     server.stop();
   });
-  const bool ok = server.listen_after_bind();
+  const bool ok = server.listenAfterBind();
   // The server may also end on its own (a listen error): wake the stopper so it can be joined.
   if (stopper.joinable()) {
     pthread_kill(stopper.native_handle(), SIGTERM);

@@ -163,10 +163,9 @@ BoardServer::BoardServer(BoardServerLimits limits)
   });
 }
 
-bool BoardServer::listenAfterBind() {
+void BoardServer::widenBacklog() {
   // Listening again on a listening socket only changes its queue length.
   if (svr_sock_ != INVALID_SOCKET) ::listen(svr_sock_, SOMAXCONN);
-  return listen_after_bind();
 }
 
 bool BoardServer::process_and_close_socket(socket_t sock) {

@@ -27,9 +27,10 @@ class BoardServer final : public httplib::Server {
  public:
   explicit BoardServer(BoardServerLimits limits = {});
 
-  // listen_after_bind() with a full-sized accept queue: cpp-httplib asks for five, so a burst of
-  // connections (a browser opens several at once) waited a second for SYN retries.
-  bool listenAfterBind();
+  // Gives the bound socket a full-sized accept queue: cpp-httplib asks for five, so a burst of
+  // connections (a browser opens several at once) waited a second for SYN retries. Call after
+  // binding and before anything may stop the server.
+  void widenBacklog();
 
  private:
   // Serves one request per connection, each connection on its own thread (cpp-httplib's fixed

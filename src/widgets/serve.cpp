@@ -4,6 +4,7 @@
 #include <pthread.h>
 #include <signal.h>
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
@@ -187,20 +188,26 @@ int serveBoard(int port, const BoardServerLimits& limits) {
               << " (is another board already serving there?); choose another port with --port.\n";
     return 1;
   }
+  server.widenBacklog();
   std::cout << "serving http://127.0.0.1:" << bound << "/" << std::endl;
 
-  std::thread stopper([&server, &changes, stopSignals] {
+  std::atomic<bool> finished{false};
+  std::thread stopper([&server, &changes, &finished, stopSignals] {
     int signal = 0;
     sigwait(&stopSignals, &signal);
     changes.stop();
-    server.stop();
+    // A signal that comes before the server runs would find nothing to stop (cpp-httplib ignores
+    // stop() until it listens): ask again until it has ended.
+    while (!finished.load()) {
+      server.stop();
+      std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
   });
-  const bool ok = server.listenAfterBind();
+  const bool ok = server.listen_after_bind();
+  finished = true;
   // The server may also end on its own (a listen error): wake the stopper so it can be joined.
-  if (stopper.joinable()) {
-    pthread_kill(stopper.native_handle(), SIGTERM);
-    stopper.join();
-  }
+  pthread_kill(stopper.native_handle(), SIGTERM);
+  stopper.join();
   return ok ? 0 : 1;
 }
 

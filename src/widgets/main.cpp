@@ -1,21 +1,17 @@
 // Entry point of `trivo-widgets`, the widget host that draws the day from the live state.
-#include <poll.h>
-#include <sys/inotify.h>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <array>
-#include <climits>
-#include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <iostream>
 
 #include "core/version.h"
+#include "core/widgets/bar_feed.h"
 #include "core/widgets/focus_provider.h"
 #include "core/widgets/render.h"
 #include "core/widgets/trivo_widgets.h"
+#include "widgets/live_watch.h"
 #include "widgets/serve.h"
 
 namespace {
@@ -74,82 +70,21 @@ int show(const std::string& kind, WidgetSize size) {
   return 0;
 }
 
-// Watches the live-state folders for a new "live.json".
-class LiveWatch {
- public:
-  LiveWatch() : fd_(inotify_init1(IN_NONBLOCK | IN_CLOEXEC)) {
-    if (fd_ < 0) return;
-    for (const auto& folder : LiveState::places()) {
-      inotify_add_watch(fd_, folder.c_str(),
-                        IN_CLOSE_WRITE | IN_MOVED_TO | IN_CREATE | IN_DELETE | IN_ONLYDIR);
-    }
-  }
-  ~LiveWatch() {
-    if (fd_ >= 0) close(fd_);
-  }
-  LiveWatch(const LiveWatch&) = delete;
-  LiveWatch& operator=(const LiveWatch&) = delete;
-
-  // Waits up to `timeoutMs`; true when "live.json" changed meanwhile.
-  bool wait(int timeoutMs) {
-    pollfd p{fd_, POLLIN, 0};
-    if (fd_ < 0) {
-      poll(nullptr, 0, timeoutMs);
-      return false;
-    }
-    if (poll(&p, 1, timeoutMs) <= 0) return false;
-    bool changed = false;
-    alignas(inotify_event) std::array<char, 4096> buffer{};
-    for (;;) {
-      const ssize_t n = read(fd_, buffer.data(), buffer.size());
-      if (n <= 0) break;
-      for (std::size_t at = 0; at < static_cast<std::size_t>(n);) {
-        inotify_event event{};
-        std::memcpy(&event, buffer.data() + at, sizeof event);
-        const char* name = buffer.data() + at + sizeof event;
-        if (event.len > 0 && std::string(name) == "live.json") changed = true;
-        // An overflow may have hidden the change.
-        if (event.mask & IN_Q_OVERFLOW) changed = true;
-        at += sizeof event + event.len;
-      }
-    }
-    return changed;
-  }
-
- private:
-  int fd_;
-};
-
-int bar(const std::string& kind, WidgetSize size, bool once) {
+int bar(const std::string& kind, WidgetSize size, BarFormat format, bool once) {
   const auto widget = widgetOfKind(kind);
   const Clock& clock = SystemClock::shared();
-  LiveWatch watch;
-  std::string last;
-  bool reloadDue = true;
-  for (;;) {
-    const auto timeline = FocusProvider(clock).getTimeline(size);
-    const auto& entry = timeline.entries.front();
-    const auto line = barLine(render(widget, entry.state, contextNow(clock, size, entry.date)));
-    // The app rewrites its record every few seconds with only a new stamp; a bar needs a line
-    // when something it shows changed, or when the timeline says so.
-    if (reloadDue || line != last) {
-      std::cout << line << std::endl;
-      if (!std::cout) return 1;
-      last = line;
-    }
-    if (once) return 0;
-    reloadDue = false;
-    for (;;) {
-      const auto left =
-          std::chrono::duration_cast<std::chrono::milliseconds>(timeline.reloadAfter - clock.now());
-      if (left.count() <= 0) {
-        reloadDue = true;
-        break;
-      }
-      const int timeout = static_cast<int>(std::min<std::int64_t>(left.count(), INT_MAX));
-      if (watch.wait(timeout)) break;
-    }
+  const BarFeed feed(clock, widget, size, format);
+  if (once) {
+    std::cout << feed.line(LiveState::read(), clock.now()) << std::endl;
+    return std::cout ? 0 : 1;
   }
+  LiveWatch watch(clock);
+  // A bar that has gone away closes the pipe: stop then instead of writing into nothing.
+  feed.run([] { return LiveState::read(); }, watch, [](const std::string& line) {
+    std::cout << line << std::endl;
+    return static_cast<bool>(std::cout);
+  });
+  return 1;
 }
 
 }  // namespace
@@ -171,18 +106,28 @@ int main(int argc, char** argv) {
       ->check(CLI::IsMember({"small", "medium", "large"}));
 
   bool once = false;
+  std::string formatName = "waybar";
   auto* barCmd = app.add_subcommand(
-      "bar", "Print status-bar JSON lines for one widget, a new one whenever it changes.");
+      "bar",
+      "Print status-bar lines for one widget: one now, a new one whenever it changes, each "
+      "minute of a running session and each second of its last minute.");
   barCmd->add_option("KIND", kind, "The widget's kind, such as TrivoFocus.")->required();
   barCmd->add_option("--size", sizeName, "small, medium or large.")
       ->check(CLI::IsMember({"small", "medium", "large"}));
+  barCmd->add_option("--format", formatName, "waybar (JSON, the default), i3blocks, polybar or tmux.")
+      ->check(CLI::IsMember({"waybar", "i3blocks", "polybar", "tmux"}));
   barCmd->add_flag("--once", once, "Print one line and exit.");
 
   int port = 0;
+  double requestTimeout = 5;
   auto* serveCmd = app.add_subcommand(
-      "serve", "Serve all nine widgets as one web page on 127.0.0.1 (read-only).");
+      "serve", "Serve all nine widgets as one live web page on 127.0.0.1 (read-only).");
   serveCmd->add_option("--port", port, "The port to listen on; 0 picks a free one.")
       ->check(CLI::Range(0, 65535));
+  serveCmd
+      ->add_option("--request-timeout", requestTimeout,
+                   "Seconds a client has to send its whole request (default 5).")
+      ->check(CLI::Range(0.1, 300.0));
 
   try {
     app.parse(argc, argv);
@@ -197,16 +142,22 @@ int main(int argc, char** argv) {
     return 0;
   } catch (const CLI::ParseError& e) {
     std::cerr << "trivo-widgets: " << e.what() << "\n";
-    std::cerr << "usage: trivo-widgets list | show KIND [--size SIZE] | bar KIND [--once] | serve "
-                 "[--port N]\n";
+    std::cerr << "usage: trivo-widgets list | show KIND [--size SIZE] | bar KIND [--size SIZE] "
+                 "[--format FORMAT] [--once] | serve [--port N] [--request-timeout SECONDS]\n";
     return 2;
   }
   const auto size = widgetSizeFromName(sizeName).value_or(WidgetSize::medium);
   try {
     if (*listCmd) return list(listJson);
     if (*showCmd) return show(kind, size);
-    if (*barCmd) return bar(kind, size, once);
-    if (*serveCmd) return serveBoard(port);
+    if (*barCmd) {
+      return bar(kind, size, barFormatFromName(formatName).value_or(BarFormat::waybar), once);
+    }
+    if (*serveCmd) {
+      BoardServerLimits limits;
+      limits.requestTimeout = std::chrono::milliseconds(static_cast<long>(requestTimeout * 1000));
+      return serveBoard(port, limits);
+    }
   } catch (const Refusal& refusal) {
     std::cerr << "trivo-widgets: " << refusal.message << '\n';
     return refusal.exitCode;

@@ -35,6 +35,7 @@ class WidgetHostCommands : public ::testing::Test {
     s.phase = LiveState::Phase::running;
     s.subject = "Essay";
     s.ends = std::chrono::system_clock::now() + 10min;
+    s.stamp = std::chrono::system_clock::now();
     s.done = 2;
     s.set = 3;
     s.drafts = {{"Idea & more", "first line"}};
@@ -142,6 +143,7 @@ TEST_F(WidgetHostCommands, BarPrintsANewLineWhenTheRecordChanges) {
   LiveState paused;
   paused.phase = LiveState::Phase::paused;
   paused.subject = "Essay";
+  paused.stamp = std::chrono::system_clock::now();
   // Written the way the app writes: beside the target, then renamed over it.
   group_.write(".live.json.tmp", Json(paused).dump());
   std::filesystem::rename(group_.path() / ".live.json.tmp", group_.path() / "live.json");
@@ -158,6 +160,71 @@ TEST_F(WidgetHostCommands, BarPrintsANewLineWhenTheRecordChanges) {
   EXPECT_EQ(Json::parse(second)["text"], "Paused Essay");
 }
 
+// Bytes a terminal or a bar would act on: C0 and C1 controls, DEL, a bidirectional override.
+bool hasControls(const std::string& text) {
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const auto c = static_cast<unsigned char>(text[i]);
+    if ((c < 0x20 && c != '\n') || c == 0x7F) return true;
+    if (c == 0xC2 && i + 1 < text.size() && static_cast<unsigned char>(text[i + 1]) >= 0x80 &&
+        static_cast<unsigned char>(text[i + 1]) <= 0x9F) {
+      return true;
+    }
+    if (text.compare(i, 3, "\xE2\x80\xAE") == 0) return true;
+  }
+  return false;
+}
+
+TEST_F(WidgetHostCommands, NoEscapeSequenceFromTheRecordReachesTheTerminal) {
+  // Written by hand: JSON escapes carry what a hostile writer would put there.
+  group_.write("live.json", R"({"phase": "running", "subject": "\u001b]0;owned\u0007Essay\u001b[2J",
+    "ends": "2099-01-01T00:00:00.000Z", "stamp": "2099-01-01T00:00:00.000Z",
+    "agenda": [{"text": "\u009b31mDentist\u007f", "day": "", "time": "09:30"}],
+    "drafts": [{"title": "txt.\u202egpj", "preview": "one\ntwo\u0000"}],
+    "cards": [{"key": "day", "title": "\u001bP+q\u001b\\", "outcomes": [{"text": "\u001b[5mShip", "state": "done"}]}]})");
+  for (const auto& args : std::vector<std::vector<std::string>>{
+           {"show", "TrivoFocus", "--size", "large"},
+           {"show", "TrivoAgenda"},
+           {"show", "TrivoDrafts"},
+           {"show", "TrivoDay"},
+           {"bar", "TrivoFocus", "--once", "--format", "i3blocks"},
+           {"bar", "TrivoDrafts", "--once", "--format", "tmux"},
+           {"bar", "TrivoAgenda", "--once", "--format", "polybar"}}) {
+    const auto r = run(args);
+    ASSERT_EQ(r.exitCode, 0) << args[1] << ": " << r.err;
+    EXPECT_FALSE(hasControls(r.out)) << args[1] << ": " << r.out;
+  }
+  // The words around the escapes are still shown.
+  EXPECT_NE(run({"show", "TrivoFocus"}).out.find("Essay"), std::string::npos);
+  EXPECT_NE(run({"show", "TrivoAgenda"}).out.find("31mDentist"), std::string::npos);
+  EXPECT_NE(run({"show", "TrivoDrafts"}).out.find("one two"), std::string::npos);
+}
+
+TEST_F(WidgetHostCommands, BarCountsDownEachSecondOfTheLastMinute) {
+  testing::ProcessOptions options;
+  options.env = {{"TRIVO_GROUP_DIR", group_.path().string()},
+                 {"XDG_STATE_HOME", state_.path().string()},
+                 {"XDG_RUNTIME_DIR", std::nullopt}};
+  testing::BackgroundProcess bar(testing::builtProgram("trivo-widgets"),
+                                 {"bar", "TrivoFocus", "--format", "i3blocks"}, options);
+  ASSERT_TRUE(bar.readLine(10000)) << "no first line";
+  // A session with 63.5 s left starts once the bar runs: "2:00" (minutes count up), "1:00" at
+  // the last minute, then a line each second. A slow start may cost the "2:00", nothing else.
+  LiveState s = running();
+  s.ends = std::chrono::system_clock::now() + 63500ms;
+  group_.write(".live.json.tmp", Json(s).dump());
+  std::filesystem::rename(group_.path() / ".live.json.tmp", group_.path() / "live.json");
+  std::vector<std::string> lines;
+  while (lines.empty() || lines.back() != "0:58 Essay") {
+    const auto line = bar.readLine(4000);
+    if (!line) break;
+    lines.push_back(*line);
+  }
+  ASSERT_GE(lines.size(), 3u);
+  EXPECT_EQ(std::vector<std::string>(lines.end() - 3, lines.end()),
+            (std::vector<std::string>{"1:00 Essay", "0:59 Essay", "0:58 Essay"}));
+  for (std::size_t i = 0; i + 3 < lines.size(); ++i) EXPECT_EQ(lines[i], "2:00 Essay");
+}
+
 TEST_F(WidgetHostCommands, RefusesUnknownKindsAndBadUsage) {
   auto unknown = run({"show", "TrivoNope"});
   EXPECT_EQ(unknown.exitCode, 1);
@@ -166,6 +233,7 @@ TEST_F(WidgetHostCommands, RefusesUnknownKindsAndBadUsage) {
             "to see the kinds.\n");
   EXPECT_EQ(run({"show"}).exitCode, 2);
   EXPECT_EQ(run({"bar", "TrivoFocus", "--size", "huge"}).exitCode, 2);
+  EXPECT_EQ(run({"bar", "TrivoFocus", "--format", "xmobar"}).exitCode, 2);
 }
 
 }  // namespace

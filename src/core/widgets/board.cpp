@@ -3,7 +3,9 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstdint>
 
+#include "core/util/printf.h"
 #include "core/widgets/render.h"
 #include "core/widgets/trivo_widgets.h"
 
@@ -26,6 +28,26 @@ article p.link { display: inline-block; margin: 6px 10px 0 0; }
 a { color: #2f6f5e; text-decoration: none; margin-right: 10px; }
 a.button { display: inline-block; border: 1px solid #2f6f5e; border-radius: 8px;
            padding: 2px 10px; margin: 6px 8px 0 0; }
+)";
+
+// Follows the event stream and swaps in each new set of widgets. The page says which version it
+// was drawn from, so the server sends only what is newer; after a lost connection the browser
+// reconnects with the last event's id and gets the same treatment.
+constexpr std::string_view kScript = R"(
+'use strict';
+(function () {
+  const body = document.body;
+  const main = document.querySelector('main');
+  body.dataset.updates = '0';
+  const events = new EventSource('/events?since=' + encodeURIComponent(body.dataset.version || ''));
+  events.onopen = function () { body.dataset.live = 'open'; };
+  events.onerror = function () { body.dataset.live = 'retrying'; };
+  events.onmessage = function (event) {
+    main.innerHTML = event.data;
+    body.dataset.version = event.lastEventId;
+    body.dataset.updates = String(Number(body.dataset.updates) + 1);
+  };
+})();
 )";
 
 const char* styleClass(TextLine::Style style) {
@@ -125,13 +147,8 @@ std::string htmlEscape(std::string_view text) {
   return out;
 }
 
-std::string boardPage(const LiveState& state, const ViewContext& context, long reloadSeconds) {
-  std::string html = "<!DOCTYPE html>\n<html lang=\"" + htmlEscape(state.locale) +
-                     "\"><head><meta charset=\"utf-8\">"
-                     "<meta http-equiv=\"refresh\" content=\"" +
-                     std::to_string(std::max(reloadSeconds, 60L)) +
-                     "\"><title>Trivo widgets</title><style>" + std::string(kStyle) +
-                     "</style></head><body><h1>Trivo</h1><main>\n";
+std::string boardMain(const LiveState& state, const ViewContext& context) {
+  std::string html;
   for (const auto& widget : TrivoWidgets::widgets()) {
     html += "<article data-kind=\"" + htmlEscape(widget.kind) + "\" title=\"" +
             htmlEscape(widget.description.text()) + "\"><h2>" + htmlEscape(widget.name.text()) +
@@ -139,8 +156,49 @@ std::string boardPage(const LiveState& state, const ViewContext& context, long r
     for (const auto& line : render(widget, state, context).lines) html += lineHtml(line);
     html += "</article>\n";
   }
-  html += "</main></body></html>\n";
   return html;
+}
+
+std::string boardVersion(std::string_view mainHtml) {
+  // FNV-1a: stable across runs and builds, unlike std::hash, so a tab that outlives a restart
+  // of the server still compares equal versions.
+  std::uint64_t hash = 14695981039346656037ull;
+  for (char c : mainHtml) {
+    hash ^= static_cast<unsigned char>(c);
+    hash *= 1099511628211ull;
+  }
+  return stringPrintf("%016llx", static_cast<unsigned long long>(hash));
+}
+
+std::string boardPage(const LiveState& state, const ViewContext& context, long reloadSeconds) {
+  const std::string main = boardMain(state, context);
+  return "<!DOCTYPE html>\n<html lang=\"" + htmlEscape(state.locale) +
+         "\"><head><meta charset=\"utf-8\"><noscript><meta http-equiv=\"refresh\" content=\"" +
+         std::to_string(std::max(reloadSeconds, 60L)) +
+         "\"></noscript><title>Trivo widgets</title>"
+         "<link rel=\"stylesheet\" href=\"/board.css\">"
+         "<script src=\"/board.js\" defer></script></head><body data-version=\"" +
+         boardVersion(main) + "\"><h1>Trivo</h1><main>\n" + main + "</main></body></html>\n";
+}
+
+std::string_view boardStyle() { return kStyle; }
+
+std::string_view boardScript() { return kScript; }
+
+std::string boardEvent(std::string_view mainHtml) {
+  std::string event = "id: " + boardVersion(mainHtml) + "\n";
+  std::string_view rest = mainHtml;
+  // A trailing line break would otherwise add an empty data line.
+  if (!rest.empty() && rest.back() == '\n') rest.remove_suffix(1);
+  for (;;) {
+    const auto end = rest.find('\n');
+    event += "data: ";
+    event.append(rest.substr(0, end));
+    event += '\n';
+    if (end == std::string_view::npos) break;
+    rest.remove_prefix(end + 1);
+  }
+  return event + "\n";
 }
 
 Json boardState(const LiveState& state, const ViewContext& context) {

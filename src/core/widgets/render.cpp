@@ -1,7 +1,7 @@
 // Text renderings of the widgets.
 #include "core/widgets/render.h"
 
-#include "core/util/json_fields.h"
+#include "core/widgets/printable.h"
 
 namespace trivo::widgets {
 namespace {
@@ -144,15 +144,24 @@ Rendering renderOutcomes(const LiveState& state, const std::string& key,
   return r;
 }
 
-}  // namespace
-
-Rendering render(const WidgetInfo& widget, const LiveState& state, const ViewContext& context) {
+Rendering renderAny(const WidgetInfo& widget, const LiveState& state, const ViewContext& context) {
   if (widget.cardKey) return renderOutcomes(state, *widget.cardKey, context);
   if (widget.type == "KeysWidget") return renderKeys(state, context);
   if (widget.type == "AgendaWidget") return renderAgenda(state, context);
   if (widget.type == "DraftsWidget") return renderDrafts(state, context);
   if (widget.type == "WeekWidget") return renderWeek(state, context);
   return renderFocus(state, context);
+}
+
+}  // namespace
+
+Rendering render(const WidgetInfo& widget, const LiveState& state, const ViewContext& context) {
+  auto r = renderAny(widget, state, context);
+  // Every text came from another process's file: nothing in it may steer the terminal or bar
+  // that prints it.
+  for (auto& line : r.lines) line.text = printableText(line.text);
+  r.barText = printableText(r.barText);
+  return r;
 }
 
 std::string terminalText(const Rendering& rendering, bool colour) {
@@ -180,20 +189,6 @@ std::string terminalText(const Rendering& rendering, bool colour) {
     out += '\n';
   }
   return out;
-}
-
-std::string barLine(const Rendering& rendering) {
-  std::string tooltip;
-  for (const auto& line : rendering.lines) {
-    if (!tooltip.empty()) tooltip += '\n';
-    tooltip += line.text;
-  }
-  Json j = Json::object();
-  j["text"] = rendering.barText;
-  j["tooltip"] = tooltip;
-  j["class"] = rendering.barClass;
-  // Replace rather than throw on bytes that are not UTF-8: a bar line must always come out.
-  return j.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
 }
 
 }  // namespace trivo::widgets

@@ -1,5 +1,5 @@
 // Draws a widget's view model as plain text: lines for a terminal, and the short text, tooltip
-// and class of a status-bar line.
+// and class of a status-bar line (bar_format.h writes them in each bar's dialect).
 #pragma once
 
 #include <string>
@@ -22,11 +22,10 @@ struct Rendering {
   std::string barClass;         // a CSS class for the status bar
 };
 
+// Every text of the result is printable (printableText): the record may come from anyone.
 Rendering render(const WidgetInfo& widget, const LiveState& state, const ViewContext& context);
 
 // The lines as terminal text, with ANSI styles when `colour` is set.
 std::string terminalText(const Rendering& rendering, bool colour);
-// One waybar-style JSON line: {"text","tooltip","class"}, without the newline.
-std::string barLine(const Rendering& rendering);
 
 }  // namespace trivo::widgets

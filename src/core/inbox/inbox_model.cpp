@@ -127,13 +127,17 @@ InboxModel::Entry InboxModel::setDone(std::int64_t number, bool done) {
         item.doneDates.push_back(today_);
         return;
       }
-      item.setPulledDone(true, std::nullopt);
-      item.setClosedAt(stamp());
+      // The close day and time live in the item's own fields, which both syntaxes write on
+      // the item's line; a "CLOSED:" line under a list item would be a second copy.
+      item.done = true;
+      item.closed = today_;
+      item.closedTime = ClockTime::fromInstant(clock_.now(), clock_);
       return;
     }
     if (item.done) {
       item.setPulledDone(false, std::nullopt);
-      item.setClosedAt(std::nullopt);
+      item.closed.reset();
+      item.closedTime.reset();
       return;
     }
     if (item.repeats && !item.doneDates.empty()) {
@@ -186,10 +190,6 @@ InboxModel::Entry InboxModel::change(std::int64_t number,
   // changed on disk meanwhile; a no-op stays a no-op.
   if (item != before) store_.save(inbox);
   return {number, item};
-}
-
-std::string InboxModel::stamp() const {
-  return today_.isoString() + " " + ClockTime::fromInstant(clock_.now(), clock_).description();
 }
 
 void to_json(Json& j, const InboxModel::List& l) {

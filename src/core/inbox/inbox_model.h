@@ -99,7 +99,6 @@ class InboxModel {
  private:
   Inbox load();
   Entry change(std::int64_t number, const std::function<void(InboxItem&)>& edit);
-  std::string stamp() const;
 
   VaultStore& store_;
   const Clock& clock_;

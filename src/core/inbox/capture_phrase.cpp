@@ -35,6 +35,7 @@ struct Found {
 };
 
 constexpr std::size_t kLongestPhrase = 14;
+constexpr std::int64_t kLongestStep = 999;
 
 std::vector<Word> split(std::string_view line) {
   std::vector<Word> words;
@@ -377,14 +378,22 @@ class Reader {
       if (!wordsCanJoin(i, end - i)) continue;
       std::string phrase;
       for (std::size_t k = i; k < end; ++k) phrase += (k == i ? "" : " ") + w_[k].core;
-      if (auto rule = Repeat::fromPhrase(phrase)) best = setRepeat(f, *rule, end - i);
+      if (auto rule = Repeat::fromPhrase(phrase); rule && reachable(*rule)) {
+        best = setRepeat(f, *rule, end - i);
+      }
     }
     Found own;
-    if (std::size_t n = everyShorthand(i + 1, own); n + 1 > best) {
+    if (std::size_t n = everyShorthand(i + 1, own); n > 0 && n + 1 > best) {
       f = own;
       best = n + 1;
     }
     return best;
+  }
+
+  // A rule with a first date from today and a step a person would mean: "every 99999 years"
+  // is a number typed by mistake, and the step must stay far from the calendar's limits.
+  [[nodiscard]] bool reachable(const Repeat& rule) const {
+    return rule.every >= 1 && rule.every <= kLongestStep && rule.firstDate(today_).has_value();
   }
 
   // What follows "every" in the shorter forms people type: "every monday and thursday",

@@ -184,6 +184,8 @@ TEST(CapturePhrase, WordsThatOnlyLookLikeSchedulingStayText) {
       "2026-02-30 notes",
       "friday-ish",
       "monday morning blues: on, monday",
+      "save every 99999 years",
+      "every 0 days",
   };
   for (const std::string& line : lines) {
     const CapturePhrase p = CapturePhrase::read(line, kToday);

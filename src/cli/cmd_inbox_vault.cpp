@@ -40,14 +40,14 @@ void guarded(const InboxVault& vault, const std::function<void()>& work) {
     throw UserError("The page " + vault.fileOf(e.key()).string() + " cannot be read (" +
                         std::string(kReadProblemNames[static_cast<std::size_t>(e.problem().kind)]) +
                         (e.problem().detail.empty() ? "" : ": " + e.problem().detail) +
-                        "); fix it in an editor, nothing was written.",
+                        "); fix the file in an editor and run the command again.",
                     3);
   } catch (const SerializerError& e) {
     // Only the inbox is read for editing here, so a page that does not parse is the inbox or a
     // page read for the agenda; the message names the inbox's file as the likely one.
     throw UserError("A page cannot be read (" + std::string(e.what()) + "), the inbox is " +
                         vault.fileOf(EntryKey::inbox()).string() +
-                        "; fix it in an editor, nothing was written.",
+                        "; fix the file in an editor and run the command again.",
                     3);
   } catch (const VaultError& e) {
     const std::string file =

@@ -46,7 +46,8 @@ class AgendaCommand final : public Command {
     const Paint paint = Paint::forContext(context);
     auto& out = context.out;
     if (items.empty()) {
-      out << "Nothing is due or scheduled " << (days_ == 1 ? "today" : "in these " + std::to_string(days_) + " days") << ".\n";
+      out << "Nothing is due or scheduled "
+          << (days_ == 1 ? "today" : "in these " + std::to_string(days_) + " days") << ".\n";
       return 0;
     }
     std::optional<DayDate> current;
@@ -68,7 +69,7 @@ class AgendaCommand final : public Command {
           break;
         case AgendaItem::Kind::planning:
           source = std::string(item.planning == AgendaItem::Planning::deadline ? "deadline"
-                                                                                : "scheduled") +
+                                                                               : "scheduled") +
                    ", " + (item.page ? item.page->description() : std::string());
           break;
       }

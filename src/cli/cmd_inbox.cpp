@@ -43,7 +43,9 @@ class InboxCommand final : public Command {
     std::vector<std::pair<InboxModel::List, std::vector<InboxModel::Entry>>> shown;
     guarded(vault, [&] {
       InboxModel model(*vault.store, context.clock);
-      for (auto list : lists) shown.emplace_back(list, model.list(list));
+      const auto all = model.items();
+      for (auto list : lists)
+        shown.emplace_back(list, InboxModel::select(all, list, model.today()));
     });
 
     if (context.json) {

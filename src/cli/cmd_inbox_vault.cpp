@@ -67,9 +67,9 @@ void guarded(const InboxVault& vault, const std::function<void()>& work) {
         throw UserError("There is nothing to capture; write the item's words after the command.",
                         2);
       case InboxError::Kind::pastDay:
-        throw UserError("The day " + std::string(e.what()) +
-                            "; name a day from today on, nothing was written.",
-                        2);
+        throw UserError(
+            "The day " + std::string(e.what()) + "; name a day from today on, nothing was written.",
+            2);
       case InboxError::Kind::unknownItem:
       case InboxError::Kind::unknownList:
         throw UserError("Nothing was changed: " + std::string(e.what()) + ".", 2);
@@ -101,11 +101,13 @@ std::string dayWords(const DayDate& day) {
 
 std::string itemLine(const InboxItem& item, const Paint& paint) {
   std::string line = item.done ? "[x] " : "[ ] ";
-  if (item.priority) line += "[#" + std::string(1, static_cast<char>('A' + static_cast<int>(*item.priority))) + "] ";
+  if (item.priority)
+    line += "[#" + std::string(1, static_cast<char>('A' + static_cast<int>(*item.priority))) + "] ";
   line += item.text;
   std::string meta;
   auto add = [&meta](const std::string& piece) { meta += " \u00B7 " + piece; };
-  if (item.due) add("due " + dayWords(*item.due) + (item.time ? " " + item.time->description() : ""));
+  if (item.due)
+    add("due " + dayWords(*item.due) + (item.time ? " " + item.time->description() : ""));
   if (item.repeats) add(item.repeats->phrase());
   if (item.hiddenUntil) add("hidden until " + item.hiddenUntil->isoString());
   if (item.someday) add("someday");

@@ -1,10 +1,9 @@
 // `trivo capture`, `trivo inbox` and `trivo agenda` run as a person runs them, against a
 // temporary vault in each syntax with today pinned to a Wednesday.
+#include <gtest/gtest.h>
 #include <poll.h>
 #include <sys/inotify.h>
 #include <unistd.h>
-
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <chrono>
@@ -15,8 +14,8 @@
 
 #include "core/calendar/day_date.h"
 #include "core/store/atomic_write.h"
-#include "core/vault/vault_format.h"
 #include "core/util/json_fields.h"
+#include "core/vault/vault_format.h"
 #include "testing/process.h"
 #include "testing/scoped_env.h"
 
@@ -76,21 +75,22 @@ TEST_P(InboxCommands, CapturesAreListedByListAndShownOnTheAgenda) {
   ok({"capture", "Friday's report"});
   ok({"capture", "waiting reply from Bob"});
 
-  EXPECT_EQ(ok({"inbox"}),
-            "captured\n"
-            "   4  [ ] Friday's report\n"
-            "\n"
-            "later\n"
-            "   1  [ ] call mum \u00B7 due Friday 2026-11-27 18:00 \u00B7 remind 30 minutes before\n"
-            "\n"
-            "waiting\n"
-            "   5  [ ] reply from Bob \u00B7 waiting\n"
-            "\n"
-            "routine\n"
-            "   2  [ ] standup \u00B7 due Wednesday 2026-11-25 09:00 \u00B7 every weekday\n"
-            "\n"
-            "someday\n"
-            "   3  [ ] read Dune \u00B7 someday\n");
+  EXPECT_EQ(
+      ok({"inbox"}),
+      "captured\n"
+      "   4  [ ] Friday's report\n"
+      "\n"
+      "later\n"
+      "   1  [ ] call mum \u00B7 due Friday 2026-11-27 18:00 \u00B7 remind 30 minutes before\n"
+      "\n"
+      "waiting\n"
+      "   5  [ ] reply from Bob \u00B7 waiting\n"
+      "\n"
+      "routine\n"
+      "   2  [ ] standup \u00B7 due Wednesday 2026-11-25 09:00 \u00B7 every weekday\n"
+      "\n"
+      "someday\n"
+      "   3  [ ] read Dune \u00B7 someday\n");
   EXPECT_EQ(ok({"inbox", "Today"}),
             "today\n"
             "   2  [ ] standup \u00B7 due Wednesday 2026-11-25 09:00 \u00B7 every weekday\n");
@@ -143,7 +143,8 @@ TEST_P(InboxCommands, BadRequestsAreRefusedWithOneSentenceAndNothingIsWritten) {
   EXPECT_EQ(refused({"inbox", "done"}, 2),
             "trivo: There is no inbox list \"done\"; the lists are captured, later, someday, "
             "waiting, routine, overdue and today.\n");
-  EXPECT_EQ(refused({"agenda", "--days", "0"}, 2), "trivo: An agenda shows 1 to 366 days, not 0.\n");
+  EXPECT_EQ(refused({"agenda", "--days", "0"}, 2),
+            "trivo: An agenda shows 1 to 366 days, not 0.\n");
   EXPECT_EQ(dir_.read(inboxName()), before);
 }
 
@@ -151,8 +152,8 @@ TEST_P(InboxCommands, AnUnreadableInboxIsNamedAndNeverWritten) {
   const std::string broken = "- [ ] bad \xff byte\n";
   dir_.write(inboxName(), broken);
   const std::string file = (dir_.path() / inboxName()).string();
-  for (const auto& args : std::vector<std::vector<std::string>>{
-           {"capture", "hello"}, {"inbox"}, {"agenda"}}) {
+  for (const auto& args :
+       std::vector<std::vector<std::string>>{{"capture", "hello"}, {"inbox"}, {"agenda"}}) {
     EXPECT_EQ(refused(args, 3), "trivo: The page " + file +
                                     " cannot be read (encoding); fix the file in an editor and "
                                     "run the command again.\n")

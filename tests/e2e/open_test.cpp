@@ -99,7 +99,8 @@ TEST(TrivoOpen, CaptureGoesAmongTheInboxItemsAboveTheOwnersOwnSection) {
   ASSERT_EQ(r.exitCode, 0) << r.err;
   EXPECT_EQ(r.out, "Captured into the inbox: Buy milk & eggs\n");
   const std::string page = dir.read("vault/inbox.md");
-  const auto item = page.find("- [ ] Existing item\n- [ ] Buy milk & eggs due:2026-09-18 <!-- id: ");
+  const auto item =
+      page.find("- [ ] Existing item\n- [ ] Buy milk & eggs due:2026-09-18 <!-- id: ");
   EXPECT_NE(item, std::string::npos) << page;
   EXPECT_NE(page.find("captured: 2026-09-16 -->\n\n## Mine\nmy own words\n", item),
             std::string::npos)

@@ -43,8 +43,8 @@ std::optional<Stamp> readStamp(std::string_view inner) {
   return stamp;
 }
 
-constexpr std::array<std::string_view, 6> kOpenKeywords = {"TODO",    "NEXT",      "INPROCESS",
-                                                           "WAITING", "STARTED",   "HOLD"};
+constexpr std::array<std::string_view, 6> kOpenKeywords = {"TODO",    "NEXT",    "INPROCESS",
+                                                           "WAITING", "STARTED", "HOLD"};
 constexpr std::array<std::string_view, 3> kClosedKeywords = {"DONE", "CANCELLED", "CANCELED"};
 
 struct Heading {
@@ -56,7 +56,8 @@ struct Heading {
 // "** TODO [#A] Call Ana → #2 @@trivo:…@@ :phone:" as a title for people: "Call Ana → #2".
 std::optional<Heading> readHeading(std::string_view line) {
   int level = 0;
-  while (static_cast<std::size_t>(level) < line.size() && line[static_cast<std::size_t>(level)] == '*') {
+  while (static_cast<std::size_t>(level) < line.size() &&
+         line[static_cast<std::size_t>(level)] == '*') {
     ++level;
   }
   if (level == 0 || static_cast<std::size_t>(level) >= line.size() ||
@@ -77,8 +78,10 @@ std::optional<Heading> readHeading(std::string_view line) {
   }
   // Tags: a last word wrapped in colons.
   const std::size_t lastBlank = rest.rfind(' ');
-  const std::string_view last = lastBlank == std::string_view::npos ? rest : rest.substr(lastBlank + 1);
-  if (last.size() > 2 && last.front() == ':' && last.back() == ':' && lastBlank != std::string_view::npos) {
+  const std::string_view last =
+      lastBlank == std::string_view::npos ? rest : rest.substr(lastBlank + 1);
+  if (last.size() > 2 && last.front() == ':' && last.back() == ':' &&
+      lastBlank != std::string_view::npos) {
     rest = text::trimEnd(rest.substr(0, lastBlank));
   }
   // The hidden annotation of an item.
@@ -204,7 +207,8 @@ std::vector<AgendaItem> Agenda::build(VaultStore& store, const DayDate& from, st
       const WeekEntry week = store.peekWeek(*w);
       if (inRange(week.targetFriday)) addOutcomes(items, week.outcomes, key, week.targetFriday);
     } else if (const YearMonth* m = key.asMonth()) {
-      if (inRange(m->lastDay())) addOutcomes(items, store.peekMonth(*m).outcomes, key, m->lastDay());
+      if (inRange(m->lastDay()))
+        addOutcomes(items, store.peekMonth(*m).outcomes, key, m->lastDay());
     } else if (const YearQuarter* q = key.asQuarter()) {
       if (inRange(q->lastDay())) {
         addOutcomes(items, store.peekQuarter(*q).outcomes, key, q->lastDay());

@@ -67,8 +67,8 @@ TEST_P(AgendaTest, ListsInboxRepeatsAndOpenOutcomesDayByDay) {
   }
   DayEntry day;
   day.date = kToday;
-  day.outcomes.outcomes =
-      OutcomeSet::normalize({Outcome::make("Ship draft"), Outcome::make("Done already", OutcomeState::done)});
+  day.outcomes.outcomes = OutcomeSet::normalize(
+      {Outcome::make("Ship draft"), Outcome::make("Done already", OutcomeState::done)});
   store_->save(day);
   WeekEntry week;
   week.week = kToday.isoWeek();

@@ -97,12 +97,12 @@ struct MonthName {
 };
 
 constexpr std::array<MonthName, 24> kMonthNames = {{
-    {"january", 1, false},  {"jan", 1, false},  {"february", 2, false}, {"feb", 2, false},
-    {"march", 3, true},     {"mar", 3, true},   {"april", 4, false},    {"apr", 4, false},
-    {"may", 5, true},       {"june", 6, false}, {"jun", 6, false},      {"july", 7, false},
-    {"jul", 7, false},      {"august", 8, false}, {"aug", 8, false},    {"september", 9, false},
-    {"sep", 9, false},      {"sept", 9, false}, {"october", 10, false}, {"oct", 10, false},
-    {"november", 11, false}, {"nov", 11, false}, {"december", 12, false}, {"dec", 12, false},
+    {"january", 1, false},   {"jan", 1, false},    {"february", 2, false},  {"feb", 2, false},
+    {"march", 3, true},      {"mar", 3, true},     {"april", 4, false},     {"apr", 4, false},
+    {"may", 5, true},        {"june", 6, false},   {"jun", 6, false},       {"july", 7, false},
+    {"jul", 7, false},       {"august", 8, false}, {"aug", 8, false},       {"september", 9, false},
+    {"sep", 9, false},       {"sept", 9, false},   {"october", 10, false},  {"oct", 10, false},
+    {"november", 11, false}, {"nov", 11, false},   {"december", 12, false}, {"dec", 12, false},
 }};
 
 const MonthName* monthName(std::string_view word) {
@@ -426,8 +426,7 @@ class Reader {
     if (!ordinal) return 0;
     const std::string_view kind = at(i + 1);
     if (auto w = weekdayWord(kind, true)) {
-      return setRepeat(f, Repeat::monthly(1, {}, Repeat::OnThe{*ordinal, Repeat::Kind::of(*w)}),
-                       2);
+      return setRepeat(f, Repeat::monthly(1, {}, Repeat::OnThe{*ordinal, Repeat::Kind::of(*w)}), 2);
     }
     if (kind == "workday" || kind == "weekday") {
       return setRepeat(f, Repeat::monthly(1, {}, Repeat::OnThe{*ordinal, Repeat::Kind::workday()}),
@@ -442,8 +441,8 @@ class Reader {
   }
 
   static std::optional<std::int64_t> ordinalWord(std::string_view word) {
-    static constexpr std::array<std::string_view, 5> words = {"first", "second", "third",
-                                                              "fourth", "fifth"};
+    static constexpr std::array<std::string_view, 5> words = {"first", "second", "third", "fourth",
+                                                              "fifth"};
     for (std::size_t k = 0; k < words.size(); ++k) {
       if (words[k] == word) return static_cast<std::int64_t>(k + 1);
     }

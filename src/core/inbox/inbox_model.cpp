@@ -76,8 +76,12 @@ std::vector<InboxModel::Entry> InboxModel::items() {
 }
 
 std::vector<InboxModel::Entry> InboxModel::list(List which) {
-  std::vector<Entry> entries = items();
-  std::erase_if(entries, [&](const Entry& e) { return !belongs(e.item, which, today_); });
+  return select(items(), which, today_);
+}
+
+std::vector<InboxModel::Entry> InboxModel::select(std::vector<Entry> entries, List which,
+                                                  const DayDate& today) {
+  std::erase_if(entries, [&](const Entry& e) { return !belongs(e.item, which, today); });
   if (which == List::overdue || which == List::today) sortByDue(entries);
   return entries;
 }

@@ -67,6 +67,9 @@ class InboxModel {
   std::vector<Entry> items();
   // The items of a list: overdue and today's by due day and time, the others in page order.
   std::vector<Entry> list(List which);
+  // The same, picked from entries already read with items() (to show several lists from one
+  // reading of the page).
+  static std::vector<Entry> select(std::vector<Entry> entries, List which, const DayDate& today);
   // The item with that number; nothing when there is none.
   std::optional<Entry> find(std::int64_t number);
   // The number of the item with that id; nothing when there is none.

@@ -33,7 +33,9 @@ class InboxModelTest : public ::testing::TestWithParam<VaultFormat> {
     store_ = std::make_unique<VaultStore>(vault, options);
     model_ = std::make_unique<InboxModel>(*store_, clock_, kToday);
   }
-  std::string inboxFile() const { return GetParam() == VaultFormat::org ? "inbox.org" : "inbox.md"; }
+  std::string inboxFile() const {
+    return GetParam() == VaultFormat::org ? "inbox.org" : "inbox.md";
+  }
   std::string ownHeading() const { return GetParam() == VaultFormat::org ? "* Mine" : "## Mine"; }
 
   std::vector<std::string> texts(InboxModel::List list) {

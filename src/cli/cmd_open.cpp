@@ -6,12 +6,12 @@
 #include <fstream>
 #include <ostream>
 
+#include "cli/cmd_inbox_vault.h"
 #include "cli/command.h"
 #include "cli/vault_settings.h"
 #include "core/calendar/day_date.h"
 #include "core/focus/live_state.h"
 #include "core/format/serializer_error.h"
-#include "core/format/text_syntax.h"
 #include "core/links/deep_link.h"
 #include "core/store/serializer_codec.h"
 #include "core/store/vault_store.h"
@@ -33,6 +33,33 @@ template <class... Ts>
 Overloaded(Ts...) -> Overloaded<Ts...>;
 
 std::string inQuotes(std::string_view text) { return "\"" + std::string(text) + "\""; }
+
+// The text of a capture link as one line of words. A link may come from any web page, so control
+// characters (NUL among them, which would cut or corrupt the page) are refused rather than
+// written; line breaks and tabs are only layout and become blanks.
+std::string linkWords(std::string_view text) {
+  if (!isValidUtf8(text)) {
+    throw UserError("The link's text is not valid UTF-8, so nothing was captured.", 2);
+  }
+  std::string words;
+  words.reserve(text.size());
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const auto c = static_cast<unsigned char>(text[i]);
+    const bool c1 = c == 0xC2 && i + 1 < text.size() &&
+                    static_cast<unsigned char>(text[i + 1]) >= 0x80 &&
+                    static_cast<unsigned char>(text[i + 1]) <= 0x9F;
+    if (c == '\n' || c == '\r' || c == '\t') {
+      words += ' ';
+    } else if (c < 0x20 || c == 0x7F || c1) {
+      throw UserError(
+          "The link's text holds a control character, so nothing was captured; send plain text.",
+          2);
+    } else {
+      words += static_cast<char>(c);
+    }
+  }
+  return words;
+}
 
 // A link may come from anywhere (a web page, another program), so a note path is taken only
 // when it names a file inside the vault: relative, without "..", and not leaving through a
@@ -161,41 +188,24 @@ class OpenCommand final : public Command {
     return {"", std::nullopt};
   }
 
-  // Appends the captured line to the inbox through the store, so the write is atomic and never
-  // lands over an edit made meanwhile in another program.
+  // Captures the line through the inbox model, so it lands among the inbox's items (never in a
+  // section of the person's own at the page's end) with the scheduling its words name, and the
+  // store refuses to write over an edit made meanwhile in another program.
   Action capture(const DeepLink::Capture& v, const Context& context) {
-    const fs::path r = root(context);
-    const VaultFormat format = detectVaultFormat(r);
-    const TextSyntax syntax{format};
-    std::string words = v.text;
-    std::replace(words.begin(), words.end(), '\n', ' ');
-    std::replace(words.begin(), words.end(), '\r', ' ');
-    if (v.pull) return pull(words, v.slot, r, format, context);
-    const std::string line =
-        "- [ ] " + words + syntax.meta("captured: " + DayDate::today(context.clock).isoString());
-    VaultStore::Options options;
-    options.debounce = std::chrono::milliseconds(0);
-    options.clock = &context.clock;
-    VaultStore store(Vault{r, format, "en", std::nullopt}, options);
-    const EntryKey inbox = EntryKey::inbox();
-    std::string text;
-    try {
-      text = store.loadText(inbox).value_or(format == VaultFormat::org ? "#+title: Inbox\n\n"
-                                                                       : "# Inbox\n\n");
-      if (!text.empty() && text.back() != '\n') text += '\n';
-      store.saveText(inbox, text + line + "\n");
-      store.flush();
-    } catch (const VaultError&) {
-      throw UserError(
-          "The inbox changed on disk while capturing, so nothing was written; run the "
-          "link again, or add this line yourself: " +
-              line,
-          4);
-    } catch (const PageReadError& e) {
-      throw UserError("The inbox cannot be read (" + std::string(e.what()) +
-                      "); nothing was written.");
+    const std::string words = linkWords(v.text);
+    if (v.pull) {
+      const fs::path r = root(context);
+      return pull(words, v.slot, r, detectVaultFormat(r), context);
     }
-    return {"Captured into the inbox: " + words, VaultPaths(r, format).inbox()};
+    InboxVault vault = InboxVault::open(context, false);
+    root_ = vault.root;
+    std::optional<InboxModel::Entry> entry;
+    guarded(vault, [&] {
+      InboxModel model(*vault.store, context.clock);
+      entry = model.capture(words);
+      vault.store->flush();
+    });
+    return {"Captured into the inbox: " + entry->item.text, vault.fileOf(EntryKey::inbox())};
   }
 
   // Puts the captured line straight onto today's page among the items pulled from the inbox,

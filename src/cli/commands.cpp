@@ -14,6 +14,9 @@ std::unique_ptr<Command> makeTreeCommand();
 std::unique_ptr<Command> makeCheckCommand();
 std::unique_ptr<Command> makeFmtCommand();
 std::unique_ptr<Command> makeRefusedCommand();
+std::unique_ptr<Command> makeCaptureCommand();
+std::unique_ptr<Command> makeInboxCommand();
+std::unique_ptr<Command> makeAgendaCommand();
 
 std::vector<std::unique_ptr<Command>> allCommands() {
   std::vector<std::unique_ptr<Command>> commands;
@@ -26,6 +29,9 @@ std::vector<std::unique_ptr<Command>> allCommands() {
   commands.push_back(makeCheckCommand());
   commands.push_back(makeFmtCommand());
   commands.push_back(makeRefusedCommand());
+  commands.push_back(makeCaptureCommand());
+  commands.push_back(makeInboxCommand());
+  commands.push_back(makeAgendaCommand());
   return commands;
 }
 

@@ -1,6 +1,7 @@
 // `trivo open`: following links from the command line, as the desktop's link handler does.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 
 #include "core/util/json_fields.h"
@@ -83,25 +84,57 @@ TEST(TrivoOpen, TimerLinksLeaveAnOrderInTheCommandFile) {
   EXPECT_EQ(Json::parse(group.read("g/command.json"))["command"], "stop");
 }
 
-TEST(TrivoOpen, CaptureAppendsToTheInboxAndKeepsWhatWasThere) {
+// Regression: a captured line used to be appended as raw text at the page's end, inside the
+// person's own last section, where it was no item.
+TEST(TrivoOpen, CaptureGoesAmongTheInboxItemsAboveTheOwnersOwnSection) {
   testing::TempDir dir;
   const auto vault = dir.path() / "vault";
   dir.write("vault/.trivo/config.json", "{}");
-  dir.write("vault/inbox.md", "# Inbox\n\n- [ ] Existing item");
+  dir.write("vault/inbox.md", "# Inbox\n\n- [ ] Existing item\n\n## Mine\nmy own words\n");
   testing::ProcessOptions options;
   options.env["TRIVO_TODAY"] = "2026-09-16";
   auto r = testing::runTrivo(
-      {"--vault", vault.string(), "open", "trivo://capture?text=Buy%20milk%20%26%20eggs"}, options);
+      {"--vault", vault.string(), "open", "trivo://capture?text=Buy%20milk%20%26%20eggs%20friday"},
+      options);
   ASSERT_EQ(r.exitCode, 0) << r.err;
   EXPECT_EQ(r.out, "Captured into the inbox: Buy milk & eggs\n");
-  EXPECT_EQ(
-      dir.read("vault/inbox.md"),
-      "# Inbox\n\n- [ ] Existing item\n- [ ] Buy milk & eggs <!-- captured: 2026-09-16 -->\n");
+  const std::string page = dir.read("vault/inbox.md");
+  const auto item =
+      page.find("- [ ] Existing item\n- [ ] Buy milk & eggs due:2026-09-18 <!-- id: ");
+  EXPECT_NE(item, std::string::npos) << page;
+  EXPECT_NE(page.find("captured: 2026-09-16 -->\n\n## Mine\nmy own words\n", item),
+            std::string::npos)
+      << page;
 
   auto fresh = testing::runTrivo(
       {"--vault", (dir.path() / "new").string(), "open", "trivo://capture?text=First"}, options);
   ASSERT_EQ(fresh.exitCode, 0) << fresh.err;
-  EXPECT_EQ(dir.read("new/inbox.md"), "# Inbox\n\n- [ ] First <!-- captured: 2026-09-16 -->\n");
+  EXPECT_NE(dir.read("new/inbox.md").find("- [ ] First <!-- id: "), std::string::npos);
+}
+
+TEST(TrivoOpen, ControlCharactersInACaptureLinkAreRefusedAndNothingIsWritten) {
+  testing::TempDir dir;
+  const auto vault = dir.path() / "vault";
+  dir.write("vault/.trivo/config.json", "{}");
+  const std::string before = "# Inbox\n\n- [ ] Existing item\n";
+  dir.write("vault/inbox.md", before);
+  testing::ProcessOptions options;
+  options.env["TRIVO_TODAY"] = "2026-09-16";
+  for (const std::string text : {"a%00b", "bell%07", "esc%1B%5B2J", "del%7F", "c1%C2%9B"}) {
+    for (const std::string pull : {"", "&pull=true"}) {
+      auto r = testing::runTrivo(
+          {"--vault", vault.string(), "open", "trivo://capture?text=" + text + pull}, options);
+      EXPECT_EQ(r.exitCode, 2) << text << pull << r.err;
+      EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1) << r.err;
+    }
+  }
+  EXPECT_EQ(dir.read("vault/inbox.md"), before);
+  EXPECT_FALSE(std::filesystem::exists(vault / "days"));
+  // Line breaks are only layout: they become blanks.
+  auto r = testing::runTrivo(
+      {"--vault", vault.string(), "open", "trivo://capture?text=two%0Alines"}, options);
+  ASSERT_EQ(r.exitCode, 0) << r.err;
+  EXPECT_NE(dir.read("vault/inbox.md").find("- [ ] two lines <!--"), std::string::npos);
 }
 
 TEST(TrivoOpen, CaptureWithPullPutsTheLineOnTodaysPageServingTheSlot) {

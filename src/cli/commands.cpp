@@ -13,6 +13,8 @@ std::unique_ptr<Command> makeProgressCommand();
 std::unique_ptr<Command> makeTreeCommand();
 std::unique_ptr<Command> makeCheckCommand();
 std::unique_ptr<Command> makeFmtCommand();
+std::unique_ptr<Command> makeAppCommand();
+std::unique_ptr<Command> makeFocusCommand();
 
 std::vector<std::unique_ptr<Command>> allCommands() {
   std::vector<std::unique_ptr<Command>> commands;
@@ -24,6 +26,8 @@ std::vector<std::unique_ptr<Command>> allCommands() {
   commands.push_back(makeTreeCommand());
   commands.push_back(makeCheckCommand());
   commands.push_back(makeFmtCommand());
+  commands.push_back(makeAppCommand());
+  commands.push_back(makeFocusCommand());
   return commands;
 }
 

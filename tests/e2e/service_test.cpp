@@ -154,6 +154,16 @@ TEST_F(Service, FocusStartThroughTheServiceLogsAOneMinuteSession) {
   EXPECT_EQ(service->stop(5000), 0);
 }
 
+TEST_F(Service, AWidgetLinkStartsASessionWithItsMinutesAndSubject) {
+  auto service = start();
+  const auto r = trivo({"open", "trivo://focus/start?minutes=7&subject=Deep%20work"});
+  ASSERT_EQ(r.exitCode, 0) << r.err;
+  ASSERT_TRUE(waitFor([&] { return live().phase == LiveState::Phase::running; }, 1s)) << log();
+  EXPECT_EQ(live().planned, 7);
+  EXPECT_EQ(live().subject, std::optional<std::string>("Deep work"));
+  EXPECT_EQ(service->stop(5000), 0);
+}
+
 TEST_F(Service, ASessionSurvivesSigkillAndARestart) {
   scale_ = 20;  // 3 s of real time is a minute of session
   pid_t pid = 0;

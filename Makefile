@@ -37,7 +37,7 @@ sanitize: deps
 tsan: deps
 	cmake -S . -B $(TSAN_BUILD) $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=Debug -DTRIVO_TSAN=ON
 	cmake --build $(TSAN_BUILD) -j $(JOBS) --target trivo_tests
-	ctest --test-dir $(TSAN_BUILD) --output-on-failure -j $(JOBS) -R 'Store|Watcher|Live'
+	ctest --test-dir $(TSAN_BUILD) --output-on-failure -j $(JOBS) -R 'Store|Watcher|Live|VaultService'
 
 bench: deps
 	cmake -S . -B $(BENCH_BUILD) $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=Release -DTRIVO_BENCH=ON \

@@ -168,7 +168,7 @@ struct VaultService::Impl {
   std::optional<TimerModel::Snapshot> lastSnapshot;
   bool snapshotKnown = false;
   Steady::time_point nextTick{};
-  bool stopRequested = false;
+  std::atomic<bool> stopRequested{false};
   bool vaultGone = false;
 
   explicit Impl(Options options)
@@ -753,6 +753,12 @@ VaultService::VaultService(Options options) : impl_(std::make_unique<Impl>(std::
 VaultService::~VaultService() = default;
 
 int VaultService::run() { return impl_->run(); }
+
+void VaultService::requestStop() {
+  impl_->stopRequested = true;
+  const std::uint64_t one = 1;
+  [[maybe_unused]] auto n = ::write(impl_->eventFd, &one, sizeof one);
+}
 
 TimerModel& VaultService::timer() { return *impl_->timer; }
 

@@ -67,6 +67,9 @@ class VaultService {
   // the timer's snapshot and flushes the store.
   int run();
 
+  // Asks `run()` to stop as a signal would. Thread-safe; may come before `run()`.
+  void requestStop();
+
   // The timer, to set up a foreground session before `run()`. Not thread-safe.
   TimerModel& timer();
 

@@ -145,7 +145,8 @@ struct VaultService::Impl {
   int eventFd = -1;
   int rootWatch = -1;
   int liveWatch = -1;
-  std::vector<int> commandWatches;
+  int commandWatch = -1;
+  std::string ownSessionFile;
   sigset_t oldMask{};
 
   std::atomic<bool> pagesChanged{true};
@@ -248,15 +249,20 @@ struct VaultService::Impl {
     rootWatch = ::inotify_add_watch(inotifyFd, o.root.c_str(),
                                     IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR);
     if (o.commands) {
-      for (const fs::path& place : LiveState::places()) {
-        commandWatches.push_back(::inotify_add_watch(inotifyFd, place.c_str(),
-                                                     IN_CLOSE_WRITE | IN_MOVED_TO | IN_ONLYDIR));
+      // Orders are left in every place at once and taken from all of them together, so the
+      // first place is enough to hear of one; watching the others would only wake the service
+      // for its own writes of live.json there.
+      const auto places = LiveState::places();
+      if (!places.empty()) {
+        commandWatch = ::inotify_add_watch(inotifyFd, places.front().c_str(),
+                                           IN_CLOSE_WRITE | IN_MOVED_TO | IN_ONLYDIR);
       }
     }
     if (config.focus.syncAcross) {
       std::error_code ec;
       const fs::path live = LiveSession::folder(o.root);
       fs::create_directories(live, ec);
+      ownSessionFile = LiveSession::fileStem(o.device.id) + ".json";
       liveWatch = ::inotify_add_watch(inotifyFd, live.c_str(),
                                       IN_CLOSE_WRITE | IN_MOVED_TO | IN_DELETE | IN_ONLYDIR);
     }
@@ -601,8 +607,11 @@ struct VaultService::Impl {
         if (ev->wd == rootWatch && (ev->mask & (IN_DELETE_SELF | IN_MOVE_SELF | IN_IGNORED))) {
           vaultGone = !vaultPresent() || (ev->mask & IN_MOVE_SELF);
         } else if (ev->wd == liveWatch) {
-          liveChanged = true;
-        } else if (ev->len > 0 && std::string_view(ev->name) == kCommandFile) {
+          // Scratch files and this device's own session file are the service's own writes.
+          const std::string_view name = ev->len > 0 ? std::string_view(ev->name) : "";
+          if (!name.empty() && name.front() != '.' && name != ownSessionFile) liveChanged = true;
+        } else if (ev->wd == commandWatch && ev->len > 0 &&
+                   std::string_view(ev->name) == kCommandFile) {
           commandsArrived = true;
         }
       }
@@ -656,7 +665,8 @@ struct VaultService::Impl {
       publishOwn();
       const bool heartbeatDue = Steady::now() - lastStamp >= o.heartbeat;
       writeLiveState(heartbeatDue);
-      if (heartbeatDue) othersDirty = true;  // their sessions go stale with time too
+      // Other devices' sessions go stale with time, not only with their files.
+      if (heartbeatDue && !others.empty()) othersDirty = true;
 
       // In the foreground nobody is there to continue or discard: the session is logged at once.
       if (o.foreground && timer->phase() == TimerModel::Phase::finished) timer->logFinished();
@@ -671,18 +681,29 @@ struct VaultService::Impl {
       }
       if (timer->phase() == TimerModel::Phase::idle) nextTick = Steady::now();
 
+      waitForWork();
+    }
+  }
+
+  // Sleeps until something is due or has arrived. Events that concern nobody (the service's own
+  // writes into the folders it watches) put it back to sleep without a round of work.
+  void waitForWork() {
+    while (true) {
       pollfd fds[3] = {{signalFd, POLLIN, 0}, {inotifyFd, POLLIN, 0}, {eventFd, POLLIN, 0}};
       const int ready = ::poll(fds, 3, timeoutMs());
-      if (ready <= 0) continue;
+      if (ready <= 0) return;  // a deadline came (or a signal interrupted)
+      bool relevant = false;
       if (fds[0].revents & POLLIN) {
         signalfd_siginfo info{};
         while (::read(signalFd, &info, sizeof info) == static_cast<ssize_t>(sizeof info)) {
         }
         stopRequested = true;
+        relevant = true;
       }
       if (fds[2].revents & POLLIN) {
         std::uint64_t count = 0;
         [[maybe_unused]] auto n = ::read(eventFd, &count, sizeof count);
+        relevant = true;
       }
       if (fds[1].revents & POLLIN) {
         bool commandsArrived = false;
@@ -693,7 +714,9 @@ struct VaultService::Impl {
           othersDirty = true;
           takeAsk();
         }
+        relevant = relevant || commandsArrived || liveChanged || vaultGone;
       }
+      if (relevant) return;
     }
   }
 

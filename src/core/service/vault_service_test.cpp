@@ -74,6 +74,61 @@ TEST_F(VaultServiceTest, FollowsPageEditsAndKeepsTheSessionWhenStopped) {
   EXPECT_NEAR(again.timer().elapsed(), 180.0, 1.0);
 }
 
+TEST_F(VaultServiceTest, TurnsTheDayAtLocalMidnight) {
+  clock_.set(*parseIsoInstant("2026-09-16T23:59:58Z"));
+  auto o = options();
+  o.heartbeat = 50ms;  // the fake clock does not move by itself: let the loop look often
+  VaultService service(o);
+  auto running = std::async(std::launch::async, [&] { return service.run(); });
+  auto dayTitle = [] {
+    const auto card = LiveState::read().card("day");
+    return card ? card->title : std::string();
+  };
+  EXPECT_TRUE(waitFor([&] { return dayTitle() == "Wednesday"; }));
+  clock_.advance(3s);
+  EXPECT_TRUE(waitFor([&] { return dayTitle() == "Thursday"; }));
+  EXPECT_EQ(LiveState::read().week.back().day, 17);
+  service.requestStop();
+  EXPECT_EQ(running.get(), 0);
+}
+
+TEST_F(VaultServiceTest, ShowsAnotherDevicesSessionAndObeysItsAsks) {
+  auto o = options();
+  o.heartbeat = 50ms;
+  VaultService service(o);
+  auto running = std::async(std::launch::async, [&] { return service.run(); });
+  const Instant now = SystemClock::shared().now();
+  LiveSession other;
+  other.device = "laptop";
+  other.deviceName = "Laptop";
+  other.subject = "Essay";
+  other.started = now - 5min;
+  other.ends = now + 20min;
+  other.minutes = 25;
+  other.stamp = now;
+  LiveSession::publish(other, other.device, vault_.path());
+  EXPECT_TRUE(waitFor([] { return LiveState::read().subject == std::optional<std::string>("Essay"); }));
+  EXPECT_EQ(LiveState::read().phase, LiveState::Phase::running);
+  EXPECT_EQ(LiveState::read().planned, 25);
+
+  // This device starts its own session; the other device asks it to pause.
+  LiveState::send(LiveState::Command::start, SystemClock::shared());
+  EXPECT_TRUE(waitFor([] { return LiveState::read().subject == std::nullopt; }));
+  LiveAsk ask;
+  ask.id = "1";
+  ask.action = LiveAsk::Action::pause;
+  ask.from = "laptop";
+  ask.stamp = now;
+  LiveSession::send(ask, options().device.id, vault_.path());
+  EXPECT_TRUE(waitFor([] { return LiveState::read().phase == LiveState::Phase::paused; }));
+  // Its own session is published for the other device to see.
+  const auto mine = LiveSession::own(options().device.id, vault_.path(), clock_.now());
+  ASSERT_TRUE(mine);
+  EXPECT_EQ(mine->phase, LiveSession::Phase::paused);
+  service.requestStop();
+  EXPECT_EQ(running.get(), 0);
+}
+
 TEST_F(VaultServiceTest, RefusesAVaultFolderThatDoesNotExist) {
   auto o = options();
   o.root = vault_.path() / "missing";

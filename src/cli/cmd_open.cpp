@@ -11,6 +11,7 @@
 #include "cli/vault_settings.h"
 #include "core/calendar/day_date.h"
 #include "core/focus/live_state.h"
+#include "core/focus/timer_model.h"
 #include "core/format/serializer_error.h"
 #include "core/links/deep_link.h"
 #include "core/store/serializer_codec.h"
@@ -148,8 +149,10 @@ class OpenCommand final : public Command {
 
   // Orders reach the running timer through the live-state command file, which the app takes
   // within its next tick; an order left for 60 seconds is dropped, so say when nobody listens.
-  static Action sendToTimer(LiveState::Command command, const Context& context) {
-    LiveState::send(command, context.clock);
+  static Action sendToTimer(LiveState::Command command, const Context& context,
+                            std::optional<std::int64_t> minutes = std::nullopt,
+                            std::optional<std::string> subject = std::nullopt) {
+    LiveState::send(LiveState::Order{command, context.clock.now(), minutes, std::move(subject)});
     std::string sentence = "Asked the focus timer to " +
                            std::string(kLiveStateCommandNames[static_cast<std::size_t>(command)]) +
                            ".";
@@ -292,8 +295,11 @@ class OpenCommand final : public Command {
               return {"Would run the debugging command " + inQuotes(v.command) + ".", std::nullopt};
             },
             [&](const DL::Widget& v) -> Action { return pressWidgetKey(v.key, context); },
-            [&](const DL::FocusStart&) -> Action {
-              return sendToTimer(LiveState::Command::start, context);
+            [&](const DL::FocusStart& v) -> Action {
+              // A session longer than the timer allows is started at its longest.
+              std::optional<std::int64_t> minutes;
+              if (v.minutes) minutes = std::min<std::int64_t>(*v.minutes, TimerModel::maxMinutes);
+              return sendToTimer(LiveState::Command::start, context, minutes, v.subject);
             },
             [&](const DL::FocusStop&) -> Action {
               return sendToTimer(LiveState::Command::stop, context);

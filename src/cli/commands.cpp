@@ -17,6 +17,8 @@ std::unique_ptr<Command> makeRefusedCommand();
 std::unique_ptr<Command> makeCaptureCommand();
 std::unique_ptr<Command> makeInboxCommand();
 std::unique_ptr<Command> makeAgendaCommand();
+std::unique_ptr<Command> makeAppCommand();
+std::unique_ptr<Command> makeFocusCommand();
 
 std::vector<std::unique_ptr<Command>> allCommands() {
   std::vector<std::unique_ptr<Command>> commands;
@@ -32,6 +34,8 @@ std::vector<std::unique_ptr<Command>> allCommands() {
   commands.push_back(makeCaptureCommand());
   commands.push_back(makeInboxCommand());
   commands.push_back(makeAgendaCommand());
+  commands.push_back(makeAppCommand());
+  commands.push_back(makeFocusCommand());
   return commands;
 }
 

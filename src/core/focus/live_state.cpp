@@ -160,6 +160,9 @@ void to_json(Json& j, const LiveState::Order& order) {
   j = Json::object();
   json::put(j, "command", order.command);
   json::put(j, "at", order.at);
+  // Left out when unset, so that readers that predate them see the order they know.
+  if (order.minutes) json::put(j, "minutes", order.minutes);
+  if (order.subject) json::put(j, "subject", order.subject);
 }
 void from_json(const Json& j, LiveState::Order& order) {
   order = freshRecord<LiveState::Order>(j, "LiveState.Order");
@@ -169,6 +172,8 @@ void from_json(const Json& j, LiveState::Order& order) {
   }
   json::take(j, "command", order.command);
   json::take(j, "at", order.at);
+  json::take(j, "minutes", order.minutes);
+  json::take(j, "subject", order.subject);
 }
 
 void to_json(Json& j, const LiveState& state) {
@@ -277,7 +282,11 @@ std::optional<LiveState::Card> LiveState::card(std::string_view key) const {
 }
 
 void LiveState::send(Command command, const Clock& clock) {
-  const std::string bytes = Json(Order{command, clock.now()}).dump() + "\n";
+  send(Order{command, clock.now(), std::nullopt, std::nullopt});
+}
+
+void LiveState::send(const Order& order) {
+  const std::string bytes = Json(order).dump() + "\n";
   for (const auto& place : usablePlaces()) {
     shared::replaceFile(place.folder / kCommandFile, bytes, place.access);
   }

@@ -66,10 +66,13 @@ struct LiveState {
 
   enum class Command { start, stop, pause, resume };
 
-  // What "command.json" holds: a command and when it was asked for.
+  // What "command.json" holds: a command and when it was asked for; a start may name the
+  // session's length and subject, a pause its length (files without them still read).
   struct Order {
     Command command = Command::start;
     Instant at = distantPast();
+    std::optional<std::int64_t> minutes;
+    std::optional<std::string> subject;
     bool operator==(const Order&) const = default;
   };
 
@@ -123,6 +126,8 @@ struct LiveState {
 
   // Leaves an order with the command and the current time in "command.json" beside each place.
   static void send(Command command, const Clock& clock);
+  // Leaves the order as it stands (its `at` included) in "command.json" beside each place.
+  static void send(const Order& order);
   // Takes the order waiting in the places, so that it is obeyed at most once: every place's
   // file is consumed (one order is sent to all of them), broken and stale (60 s or older)
   // orders are dropped, and the first fresh one in place order is returned. `afterClaim` runs

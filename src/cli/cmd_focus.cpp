@@ -1,0 +1,247 @@
+// `trivo focus [start [MINUTES] [SUBJECT] | hold [MINUTES] | resume | stop | status]`: the focus
+// timer. Orders go to the vault's service when one runs; without one, `start` runs the session
+// here in the foreground and logs it into the day page when it ends or on Ctrl-C.
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <charconv>
+#include <cmath>
+#include <ostream>
+#include <thread>
+
+#include "cli/command.h"
+#include "core/focus/audio_sink.h"
+#include "core/focus/live_state.h"
+#include "core/focus/tick_player.h"
+#include "core/service/service_lock.h"
+#include "core/service/service_setup.h"
+#include "core/service/vault_service.h"
+#include "core/util/iso_instant.h"
+#include "core/vault/vault_locator.h"
+
+namespace trivo::cli {
+namespace {
+
+namespace fs = std::filesystem;
+using Command_ = LiveState::Command;
+
+std::string clockText(double seconds) {
+  const auto s = static_cast<std::int64_t>(std::ceil(std::max(0.0, seconds)));
+  return std::to_string(s / 60) + ":" + (s % 60 < 10 ? "0" : "") + std::to_string(s % 60);
+}
+
+std::optional<std::int64_t> wholeNumber(const std::string& text) {
+  std::int64_t value = 0;
+  auto [ptr, ec] = std::from_chars(text.data(), text.data() + text.size(), value);
+  if (ec != std::errc() || ptr != text.data() + text.size()) return std::nullopt;
+  return value;
+}
+
+// One line for people about the record's session.
+std::string describe(const LiveState& state, const Clock& clock) {
+  const std::string subject = state.subject ? " " + *state.subject : std::string();
+  auto left = [&] {
+    return state.ends ? ", " + clockText(std::chrono::duration<double>(*state.ends - clock.now())
+                                             .count()) +
+                            " left"
+                      : std::string();
+  };
+  switch (state.phase) {
+    case LiveState::Phase::idle:
+      return "No focus session is under way; " + std::to_string(state.todayMinutes) +
+             " minutes focused today.";
+    case LiveState::Phase::running:
+      return "Focusing" + (state.subject ? " on" + subject : std::string()) + left() + ".";
+    case LiveState::Phase::paused:
+      return "Paused" + (state.subject ? ":" + subject : std::string()) + ".";
+    case LiveState::Phase::onBreak:
+      return "On a break" + left() + ".";
+  }
+  return "";
+}
+
+class FocusCommand final : public Command {
+ public:
+  [[nodiscard]] const char* name() const override { return "focus"; }
+  [[nodiscard]] const char* summary() const override {
+    return "Focus timer: start [MINUTES] [SUBJECT] | hold [MINUTES] | resume | stop | status";
+  }
+  [[nodiscard]] bool writesVault() const override { return true; }
+
+  void define(CLI::App& app) override {
+    app.add_option("ACTION", action_, "start, hold, resume, stop or status (the default)")
+        ->check(CLI::IsMember({"start", "hold", "resume", "stop", "status"}));
+    app.add_option("ARGS", args_, "start: MINUTES (1–120) and SUBJECT; hold: MINUTES");
+  }
+
+  int run(Context& context) override {
+    Order order = parse();
+    fs::path root;
+    try {
+      root = locateVault(VaultSearch::fromProcess(context.vault));
+    } catch (const VaultNotFound& e) {
+      throw UserError(e.what());
+    }
+    const auto lockFile = serviceLockFile(root);
+    const std::optional<pid_t> holder = lockFile ? ServiceLock::holder(*lockFile) : std::nullopt;
+    if (action_ == "status") return status(context, holder.has_value());
+    if (holder) return throughService(order, *holder, context);
+    if (action_ != "start") {
+      throw UserError("No service runs for this vault, so no session is under way; start one "
+                      "with: trivo focus start.");
+    }
+    return foreground(order, root, *lockFile, context);
+  }
+
+ private:
+  using Order = LiveState::Order;
+
+  Order parse() const {
+    Order order;
+    auto minutesOf = [](const std::string& text) {
+      const auto m = wholeNumber(text);
+      if (!m || *m < 1 || *m > 120) {
+        throw UserError("\"" + text + "\" is not a length in minutes; give a whole number from 1 "
+                        "to 120.");
+      }
+      return *m;
+    };
+    std::vector<std::string> rest = args_;
+    if (action_ == "start") {
+      order.command = Command_::start;
+      if (!rest.empty() && wholeNumber(rest.front())) {
+        order.minutes = minutesOf(rest.front());
+        rest.erase(rest.begin());
+      }
+      std::string subject;
+      for (const auto& word : rest) subject += (subject.empty() ? "" : " ") + word;
+      if (!subject.empty()) order.subject = subject;
+    } else if (action_ == "hold") {
+      order.command = Command_::pause;
+      if (rest.size() > 1) throw UserError("hold takes at most one argument: the pause in minutes.");
+      if (!rest.empty()) order.minutes = minutesOf(rest.front());
+    } else if (!rest.empty()) {
+      throw UserError(action_ + " takes no arguments.");
+    } else if (action_ == "resume") {
+      order.command = Command_::resume;
+    } else if (action_ == "stop") {
+      order.command = Command_::stop;
+    }
+    return order;
+  }
+
+  int status(Context& context, bool serviceUp) const {
+    LiveState state = LiveState::read();
+    if (!serviceUp) {
+      // A record left by a service that is gone tells nothing about a session under way.
+      LiveState idle;
+      idle.todayMinutes = state.todayMinutes;
+      state = idle;
+    }
+    if (context.json) {
+      context.out << Json(state).dump(2) << "\n";
+    } else {
+      context.out << describe(state, context.clock) << "\n";
+    }
+    return 0;
+  }
+
+  static bool answered(const LiveState& state, Command_ command) {
+    switch (command) {
+      case Command_::start:
+      case Command_::resume:
+        return state.phase == LiveState::Phase::running;
+      case Command_::pause:
+        return state.phase == LiveState::Phase::paused || state.phase == LiveState::Phase::onBreak;
+      case Command_::stop:
+        return state.phase == LiveState::Phase::idle;
+    }
+    return false;
+  }
+
+  int throughService(Order order, pid_t pid, Context& context) const {
+    order.at = context.clock.now();
+    LiveState::send(order);
+    // The service takes the order within a second and rewrites the live state.
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(3);
+    while (std::chrono::steady_clock::now() < deadline) {
+      const LiveState state = LiveState::read();
+      if (state.stamp >= order.at - std::chrono::milliseconds(1) && answered(state, order.command)) {
+        if (context.json) {
+          context.out << Json(state).dump(2) << "\n";
+        } else {
+          context.out << describe(state, context.clock) << "\n";
+        }
+        return 0;
+      }
+      std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    }
+    throw UserError("The service (process " + std::to_string(pid) +
+                    ") did not act on the order within 3 seconds; check its log (journalctl "
+                    "--user -u trivo).");
+  }
+
+  int foreground(const Order& order, const fs::path& root, const fs::path& lockFile,
+                 Context& context) const {
+    auto lock = ServiceLock::acquire(lockFile);
+    if (!lock) throw UserError("A service started for this vault meanwhile; run the command again.");
+    std::unique_ptr<Clock> clock;
+    try {
+      clock = serviceClockFromEnvironment();
+    } catch (const std::invalid_argument& e) {
+      throw UserError(e.what());
+    }
+    const bool terminal = context.outIsTerminal;
+    VaultService::Options options;
+    options.root = root;
+    options.clock = clock.get();
+    options.log = &context.err;
+    options.foreground = true;
+    options.alerts = false;
+    options.openSound = [] { return openPulseSink(TickPlayer::kSampleRate, "Trivo focus"); };
+    std::ostream& out = context.out;
+    if (terminal) {
+      options.onTick = [&out](const TimerModel& timer) {
+        constexpr int width = 24;
+        const int filled = static_cast<int>(std::lround(timer.progress() * width));
+        out << "\r\x1b[2K" << clockText(timer.remaining()) << " ["
+            << std::string(static_cast<std::size_t>(filled), '#')
+            << std::string(static_cast<std::size_t>(width - filled), '-') << "] "
+            << timer.subject().value_or("") << std::flush;
+      };
+    }
+    try {
+      VaultService service(options);
+      TimerModel& timer = service.timer();
+      if (timer.phase() != TimerModel::Phase::idle) {
+        out << "Resuming the session kept from before." << std::endl;
+      } else {
+        service.obey(order);
+      }
+      out << "Focusing for " << timer.minutes() << " minutes"
+          << (timer.subject() ? " on " + *timer.subject() : std::string())
+          << "; Ctrl-C ends the session early and keeps what was focused." << std::endl;
+      const int code = service.run();
+      if (terminal) out << "\n";
+      if (const auto& logged = timer.lastLogged()) {
+        out << "Logged " << logged->minutes << (logged->minutes == 1 ? " minute" : " minutes")
+            << (logged->outcome.empty() ? std::string() : " of " + logged->outcome)
+            << " into today's page." << std::endl;
+      } else {
+        out << "Less than a minute was focused, so nothing was logged." << std::endl;
+      }
+      return code;
+    } catch (const std::runtime_error& e) {
+      throw UserError(e.what());
+    }
+  }
+
+  std::string action_ = "status";
+  std::vector<std::string> args_;
+};
+
+}  // namespace
+
+std::unique_ptr<Command> makeFocusCommand() { return std::make_unique<FocusCommand>(); }
+
+}  // namespace trivo::cli

@@ -13,6 +13,10 @@ std::unique_ptr<Command> makeProgressCommand();
 std::unique_ptr<Command> makeTreeCommand();
 std::unique_ptr<Command> makeCheckCommand();
 std::unique_ptr<Command> makeFmtCommand();
+std::unique_ptr<Command> makeInitCommand();
+std::unique_ptr<Command> makeReflectCommand();
+std::unique_ptr<Command> makeEditCommand();
+std::unique_ptr<Command> makeCompletionCommand();
 
 std::vector<std::unique_ptr<Command>> allCommands() {
   std::vector<std::unique_ptr<Command>> commands;
@@ -24,6 +28,10 @@ std::vector<std::unique_ptr<Command>> allCommands() {
   commands.push_back(makeTreeCommand());
   commands.push_back(makeCheckCommand());
   commands.push_back(makeFmtCommand());
+  commands.push_back(makeInitCommand());
+  commands.push_back(makeReflectCommand());
+  commands.push_back(makeEditCommand());
+  commands.push_back(makeCompletionCommand());
   return commands;
 }
 

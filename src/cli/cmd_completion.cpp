@@ -19,6 +19,7 @@ struct CommandInfo {
   std::string name;
   std::string summary;
   std::vector<OptionInfo> options;
+  std::vector<std::string> subcommands;  // such as config's get and set
 };
 
 // Every option (long and short name) of a subcommand, as its definition declares them.
@@ -26,7 +27,7 @@ std::vector<OptionInfo> optionsOf(const CLI::App& app) {
   std::vector<OptionInfo> out;
   for (const CLI::Option* option : app.get_options()) {
     if (!option->nonpositional() || option == app.get_help_ptr()) continue;
-    const bool value = option->get_type_size() != 0;
+    const bool value = option->get_items_expected_max() > 0;
     for (const auto& name : option->get_lnames()) {
       out.push_back({"--" + name, option->get_description(), value});
     }
@@ -43,9 +44,11 @@ std::vector<CommandInfo> registeredCommands() {
   for (auto& command : allCommands()) {
     CLI::App app{command->summary(), command->name()};
     command->define(app);
-    out.push_back({command->name(), command->summary(), optionsOf(app)});
+    std::vector<std::string> subcommands;
+    for (const CLI::App* sub : app.get_subcommands({})) subcommands.push_back(sub->get_name());
+    out.push_back({command->name(), command->summary(), optionsOf(app), subcommands});
   }
-  out.push_back({"help", "Print the help of trivo or of one command", {}});
+  out.push_back({"help", "Print the help of trivo or of one command", {}, {}});
   return out;
 }
 
@@ -67,6 +70,12 @@ std::string shellQuoted(std::string_view text) {
     }
   }
   return out + "'";
+}
+
+std::string joined(const std::vector<std::string>& list) {
+  std::string out;
+  for (const auto& word : list) out += (out.empty() ? "" : " ") + word;
+  return out;
 }
 
 std::string words(const std::vector<OptionInfo>& options) {
@@ -94,7 +103,7 @@ std::string bash(const std::vector<CommandInfo>& commands) {
     << "    COMPREPLY=($(compgen -d -- \"$cur\"))\n"
     << "    return\n"
     << "  fi\n"
-    << "  local options=" << shellQuoted(words(kGlobalOptions)) << "\n"
+    << "  local options=" << shellQuoted(words(kGlobalOptions)) << " subcommands=\n"
     << "  case \"$command\" in\n"
     << "    '')\n"
     << "      if [[ $cur == -* ]]; then\n"
@@ -106,11 +115,15 @@ std::string bash(const std::vector<CommandInfo>& commands) {
     << "    help) COMPREPLY=($(compgen -W " << shellQuoted(names) << " -- \"$cur\")); return ;;\n";
   for (const auto& c : commands) {
     if (c.name == "help") continue;
-    s << "    " << c.name << ") options=" << shellQuoted(words(c.options) + " --help") << " ;;\n";
+    s << "    " << c.name << ") options=" << shellQuoted(words(c.options) + " --help");
+    if (!c.subcommands.empty()) s << " subcommands=" << shellQuoted(joined(c.subcommands));
+    s << " ;;\n";
   }
   s << "  esac\n"
     << "  if [[ $cur == -* ]]; then\n"
     << "    COMPREPLY=($(compgen -W \"$options\" -- \"$cur\"))\n"
+    << "  elif [[ -n $subcommands ]]; then\n"
+    << "    COMPREPLY=($(compgen -W \"$subcommands\" -- \"$cur\"))\n"
     << "  fi\n"
     << "}\n"
     << "complete -o default -o bashdefault -F _trivo trivo\n";

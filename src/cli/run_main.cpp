@@ -57,7 +57,7 @@ int runMain(int argc, const char* const* argv, std::ostream& out, std::ostream& 
   std::optional<std::string> vault;
   app.add_option("--vault", vault,
                  "The vault folder (else TRIVO_VAULT, else the nearest "
-                 "folder upward holding .trivo)")
+                 "folder upward holding .trivo, else the default vault of trivo init)")
       ->type_name("DIR");
   bool json = false;
   app.add_flag("--json", json, "Print one JSON document instead of text for people");

@@ -73,9 +73,9 @@ DayEntry pastDay(const DayDate& day, bool leftOpen) {
   entry.date = day;
   std::vector<Outcome> list;
   for (std::int64_t i = 0; i < 3; ++i) {
-    // Most outcomes get done; every fourth stays open and every ninth is blocked.
+    // Most outcomes get done; every fourth stays open and every seventh is blocked.
     const std::int64_t k = n * 3 + i;
-    const OutcomeState state = k % 9 == 0   ? OutcomeState::blocked
+    const OutcomeState state = k % 7 == 0   ? OutcomeState::blocked
                                : k % 4 == 0 ? OutcomeState::planned
                                             : OutcomeState::done;
     list.push_back(Outcome::make(pick(kDayOutcomes, k), state, (k % 3) + 1));

@@ -92,19 +92,21 @@ class ReflectCommand final : public Command {
     std::vector<std::pair<std::string, std::string>> given;
     try {
       const bool terminal = isatty(STDIN_FILENO) != 0;
+      // With --json the questions go to standard error, so standard output stays one document.
+      std::ostream& ask = context.json ? context.err : context.out;
       Reflection after;
       withReflection(*store, key, [&](Reflection& reflection) {
         const Reflection original = reflection;
         if (terminal) {
-          context.out << "Reflection for " << key.description() << " (" << relative.string()
+          ask << "Reflection for " << key.description() << " (" << relative.string()
                       << "). Enter keeps an answer; Ctrl-D stops.\n";
         }
         for (const auto& question : questions) {
           const std::string questionKey(question.key);
           if (terminal) {
-            context.out << "\n" << question.text << "\n";
-            if (auto now = reflection[questionKey]) context.out << "  (now: " << *now << ")\n";
-            context.out << "> " << std::flush;
+            ask << "\n" << question.text << "\n";
+            if (auto now = reflection[questionKey]) ask << "  (now: " << *now << ")\n";
+            ask << "> " << std::flush;
           }
           std::string line;
           if (!std::getline(std::cin, line)) break;
@@ -113,7 +115,7 @@ class ReflectCommand final : public Command {
           if (trimmedWhitespace(line).empty()) continue;
           reflection.set(questionKey, line);
         }
-        if (terminal) context.out << "\n";
+        if (terminal) ask << "\n";
         if (given.empty() && !terminal) {
           throw UserError(
               "No answers came on standard input; give one answer per line, or run trivo "

@@ -9,7 +9,9 @@ FUZZ_SECONDS ?= 300
 FUZZ_RUNS  ?=
 CMAKE_GEN  := -G Ninja
 
-.PHONY: all deps build run test sanitize tsan bench fuzz soak format clean
+REL_BUILD  ?= build-release
+
+.PHONY: all deps build run test release sanitize tsan bench fuzz soak format clean
 
 all: build
 
@@ -17,7 +19,7 @@ deps:
 	@scripts/install-deps
 
 $(BUILD)/build.ninja: CMakeLists.txt
-	cmake -S . -B $(BUILD) $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=Debug
+	cmake -S . -B $(BUILD) $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=Debug -DTRIVO_WERROR=ON
 
 build: deps $(BUILD)/build.ninja
 	cmake --build $(BUILD) -j $(JOBS)
@@ -28,14 +30,22 @@ run: build
 test: build
 	ctest --test-dir $(BUILD) --output-on-failure -j $(JOBS)
 
+# The build a packager makes: Release with the default options (warnings are not errors), of
+# the programs and the library (the tests run in the other builds).
+release: deps
+	cmake -S . -B $(REL_BUILD) $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=Release
+	cmake --build $(REL_BUILD) -j $(JOBS) --target trivo trivo-widgets TrivoCore
+
 sanitize: deps
-	cmake -S . -B $(SAN_BUILD) $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=Debug -DTRIVO_SANITIZE=ON
+	cmake -S . -B $(SAN_BUILD) $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=Debug -DTRIVO_SANITIZE=ON \
+	  -DTRIVO_WERROR=ON
 	cmake --build $(SAN_BUILD) -j $(JOBS)
 	ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1 \
 	  ctest --test-dir $(SAN_BUILD) --output-on-failure -j $(JOBS)
 
 tsan: deps
-	cmake -S . -B $(TSAN_BUILD) $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=Debug -DTRIVO_TSAN=ON
+	cmake -S . -B $(TSAN_BUILD) $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=Debug -DTRIVO_TSAN=ON \
+	  -DTRIVO_WERROR=ON
 	cmake --build $(TSAN_BUILD) -j $(JOBS) --target trivo_tests
 	ctest --test-dir $(TSAN_BUILD) --output-on-failure -j $(JOBS) -R 'Store|Watcher|Live|VaultService'
 
@@ -52,7 +62,7 @@ bench: deps
 
 fuzz: deps
 	cmake -S . -B build-fuzz $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=Debug -DTRIVO_FUZZ=ON \
-	  -DCMAKE_CXX_COMPILER=clang++
+	  -DCMAKE_CXX_COMPILER=clang++ -DTRIVO_WERROR=ON
 	cmake --build build-fuzz -j $(JOBS) --target fuzzers
 	FUZZ_RUNS=$(FUZZ_RUNS) scripts/run-fuzz $(FUZZ_SECONDS)
 
@@ -60,4 +70,4 @@ format:
 	find src tests fuzz bench -name '*.cpp' -o -name '*.h' | xargs clang-format -i
 
 clean:
-	rm -rf $(BUILD) $(SAN_BUILD) $(TSAN_BUILD) $(BENCH_BUILD) build-fuzz
+	rm -rf $(BUILD) $(SAN_BUILD) $(TSAN_BUILD) $(BENCH_BUILD) $(REL_BUILD) build-fuzz

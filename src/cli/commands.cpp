@@ -19,6 +19,10 @@ std::unique_ptr<Command> makeInboxCommand();
 std::unique_ptr<Command> makeAgendaCommand();
 std::unique_ptr<Command> makeAppCommand();
 std::unique_ptr<Command> makeFocusCommand();
+std::unique_ptr<Command> makeInitCommand();
+std::unique_ptr<Command> makeReflectCommand();
+std::unique_ptr<Command> makeEditCommand();
+std::unique_ptr<Command> makeCompletionCommand();
 
 std::vector<std::unique_ptr<Command>> allCommands() {
   std::vector<std::unique_ptr<Command>> commands;
@@ -36,6 +40,10 @@ std::vector<std::unique_ptr<Command>> allCommands() {
   commands.push_back(makeAgendaCommand());
   commands.push_back(makeAppCommand());
   commands.push_back(makeFocusCommand());
+  commands.push_back(makeInitCommand());
+  commands.push_back(makeReflectCommand());
+  commands.push_back(makeEditCommand());
+  commands.push_back(makeCompletionCommand());
   return commands;
 }
 

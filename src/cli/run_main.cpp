@@ -13,6 +13,46 @@
 #include "core/version.h"
 
 namespace trivo::cli {
+namespace {
+
+constexpr const char* kUsage =
+    "usage: trivo [--vault DIR] [--json] COMMAND ...  (trivo help lists the commands)\n";
+
+// The first word that is not an option or the value of --vault: the command the person meant.
+std::optional<std::string> commandWord(int argc, const char* const* argv) {
+  for (int i = 1; i < argc; ++i) {
+    const std::string_view arg = argv[i];
+    if (arg == "--vault") {
+      ++i;
+    } else if (!arg.empty() && arg.front() != '-') {
+      return std::string(arg);
+    }
+  }
+  return std::nullopt;
+}
+
+std::string commandList(const std::vector<CLI::App*>& subs) {
+  std::string list;
+  for (const CLI::App* sub : subs) list += (list.empty() ? "" : ", ") + sub->get_name();
+  return list;
+}
+
+const CLI::App* findCommand(const std::string& word, const std::vector<CLI::App*>& subs) {
+  for (const CLI::App* sub : subs) {
+    if (sub->get_name() == word) return sub;
+  }
+  return nullptr;
+}
+
+int unknownCommand(const std::string& word, const std::vector<CLI::App*>& subs,
+                   std::ostream& err) {
+  err << "trivo: \"" << word << "\" is not a command; the commands are " << commandList(subs)
+      << ".\n"
+      << kUsage;
+  return 2;
+}
+
+}  // namespace
 
 int runMain(int argc, const char* const* argv, std::ostream& out, std::ostream& err) {
   CLI::App app{"Trivo: a plain-text planner and journal built on the Rule of Three.", "trivo"};
@@ -21,7 +61,7 @@ int runMain(int argc, const char* const* argv, std::ostream& out, std::ostream& 
   std::optional<std::string> vault;
   app.add_option("--vault", vault,
                  "The vault folder (else TRIVO_VAULT, else the nearest "
-                 "folder upward holding .trivo)")
+                 "folder upward holding .trivo, else the default vault of trivo init)")
       ->type_name("DIR");
   bool json = false;
   app.add_flag("--json", json, "Print one JSON document instead of text for people");
@@ -34,6 +74,13 @@ int runMain(int argc, const char* const* argv, std::ostream& out, std::ostream& 
     command->define(*sub);
     subs.push_back(sub);
   }
+  CLI::App* help = app.add_subcommand("help", "Print the help of trivo or of one command");
+  std::optional<std::string> helpTopic;
+  help->add_option("COMMAND", helpTopic, "The command to explain");
+  subs.push_back(help);
+
+  const auto word = commandWord(argc, argv);
+  if (word && !findCommand(*word, subs)) return unknownCommand(*word, subs, err);
 
   try {
     app.parse(argc, argv);
@@ -46,10 +93,28 @@ int runMain(int argc, const char* const* argv, std::ostream& out, std::ostream& 
   } catch (const CLI::CallForVersion&) {
     out << app.version() << "\n";
     return 0;
-  } catch (const CLI::ParseError& e) {
-    err << "trivo: " << e.what() << "\n";
-    err << "usage: trivo [--vault DIR] [--json] COMMAND ...  (trivo --help lists the commands)\n";
+  } catch (const CLI::RequiredError& e) {
+    if (!word) {
+      err << "trivo: name a command; the commands are " << commandList(subs) << ".\n" << kUsage;
+    } else {
+      err << "trivo: " << e.what() << "\n" << kUsage;
+    }
     return 2;
+  } catch (const CLI::ParseError& e) {
+    err << "trivo: " << e.what() << "\n" << kUsage;
+    return 2;
+  }
+
+  if (help->parsed()) {
+    if (!helpTopic) {
+      // Not app.help(), which would explain the help command itself.
+      out << app.get_formatter()->make_help(&app, "trivo", CLI::AppFormatMode::Normal);
+      return 0;
+    }
+    const CLI::App* topic = findCommand(*helpTopic, subs);
+    if (!topic) return unknownCommand(*helpTopic, subs, err);
+    out << topic->help("trivo");
+    return 0;
   }
 
   Context context{out,   err,  SystemClock::shared(),

@@ -75,8 +75,8 @@ fs::path locateVault(const VaultSearch& search) {
     }
   }
   throw VaultNotFound(
-      "No vault found: pass --vault DIR, set TRIVO_VAULT, or run trivo init in the folder that "
-      "should hold your pages.");
+      "No vault found: run trivo init DIR to make one (add --sample to try it with sample "
+      "pages), pass --vault DIR, or set TRIVO_VAULT.");
 }
 
 VaultFormat detectVaultFormat(const fs::path& root) {

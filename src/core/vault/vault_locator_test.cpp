@@ -51,8 +51,8 @@ TEST_F(Locate, NoVaultIsOneSentenceSayingHowToMakeOne) {
       ADD_FAILURE() << "found a vault with list " << list;
     } catch (const VaultNotFound& e) {
       EXPECT_EQ(std::string(e.what()),
-                "No vault found: pass --vault DIR, set TRIVO_VAULT, or run trivo init in the "
-                "folder that should hold your pages.");
+                "No vault found: run trivo init DIR to make one (add --sample to try it with "
+                "sample pages), pass --vault DIR, or set TRIVO_VAULT.");
     }
   }
 }

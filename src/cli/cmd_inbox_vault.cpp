@@ -75,8 +75,9 @@ void guarded(const InboxVault& vault, const std::function<void()>& work) {
         throw UserError("Nothing was changed: " + std::string(e.what()) + ".", 2);
     }
   } catch (const FileError& e) {
-    throw UserError(std::string("A page could not be written (") + e.what() +
-                    "); check the vault folder's permissions and free space.");
+    throw UserError(std::string(e.what()) +
+                    " Nothing you wrote is lost: a text that could not be written is kept (trivo "
+                    "refused lists it).");
   }
 }
 

@@ -39,7 +39,7 @@ std::string commandList(const std::vector<CLI::App*>& subs) {
 
 const CLI::App* findCommand(const std::string& word, const std::vector<CLI::App*>& subs) {
   for (const CLI::App* sub : subs) {
-    if (sub->get_name() == word) return sub;
+    if (sub->check_name(word)) return sub;  // its name or one of its aliases
   }
   return nullptr;
 }

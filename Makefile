@@ -51,8 +51,10 @@ tsan: deps
 
 # The long soak of the store against other writers (CI runs a short one with the tests).
 SOAK_SAVES ?= 10000
+SYNC_SECONDS ?= 300
 soak: build
 	TRIVO_SOAK_SAVES=$(SOAK_SAVES) $(BUILD)/trivo_tests --gtest_filter='StoreSoak.*:StoreFaults.*'
+	TRIVO_SYNC_SECONDS=$(SYNC_SECONDS) $(BUILD)/trivo_tests --gtest_filter='SyncDevices.*'
 
 bench: deps
 	cmake -S . -B $(BENCH_BUILD) $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=Release -DTRIVO_BENCH=ON \

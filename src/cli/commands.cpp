@@ -13,6 +13,10 @@ std::unique_ptr<Command> makeProgressCommand();
 std::unique_ptr<Command> makeTreeCommand();
 std::unique_ptr<Command> makeCheckCommand();
 std::unique_ptr<Command> makeFmtCommand();
+std::unique_ptr<Command> makeTodayCommand();
+std::unique_ptr<Command> makeOutcomeCommand();
+std::unique_ptr<Command> makeJournalCommand();
+std::unique_ptr<Command> makeCarryCommand();
 
 std::vector<std::unique_ptr<Command>> allCommands() {
   std::vector<std::unique_ptr<Command>> commands;
@@ -24,6 +28,10 @@ std::vector<std::unique_ptr<Command>> allCommands() {
   commands.push_back(makeTreeCommand());
   commands.push_back(makeCheckCommand());
   commands.push_back(makeFmtCommand());
+  commands.push_back(makeTodayCommand());
+  commands.push_back(makeOutcomeCommand());
+  commands.push_back(makeJournalCommand());
+  commands.push_back(makeCarryCommand());
   return commands;
 }
 

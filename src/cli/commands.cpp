@@ -17,6 +17,9 @@ std::unique_ptr<Command> makeTodayCommand();
 std::unique_ptr<Command> makeOutcomeCommand();
 std::unique_ptr<Command> makeJournalCommand();
 std::unique_ptr<Command> makeCarryCommand();
+std::unique_ptr<Command> makeCaptureCommand();
+std::unique_ptr<Command> makeInboxCommand();
+std::unique_ptr<Command> makeAgendaCommand();
 
 std::vector<std::unique_ptr<Command>> allCommands() {
   std::vector<std::unique_ptr<Command>> commands;
@@ -32,6 +35,9 @@ std::vector<std::unique_ptr<Command>> allCommands() {
   commands.push_back(makeOutcomeCommand());
   commands.push_back(makeJournalCommand());
   commands.push_back(makeCarryCommand());
+  commands.push_back(makeCaptureCommand());
+  commands.push_back(makeInboxCommand());
+  commands.push_back(makeAgendaCommand());
   return commands;
 }
 

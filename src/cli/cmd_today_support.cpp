@@ -7,6 +7,7 @@
 #include "cli/day_argument.h"
 #include "cli/vault_settings.h"
 #include "core/format/serializer_error.h"
+#include "core/inbox/inbox_error.h"
 #include "core/platform/device_identity.h"
 #include "core/store/atomic_write.h"
 #include "core/store/cloud_signal.h"
@@ -66,23 +67,26 @@ void DailyVault::run(const std::function<void()>& work, bool writes) {
     work();
     if (writes) model_->commit();
   } catch (const TodayError& e) {
-    model_->discard();
+    discard();
     throw UserError(e.what(), kBadInput);
+  } catch (const InboxError& e) {
+    discard();
+    throw UserError("Nothing was changed: " + std::string(e.what()) + ".", kBadInput);
   } catch (const UserError&) {
-    model_->discard();
+    discard();
     throw;
   } catch (const PageReadError& e) {
-    model_->discard();
+    discard();
     throw UserError("The page " + fileOf(e.key()) + " cannot be read (" + describe(e.problem()) +
                         "), so nothing was written; fix the page and run the command again.",
                     kUnreadablePage);
   } catch (const SerializerError& e) {
-    model_->discard();
+    discard();
     throw UserError(std::string("A page cannot be read (") + e.what() +
                         "), so nothing was written; fix the page and run the command again.",
                     kUnreadablePage);
   } catch (const VaultError& e) {
-    model_->discard();
+    discard();
     const std::string page = e.key() ? "The page " + fileOf(*e.key()) : std::string("A page");
     if (e.kind() == VaultError::Kind::changedOnDisk) {
       throw UserError(page +
@@ -94,7 +98,7 @@ void DailyVault::run(const std::function<void()>& work, bool writes) {
                            "it has downloaded.",
                     kUnreadablePage);
   } catch (const FileError& e) {
-    model_->discard();
+    discard();
     throw UserError(std::string(e.what()) + "; the page was left as it was.");
   }
 }
@@ -128,6 +132,12 @@ void printOutcomes(const Context& context, const OutcomeSet& outcomes) {
     }
     context.out << "\n";
   }
+}
+
+void DailyVault::discard() {
+  model_->discard();
+  // Inbox items are ticked through the inbox model, which queues the inbox page itself.
+  store_->discardPending(EntryKey::inbox());
 }
 
 bool useColour(const Context& context) {

@@ -43,6 +43,8 @@ class DailyVault {
   void run(const std::function<void()>& work, bool writes = true);
 
  private:
+  void discard();
+
   const Context& context_;
   std::filesystem::path root_;
   std::unique_ptr<VaultStore> store_;

@@ -8,18 +8,6 @@
 namespace trivo::cli {
 namespace {
 
-std::string kindWord(TodayModel::CarryOffer::Kind kind) {
-  switch (kind) {
-    case TodayModel::CarryOffer::Kind::outcome:
-      return "outcome";
-    case TodayModel::CarryOffer::Kind::checklist:
-      return "checklist";
-    case TodayModel::CarryOffer::Kind::forTomorrow:
-      return "for tomorrow";
-  }
-  return "";
-}
-
 class CarryCommand final : public Command {
  public:
   [[nodiscard]] const char* name() const override { return "carry"; }
@@ -72,13 +60,12 @@ class CarryCommand final : public Command {
       out << "Nothing is left to carry over from " << from->isoString() << ".\n";
       return 0;
     }
-    out << (carrying ? "Carried into " + vault.today().isoString() + " from "
-                     : "Left from ")
+    out << (carrying ? "Carried into " + vault.today().isoString() + " from " : "Left from ")
         << from->isoString() << ":\n";
     for (std::size_t i = 0; i < shown.size(); ++i) {
       out << "  ";
       if (!carrying) out << i + 1 << ". ";
-      out << shown[i].text << "  " << paint(context, "2", "(" + kindWord(shown[i].kind) + ")")
+      out << shown[i].text << "  " << paint(context, "2", "(" + carryKindWord(shown[i].kind) + ")")
           << "\n";
     }
     return 0;

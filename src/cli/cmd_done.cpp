@@ -43,9 +43,9 @@ std::string badTarget(const std::string& text) {
 Target parseTarget(const std::string& text, const DailyVault& vault) {
   if (const auto n = wholeNumber(text)) {
     if (*n >= 1 && *n <= 3) return OutcomeTarget{EntryKey::day(vault.today()), *n};
-    throw UserError("Today has outcomes 1, 2 and 3, not " + text + "; an inbox item is written i" +
-                        text + ".",
-                    kBadInput);
+    throw UserError(
+        "Today has outcomes 1, 2 and 3, not " + text + "; an inbox item is written i" + text + ".",
+        kBadInput);
   }
   if (const auto colon = text.rfind(':'); colon != std::string::npos) {
     const auto n = wholeNumber(std::string_view(text).substr(colon + 1));
@@ -109,7 +109,7 @@ class TickCommand final : public Command {
         std::visit(
             Overloaded{
                 [&](const OutcomeTarget& t) {
-                  const OutcomeState state = !done_    ? OutcomeState::planned
+                  const OutcomeState state = !done_     ? OutcomeState::planned
                                              : blocked_ ? OutcomeState::blocked
                                                         : OutcomeState::done;
                   model.setOutcomeState(t.page, t.slot, state);
@@ -122,10 +122,10 @@ class TickCommand final : public Command {
                 [&](const ChecklistTarget& t) {
                   model.setChecklistDone(t.number, done_);
                   const CarryItem c = model.page().checklist[t.number - 1];
-                  lines.push_back("c" + std::to_string(t.number) + ". " +
-                                  stateMark(context, c.done ? OutcomeState::done
-                                                            : OutcomeState::planned) +
-                                  " " + c.text);
+                  lines.push_back(
+                      "c" + std::to_string(t.number) + ". " +
+                      stateMark(context, c.done ? OutcomeState::done : OutcomeState::planned) +
+                      " " + c.text);
                   ticked.push_back(c);
                 },
                 [&](const PulledTarget& t) {

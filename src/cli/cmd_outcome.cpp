@@ -31,7 +31,8 @@ class OutcomeCommand final : public Command {
     EntryKey page = EntryKey::day(vault.today());
     std::size_t next = 0;
     // A page is never a single digit (years have four), so one digit is the outcome's number.
-    if (!args_.empty() && !(args_[0].size() == 1 && wholeNumber(args_[0]))) page = vault.periodPage(args_[next++]);
+    if (!args_.empty() && !(args_[0].size() == 1 && wholeNumber(args_[0])))
+      page = vault.periodPage(args_[next++]);
     std::optional<std::int64_t> slot;
     if (next < args_.size()) {
       slot = wholeNumber(args_[next]);

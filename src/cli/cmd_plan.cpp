@@ -93,11 +93,10 @@ class PlanCommand final : public Command {
     try {
       return openOffers(plan, *store);
     } catch (const PageReadError& e) {
-      throw UserError("The page " +
-                          store->paths().urlFor(e.key()).lexically_relative(root).generic_string() +
-                          " cannot be read (" + describe(e.problem()) +
-                          "); fix the page and try again.",
-                      3);
+      throw UserError(
+          "The page " + store->paths().urlFor(e.key()).lexically_relative(root).generic_string() +
+              " cannot be read (" + describe(e.problem()) + "); fix the page and try again.",
+          3);
     } catch (const SerializerError& e) {
       throw UserError(std::string("A page of the plan cannot be read (") + e.what() +
                           "); fix the page and try again.",

@@ -15,10 +15,11 @@ std::int64_t itemNumber(const std::string& text, char prefix) {
   if (!digits.empty() && digits.front() == prefix) digits.remove_prefix(1);
   const auto n = wholeNumber(digits);
   if (!n || *n < 1) {
-    throw UserError(prefix == 'i'
-                        ? "\"" + text + "\" is not an inbox item; write its number as trivo inbox "
+    throw UserError(prefix == 'i' ? "\"" + text +
+                                        "\" is not an inbox item; write its number as trivo inbox "
                                         "prints it, such as 4 or i4."
-                        : "\"" + text + "\" is not a pulled item; write its number as trivo "
+                                  : "\"" + text +
+                                        "\" is not a pulled item; write its number as trivo "
                                         "today prints it, such as p1.",
                     kBadInput);
   }
@@ -34,8 +35,7 @@ class PullCommand final : public Command {
   [[nodiscard]] bool writesVault() const override { return true; }
 
   void define(CLI::App& app) override {
-    app.add_option("ITEM", item_, "The inbox item's number (4 or i4); with --back, p1")
-        ->required();
+    app.add_option("ITEM", item_, "The inbox item's number (4 or i4); with --back, p1")->required();
     app.add_option("--slot", slot_, "The outcome 1–3 of today that the item serves");
     app.add_flag("--back", back_, "Send an item pulled into today back to the inbox");
   }
@@ -53,9 +53,9 @@ class PullCommand final : public Command {
       if (back_) {
         const auto pulled = model.page().pulledItems;
         if (static_cast<std::size_t>(number) > pulled.size()) {
-          throw TodayError(TodayError::Kind::item,
-                           "Today has no pulled item " + std::to_string(number) + "; it has " +
-                               std::to_string(pulled.size()) + ".");
+          throw TodayError(TodayError::Kind::item, "Today has no pulled item " +
+                                                       std::to_string(number) + "; it has " +
+                                                       std::to_string(pulled.size()) + ".");
         }
         moved = model.sendBack(pulled[static_cast<std::size_t>(number - 1)].id);
         return;
@@ -63,9 +63,8 @@ class PullCommand final : public Command {
       InboxModel inbox(vault.store(), context.clock, vault.today());
       const auto entry = inbox.find(number);
       if (!entry) {
-        throw TodayError(TodayError::Kind::item,
-                         "The inbox has no item " + std::to_string(number) +
-                             "; trivo inbox lists the numbers.");
+        throw TodayError(TodayError::Kind::item, "The inbox has no item " + std::to_string(number) +
+                                                     "; trivo inbox lists the numbers.");
       }
       moved = model.pull(entry->item.id, slot_);
     });

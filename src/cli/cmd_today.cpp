@@ -8,27 +8,12 @@
 namespace trivo::cli {
 namespace {
 
-std::string servesMark(const std::optional<std::int64_t>& serves) {
-  return serves ? " → #" + std::to_string(*serves) : std::string();
-}
-
-std::string carriedKind(TodayModel::CarryOffer::Kind kind) {
-  switch (kind) {
-    case TodayModel::CarryOffer::Kind::outcome:
-      return "outcome";
-    case TodayModel::CarryOffer::Kind::checklist:
-      return "checklist";
-    case TodayModel::CarryOffer::Kind::forTomorrow:
-      return "for tomorrow";
-  }
-  return "";
-}
-
 class TodayCommand final : public Command {
  public:
   [[nodiscard]] const char* name() const override { return "today"; }
   [[nodiscard]] const char* summary() const override {
-    return "Show a day: outcomes, checklist, pulled items, journal, for tomorrow, focus, carry-over";
+    return "Show a day: outcomes, checklist, pulled items, journal, for tomorrow, focus, "
+           "carry-over";
   }
   [[nodiscard]] bool writesVault() const override { return false; }
 
@@ -86,7 +71,7 @@ class TodayCommand final : public Command {
       for (std::size_t i = 0; i < entry.pulledItems.size(); ++i) {
         const InboxItem& item = entry.pulledItems[i];
         out << "  p" << i + 1 << ". " << stateMark(context, item.state()) << " " << item.text
-            << servesMark(item.serves) << "\n";
+            << (item.serves ? " → #" + std::to_string(*item.serves) : std::string()) << "\n";
       }
     }
     if (!entry.journal.empty()) {
@@ -108,7 +93,7 @@ class TodayCommand final : public Command {
           << " (trivo carry --all, or trivo carry N…):\n";
       for (std::size_t i = 0; i < offers.size(); ++i) {
         out << "  " << i + 1 << ". " << offers[i].text << "  "
-            << paint(context, "2", "(" + carriedKind(offers[i].kind) + ")") << "\n";
+            << paint(context, "2", "(" + carryKindWord(offers[i].kind) + ")") << "\n";
       }
     }
   }

@@ -40,7 +40,8 @@ DailyVault::DailyVault(const Context& context) : context_(context) {
   options.codec = SerializerCodec::forVault(vault, yearModeOf(root_));
   // Other devices syncing the vault leave a note when they write a page; a page written more
   // recently elsewhere is not overwritten before that text has arrived here.
-  options.cloud = std::make_shared<FileCloudSignal>(root_, DeviceIdentity::current(), context.clock);
+  options.cloud =
+      std::make_shared<FileCloudSignal>(root_, DeviceIdentity::current(), context.clock);
   store_ = std::make_unique<VaultStore>(vault, options);
   model_ = std::make_unique<TodayModel>(*store_, context.clock,
                                         std::make_shared<FolderDayPageIndex>(store_->paths()));
@@ -94,8 +95,9 @@ void DailyVault::run(const std::function<void()>& work, bool writes) {
                           "not written; run the command again.",
                       kChangedPage);
     }
-    throw UserError(page + " is not on this device yet, so nothing was written; try again once "
-                           "it has downloaded.",
+    throw UserError(page +
+                        " is not on this device yet, so nothing was written; try again once "
+                        "it has downloaded.",
                     kUnreadablePage);
   } catch (const FileError& e) {
     discard();
@@ -138,6 +140,18 @@ void DailyVault::discard() {
   model_->discard();
   // Inbox items are ticked through the inbox model, which queues the inbox page itself.
   store_->discardPending(EntryKey::inbox());
+}
+
+std::string carryKindWord(TodayModel::CarryOffer::Kind kind) {
+  switch (kind) {
+    case TodayModel::CarryOffer::Kind::outcome:
+      return "outcome";
+    case TodayModel::CarryOffer::Kind::checklist:
+      return "checklist";
+    case TodayModel::CarryOffer::Kind::forTomorrow:
+      return "for tomorrow";
+  }
+  return "";
 }
 
 bool useColour(const Context& context) {

@@ -58,6 +58,9 @@ std::optional<std::int64_t> wholeNumber(std::string_view text);
 // Prints a period's outcomes, one numbered line each.
 void printOutcomes(const Context& context, const OutcomeSet& outcomes);
 
+// "outcome", "checklist" or "for tomorrow": the list a carry-over item comes from.
+std::string carryKindWord(TodayModel::CarryOffer::Kind kind);
+
 // Colour on a terminal only, and never when NO_COLOR is set.
 bool useColour(const Context& context);
 // The text in an ANSI colour ("32" green, "31" red, "1" bold, "2" dim) when colour is on.

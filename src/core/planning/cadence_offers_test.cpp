@@ -59,9 +59,8 @@ TEST(CadenceOffers, NewYearsEveOffersOnlyWhatIsStillOpen) {
   vault.quarter({2027, 1}, {outcome("Q1 goal")});
   vault.reopen();
   const auto open = openOffers(plan, vault.store());
-  EXPECT_EQ(open.reflections,
-            (std::vector<Offer>{{Offer::Kind::monthly, YearMonth{2026, 12}},
-                                {Offer::Kind::quarterly, YearQuarter{2026, 4}}}));
+  EXPECT_EQ(open.reflections, (std::vector<Offer>{{Offer::Kind::monthly, YearMonth{2026, 12}},
+                                                  {Offer::Kind::quarterly, YearQuarter{2026, 4}}}));
   EXPECT_EQ(open.setNext, (std::vector<Next>{{Next::Kind::month, YearMonth{2027, 1}},
                                              {Next::Kind::year, std::int64_t{2027}}}));
 }

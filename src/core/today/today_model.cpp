@@ -13,9 +13,8 @@ std::string trimmedCopy(std::string_view text) { return std::string(trimmedWhite
 
 void checkSlot(std::int64_t slot) {
   if (slot < 1 || slot > 3) {
-    throw TodayError(TodayError::Kind::slot,
-                     "There is no outcome " + std::to_string(slot) +
-                         "; a period has outcomes 1, 2 and 3.");
+    throw TodayError(TodayError::Kind::slot, "There is no outcome " + std::to_string(slot) +
+                                                 "; a period has outcomes 1, 2 and 3.");
   }
 }
 
@@ -76,7 +75,6 @@ std::int64_t TodayModel::focusMinutes(const DayDate& date) {
                          [](std::int64_t sum, const FocusSession& s) { return sum + s.minutes; });
 }
 
-
 // --- Outcomes of any period page.
 
 template <class Change>
@@ -94,8 +92,9 @@ void TodayModel::editOutcomes(const EntryKey& page, Change change, bool emptying
   if (const auto* m = page.asMonth()) return apply(read([&] { return store_.month(*m); }));
   if (const auto* q = page.asQuarter()) return apply(read([&] { return store_.quarter(*q); }));
   if (const auto* y = page.asYear()) return apply(read([&] { return store_.year(*y); }));
-  throw TodayError(TodayError::Kind::page, "The inbox has no outcomes; name a day, week, month, "
-                                           "quarter or year page instead.");
+  throw TodayError(TodayError::Kind::page,
+                   "The inbox has no outcomes; name a day, week, month, "
+                   "quarter or year page instead.");
 }
 
 OutcomeSet TodayModel::outcomes(const EntryKey& page) {
@@ -105,8 +104,9 @@ OutcomeSet TodayModel::outcomes(const EntryKey& page) {
   if (const auto* m = page.asMonth()) return read([&] { return store_.month(*m); });
   if (const auto* q = page.asQuarter()) return read([&] { return store_.quarter(*q); });
   if (const auto* y = page.asYear()) return read([&] { return store_.year(*y); });
-  throw TodayError(TodayError::Kind::page, "The inbox has no outcomes; name a day, week, month, "
-                                           "quarter or year page instead.");
+  throw TodayError(TodayError::Kind::page,
+                   "The inbox has no outcomes; name a day, week, month, "
+                   "quarter or year page instead.");
 }
 
 void TodayModel::setOutcome(const EntryKey& page, std::int64_t slot, const std::string& text) {
@@ -143,13 +143,16 @@ void TodayModel::setServes(const EntryKey& page, std::int64_t slot,
 
 void TodayModel::clearOutcome(const EntryKey& page, std::int64_t slot) {
   checkSlot(slot);
-  editOutcomes(page, [&](std::vector<Outcome>& list) {
-    Outcome& outcome = list[static_cast<std::size_t>(slot - 1)];
-    // Lines of the person's own under the outcome (Org drawers, notes) stay where they were.
-    std::vector<std::string> kept = std::move(outcome.trailingLines);
-    outcome = blankOutcome();
-    outcome.trailingLines = std::move(kept);
-  }, /*emptying=*/true);
+  editOutcomes(
+      page,
+      [&](std::vector<Outcome>& list) {
+        Outcome& outcome = list[static_cast<std::size_t>(slot - 1)];
+        // Lines of the person's own under the outcome (Org drawers, notes) stay where they were.
+        std::vector<std::string> kept = std::move(outcome.trailingLines);
+        outcome = blankOutcome();
+        outcome.trailingLines = std::move(kept);
+      },
+      /*emptying=*/true);
 }
 
 void TodayModel::moveOutcome(const EntryKey& page, std::int64_t from, std::int64_t to) {
@@ -198,9 +201,9 @@ void TodayModel::addChecklistItem(const std::string& text) {
 void TodayModel::setChecklistDone(std::size_t number, bool done) {
   DayEntry entry = page();
   if (number < 1 || number > entry.checklist.size()) {
-    throw TodayError(TodayError::Kind::slot,
-                     "Today's checklist has no item " + std::to_string(number) + "; it has " +
-                         std::to_string(entry.checklist.size()) + ".");
+    throw TodayError(TodayError::Kind::slot, "Today's checklist has no item " +
+                                                 std::to_string(number) + "; it has " +
+                                                 std::to_string(entry.checklist.size()) + ".");
   }
   CarryItem& item = entry.checklist[number - 1];
   if (item.done == done) return;  // a second tick keeps the first stamp
@@ -230,9 +233,10 @@ TodayError noSuchItem(const std::string& id, const std::string& where) {
 
 InboxItem TodayModel::pull(const std::string& id, std::optional<std::int64_t> slot) {
   if (slot && (*slot < 1 || *slot > 3)) {
-    throw TodayError(TodayError::Kind::serves, "A pulled item can serve today's outcome 1, 2 or "
-                                               "3, not " +
-                                                   std::to_string(*slot) + ".");
+    throw TodayError(TodayError::Kind::serves,
+                     "A pulled item can serve today's outcome 1, 2 or "
+                     "3, not " +
+                         std::to_string(*slot) + ".");
   }
   Inbox inbox = editInbox();
   auto it = std::find_if(inbox.items.begin(), inbox.items.end(),
@@ -287,9 +291,8 @@ JournalEntry TodayModel::addJournal(const std::string& text, std::optional<Clock
   const JournalEntry added{at.value_or(now()), std::move(words)};
   DayEntry entry = page();
   const auto after = std::upper_bound(
-      entry.journal.begin(), entry.journal.end(), added, [](const auto& a, const auto& b) {
-        return a.time.minutesOfDay() < b.time.minutesOfDay();
-      });
+      entry.journal.begin(), entry.journal.end(), added,
+      [](const auto& a, const auto& b) { return a.time.minutesOfDay() < b.time.minutesOfDay(); });
   entry.journal.insert(after, added);
   save(entry);
   return added;
@@ -305,8 +308,7 @@ void TodayModel::discard() {
 }
 
 std::string_view caseName(TodayModel::CarryOffer::Kind kind) {
-  static constexpr std::array<std::string_view, 3> names = {"outcome", "checklist",
-                                                            "forTomorrow"};
+  static constexpr std::array<std::string_view, 3> names = {"outcome", "checklist", "forTomorrow"};
   return names[static_cast<std::size_t>(kind)];
 }
 

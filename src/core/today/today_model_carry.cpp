@@ -56,7 +56,8 @@ std::vector<TodayModel::CarryOffer> TodayModel::carryOffers() {
   }
   for (std::size_t i = 0; i < old.checklist.size(); ++i) {
     const CarryItem& c = old.checklist[i];
-    if (isOpen(c) && fresh(c.text)) offers.push_back({CarryOffer::Kind::checklist, *from, i, c.text});
+    if (isOpen(c) && fresh(c.text))
+      offers.push_back({CarryOffer::Kind::checklist, *from, i, c.text});
   }
   for (std::size_t i = 0; i < old.forTomorrow.size(); ++i) {
     const CarryItem& c = old.forTomorrow[i];
@@ -81,12 +82,12 @@ std::vector<TodayModel::CarryOffer> TodayModel::carry(const std::vector<std::siz
     std::set<std::size_t> seen;
     for (std::size_t n : numbers) {
       if (n < 1 || n > offers.size()) {
-        throw TodayError(TodayError::Kind::item,
-                         offers.empty() ? "There is nothing to carry over, so there is no item " +
-                                              std::to_string(n) + "."
-                                        : "There is no carry-over item " + std::to_string(n) +
-                                              "; the items are numbered 1 to " +
-                                              std::to_string(offers.size()) + ".");
+        throw TodayError(
+            TodayError::Kind::item,
+            offers.empty()
+                ? "There is nothing to carry over, so there is no item " + std::to_string(n) + "."
+                : "There is no carry-over item " + std::to_string(n) +
+                      "; the items are numbered 1 to " + std::to_string(offers.size()) + ".");
       }
       if (seen.insert(n).second) chosen.push_back(offers[n - 1]);
     }
@@ -106,13 +107,13 @@ std::vector<TodayModel::CarryOffer> TodayModel::carry(const std::vector<std::siz
           std::vector<std::string> kept = std::move(slot->trailingLines);
           // What it served is a position in the week's outcomes, so it only holds in that week.
           const bool sameWeek = offer.from.isoWeek() == to.isoWeek();
-          *slot = Outcome::make(was.text, OutcomeState::planned,
-                                sameWeek ? was.serves : std::nullopt);
+          *slot =
+              Outcome::make(was.text, OutcomeState::planned, sameWeek ? was.serves : std::nullopt);
           slot->comments = was.comments;
           slot->trailingLines = std::move(kept);
         } else {
-          entry.checklist.push_back(CarryItem{was.text, false, was.comments, std::nullopt,
-                                              std::nullopt, {}});
+          entry.checklist.push_back(
+              CarryItem{was.text, false, was.comments, std::nullopt, std::nullopt, {}});
         }
         was.comments.push_back(std::string(kCarriedNote) + to.isoString());
         break;

@@ -87,11 +87,10 @@ TEST_P(CarryOver, TheLatestLivedDayBeforeAGapOffersWhatItLeftOpen) {
   const auto offers = model->offersForToday();
   EXPECT_EQ(texts(offers),
             (std::vector<std::string>{"Ship the report", "Book dentist", "Buy milk"}));
-  EXPECT_EQ(offers[0], (TodayModel::CarryOffer{Kind::outcome, d(2026, 9, 11), 0,
-                                               "Ship the report"}));
+  EXPECT_EQ(offers[0],
+            (TodayModel::CarryOffer{Kind::outcome, d(2026, 9, 11), 0, "Ship the report"}));
   EXPECT_EQ(offers[1].kind, Kind::checklist);
-  EXPECT_EQ(offers[2], (TodayModel::CarryOffer{Kind::forTomorrow, d(2026, 9, 11), 0,
-                                               "Buy milk"}));
+  EXPECT_EQ(offers[2], (TodayModel::CarryOffer{Kind::forTomorrow, d(2026, 9, 11), 0, "Buy milk"}));
 }
 
 TEST_P(CarryOver, CarryingWritesTodayAndRecordsTheFateOnTheOldDayOnce) {
@@ -109,18 +108,17 @@ TEST_P(CarryOver, CarryingWritesTodayAndRecordsTheFateOnTheOldDayOnce) {
   EXPECT_EQ(old.checklist[0].fate, CarryItem::Fate::today);
   EXPECT_EQ(old.checklist[2].fate, CarryItem::Fate::noted);
   EXPECT_EQ(old.forTomorrow[0].fate, CarryItem::Fate::today);
-  EXPECT_EQ(old.outcomes.outcomes[0].comments,
-            std::vector<std::string>{"carried to 2026-09-16"});
+  EXPECT_EQ(old.outcomes.outcomes[0].comments, std::vector<std::string>{"carried to 2026-09-16"});
   EXPECT_EQ(old.outcomes.outcomes[0].state, OutcomeState::planned);  // history unchanged
 
-  const std::string todayText = dir.read(std::string("days/2026-09-16") +
-                                         (GetParam() == VaultFormat::org ? ".org" : ".md"));
+  const std::string todayText =
+      dir.read(std::string("days/2026-09-16") + (GetParam() == VaultFormat::org ? ".org" : ".md"));
   EXPECT_TRUE(model->carryOffers().empty());
   EXPECT_TRUE(model->carry({}).empty());
   commitAndReopen();
-  EXPECT_EQ(dir.read(std::string("days/2026-09-16") +
-                     (GetParam() == VaultFormat::org ? ".org" : ".md")),
-            todayText);
+  EXPECT_EQ(
+      dir.read(std::string("days/2026-09-16") + (GetParam() == VaultFormat::org ? ".org" : ".md")),
+      todayText);
 }
 
 TEST_P(CarryOver, WhatTodayAlreadyHoldsIsNotOfferedEvenWithoutAFate) {
@@ -154,16 +152,15 @@ TEST_P(CarryOver, AnOutcomeCarriedWithinItsWeekKeepsWhatItServes) {
 
 TEST_P(CarryOver, ANumberNotOfferedIsRefusedAndNothingIsWritten) {
   writeLivedDay(d(2026, 9, 11));
-  const std::string before = dir.read(std::string("days/2026-09-11") +
-                                      (GetParam() == VaultFormat::org ? ".org" : ".md"));
+  const std::string before =
+      dir.read(std::string("days/2026-09-11") + (GetParam() == VaultFormat::org ? ".org" : ".md"));
   EXPECT_THROW(model->carry({1, 4}), TodayError);
   commitAndReopen();
-  EXPECT_FALSE(std::filesystem::exists(dir.path() / "days" /
-                                       (GetParam() == VaultFormat::org ? "2026-09-16.org"
-                                                                       : "2026-09-16.md")));
-  EXPECT_EQ(dir.read(std::string("days/2026-09-11") +
-                     (GetParam() == VaultFormat::org ? ".org" : ".md")),
-            before);
+  EXPECT_FALSE(std::filesystem::exists(
+      dir.path() / "days" / (GetParam() == VaultFormat::org ? "2026-09-16.org" : "2026-09-16.md")));
+  EXPECT_EQ(
+      dir.read(std::string("days/2026-09-11") + (GetParam() == VaultFormat::org ? ".org" : ".md")),
+      before);
 }
 
 TEST_P(CarryOver, WithoutAnEarlierPageThereIsNothingToOffer) {
@@ -174,8 +171,7 @@ TEST_P(CarryOver, WithoutAnEarlierPageThereIsNothingToOffer) {
 }
 
 INSTANTIATE_TEST_SUITE_P(BothSyntaxes, CarryOver,
-                         ::testing::Values(VaultFormat::markdown, VaultFormat::org),
-                         syntaxName);
+                         ::testing::Values(VaultFormat::markdown, VaultFormat::org), syntaxName);
 
 }  // namespace
 }  // namespace trivo

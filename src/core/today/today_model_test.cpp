@@ -234,8 +234,7 @@ TEST_P(TodayModelTest, AnUnreadablePageIsNamedAndNeverWritten) {
 }
 
 INSTANTIATE_TEST_SUITE_P(BothSyntaxes, TodayModelTest,
-                         ::testing::Values(VaultFormat::markdown, VaultFormat::org),
-                         syntaxName);
+                         ::testing::Values(VaultFormat::markdown, VaultFormat::org), syntaxName);
 
 }  // namespace
 }  // namespace trivo

@@ -233,10 +233,9 @@ TodayError noSuchItem(const std::string& id, const std::string& where) {
 
 InboxItem TodayModel::pull(const std::string& id, std::optional<std::int64_t> slot) {
   if (slot && (*slot < 1 || *slot > 3)) {
-    throw TodayError(TodayError::Kind::serves,
-                     "A pulled item can serve today's outcome 1, 2 or "
-                     "3, not " +
-                         std::to_string(*slot) + ".");
+    throw TodayError(
+        TodayError::Kind::serves,
+        "A pulled item can serve today's outcome 1, 2 or 3, not " + std::to_string(*slot) + ".");
   }
   Inbox inbox = editInbox();
   auto it = std::find_if(inbox.items.begin(), inbox.items.end(),
@@ -246,7 +245,15 @@ InboxItem TodayModel::pull(const std::string& id, std::optional<std::int64_t> sl
   InboxItem item = *it;
   item.pulledInto = today();
   item.serves = slot;
-  inbox.items.erase(it);
+  if (item.repeats) {
+    // A routine keeps recurring from the inbox; today gets this one occurrence of it.
+    item.id = InboxItem::newId();
+    item.repeats.reset();
+    item.doneDates.clear();
+    item.due = today();
+  } else {
+    inbox.items.erase(it);
+  }
   entry.pulledItems.push_back(item);
   save(inbox);
   save(entry);

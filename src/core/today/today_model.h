@@ -76,7 +76,8 @@ class TodayModel {
 
   // --- Inbox items pulled into today, by id.
   // Moves the item from the inbox onto today's page, serving today's outcome `slot` (1–3) when
-  // one is given. Throws TodayError item when the inbox holds no such item.
+  // one is given. A repeating item stays in the inbox and today gets a one-off copy of it, due
+  // today, with an id of its own. Throws TodayError item when the inbox holds no such item.
   InboxItem pull(const std::string& id, std::optional<std::int64_t> slot);
   // Ticks or unticks an item pulled into today, with the close stamp.
   void setPulledDone(const std::string& id, bool done);

@@ -182,6 +182,26 @@ TEST_P(TodayModelTest, PulledItemsLeaveTheInboxServeASlotAndGoBack) {
   EXPECT_EQ(back.pulledInto, std::nullopt);
 }
 
+TEST_P(TodayModelTest, APulledRoutineKeepsRecurringFromTheInbox) {
+  Inbox inbox;
+  inbox.items.push_back(InboxItem::make("Water the plants", d(2026, 9, 1)));
+  inbox.items[0].due = d(2026, 9, 16);
+  inbox.items[0].repeats = Repeat{};
+  inbox.items[0].repeats->unit = Repeat::Unit::week;
+  store->save(inbox);
+  store->flush();
+  const InboxItem routine = store->peekInbox().items.at(0);
+
+  const InboxItem pulled = model->pull(routine.id, std::nullopt);
+  commitAndReopen();
+  EXPECT_EQ(store->peekInbox().items, std::vector<InboxItem>{routine});
+  ASSERT_EQ(model->page().pulledItems.size(), 1u);
+  EXPECT_EQ(model->page().pulledItems[0], pulled);
+  EXPECT_NE(pulled.id, routine.id);
+  EXPECT_EQ(pulled.repeats, std::nullopt);
+  EXPECT_EQ(pulled.text, "Water the plants");
+}
+
 TEST_P(TodayModelTest, JournalEntriesStayInTimeOrderAndFocusMinutesAddUp) {
   model->addJournal("Lunch with Ana", ClockTime{13, 0});
   model->addJournal("Woke early");  // now: 09:30

@@ -2,10 +2,15 @@
 #include <CLI/CLI.hpp>
 #include <ostream>
 
+#include "cli/chain_page.h"
 #include "cli/command.h"
 #include "cli/day_argument.h"
 #include "core/content/content_bundle.h"
+#include "core/format/serializer_error.h"
 #include "core/planning/cadence_engine.h"
+#include "core/planning/cadence_offers.h"
+#include "core/store/page_check.h"
+#include "core/vault/vault_locator.h"
 
 namespace trivo::cli {
 namespace {
@@ -40,7 +45,7 @@ class PlanCommand final : public Command {
 
   int run(Context& context) override {
     const DayDate day = parseDayArgument(date_, DayDate::today(context.clock));
-    const auto plan = CadenceEngine::plan(day);
+    const auto plan = openInVault(CadenceEngine::plan(day), context);
     if (context.json) {
       context.out << Json(plan).dump(2) << "\n";
       return 0;
@@ -72,6 +77,33 @@ class PlanCommand final : public Command {
   }
 
  private:
+  // What is still open of the plan in the vault: reflections written and outcomes set are no
+  // longer offered. Without a vault, the whole plan of the day.
+  static CadenceEngine::DayPlan openInVault(const CadenceEngine::DayPlan& plan,
+                                            const Context& context) {
+    std::filesystem::path root;
+    try {
+      root = locateVault(VaultSearch::fromProcess(context.vault));
+    } catch (const VaultNotFound&) {
+      return plan;
+    }
+    std::error_code ec;
+    if (!std::filesystem::is_directory(root, ec)) return plan;
+    const auto store = openChainStore(root, context);
+    try {
+      return openOffers(plan, *store);
+    } catch (const PageReadError& e) {
+      throw UserError(
+          "The page " + store->paths().urlFor(e.key()).lexically_relative(root).generic_string() +
+              " cannot be read (" + describe(e.problem()) + "); fix the page and try again.",
+          3);
+    } catch (const SerializerError& e) {
+      throw UserError(std::string("A page of the plan cannot be read (") + e.what() +
+                          "); fix the page and try again.",
+                      3);
+    }
+  }
+
   std::string date_ = "today";
 };
 

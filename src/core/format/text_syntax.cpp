@@ -104,8 +104,24 @@ std::optional<DayDate> TextSyntax::orgDoneDate(
 }
 
 bool TextSyntax::isPlanning(std::string_view line) {
-  const std::string_view s = text::trimBreaks(line);
-  return s.starts_with("SCHEDULED:") || s.starts_with("DEADLINE:") || s.starts_with("CLOSED:");
+  // As Org reads it: nothing but one or more "KEYWORD: <stamp>" or "KEYWORD: [stamp]" items.
+  // "CLOSED: Hear back from Ana" is a sentence, not a planning line.
+  std::string_view s = text::trim(text::trimBreaks(line));
+  bool any = false;
+  while (!s.empty()) {
+    std::size_t keyword = 0;
+    for (std::string_view word : {"SCHEDULED:", "DEADLINE:", "CLOSED:"}) {
+      if (s.starts_with(word)) keyword = word.size();
+    }
+    if (keyword == 0) return false;
+    s = text::trimStart(s.substr(keyword));
+    if (s.empty() || (s.front() != '<' && s.front() != '[')) return false;
+    const std::size_t end = s.find(s.front() == '<' ? '>' : ']');
+    if (end == std::string_view::npos) return false;
+    s = text::trimStart(s.substr(end + 1));
+    any = true;
+  }
+  return any;
 }
 
 // ---- hidden metadata -----------------------------------------------------------------------

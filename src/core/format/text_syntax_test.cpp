@@ -84,10 +84,15 @@ TEST(TextSyntax, DoneDateIsReadFromStateChangeLinesOnly) {
 
 TEST(TextSyntax, PlanningLinesBelongToTheHeadingAbove) {
   for (const char* line : {"SCHEDULED: <2026-09-16 Wed>", "  DEADLINE: <2026-09-18 Fri>",
-                           "CLOSED: [2026-09-12 Sat 18:04]", "\tSCHEDULED:"}) {
+                           "CLOSED: [2026-09-12 Sat 18:04]",
+                           "CLOSED: [2026-09-11 Fri 10:02] SCHEDULED: <2026-09-11 Fri +1w>"}) {
     EXPECT_TRUE(TextSyntax::isPlanning(line)) << line;
   }
-  for (const char* line : {"scheduled: <2026-09-16 Wed>", "- SCHEDULED: x", "", "CLOSED"}) {
+  // Only stamps make a planning line: a sentence after the keyword is the person's text, and
+  // reading it as planning once made a page write differently the second time.
+  for (const char* line : {"scheduled: <2026-09-16 Wed>", "- SCHEDULED: x", "", "CLOSED",
+                           "\tSCHEDULED:", "CLOSED: Hear back from Ana",
+                           "DEADLINE: <2026-09-18 Fri> and then some"}) {
     EXPECT_FALSE(TextSyntax::isPlanning(line)) << line;
   }
 }

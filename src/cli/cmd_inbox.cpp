@@ -65,8 +65,10 @@ class InboxCommand final : public Command {
       context.out << paint.bold(InboxModel::kListNames[static_cast<std::size_t>(list)]) << "\n";
       if (entries.empty()) context.out << "  (nothing)\n";
       for (const auto& e : entries) {
-        std::string number = std::to_string(e.number);
-        number.insert(0, number.size() < 4 ? 4 - number.size() : 0, ' ');
+        // Printed as `trivo done` and `trivo pull` take it: a bare number in `done` is an
+        // outcome of today, so the inbox's own numbers carry their letter.
+        std::string number = "i" + std::to_string(e.number);
+        number.insert(0, number.size() < 5 ? 5 - number.size() : 0, ' ');
         context.out << number << "  " << itemLine(e.item, paint) << "\n";
       }
     }

@@ -17,6 +17,8 @@ std::unique_ptr<Command> makeRefusedCommand();
 std::unique_ptr<Command> makeTodayCommand();
 std::unique_ptr<Command> makeOutcomeCommand();
 std::unique_ptr<Command> makeJournalCommand();
+std::unique_ptr<Command> makeChecklistCommand();
+std::unique_ptr<Command> makeTomorrowCommand();
 std::unique_ptr<Command> makeCarryCommand();
 std::unique_ptr<Command> makeDoneCommand();
 std::unique_ptr<Command> makeUndoneCommand();
@@ -45,6 +47,8 @@ std::vector<std::unique_ptr<Command>> allCommands() {
   commands.push_back(makeTodayCommand());
   commands.push_back(makeOutcomeCommand());
   commands.push_back(makeJournalCommand());
+  commands.push_back(makeChecklistCommand());
+  commands.push_back(makeTomorrowCommand());
   commands.push_back(makeCarryCommand());
   commands.push_back(makeDoneCommand());
   commands.push_back(makeUndoneCommand());

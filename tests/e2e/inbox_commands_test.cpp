@@ -78,22 +78,22 @@ TEST_P(InboxCommands, CapturesAreListedByListAndShownOnTheAgenda) {
   EXPECT_EQ(
       ok({"inbox"}),
       "captured\n"
-      "   4  [ ] Friday's report\n"
+      "   i4  [ ] Friday's report\n"
       "\n"
       "later\n"
-      "   1  [ ] call mum \u00B7 due Friday 2026-11-27 18:00 \u00B7 remind 30 minutes before\n"
+      "   i1  [ ] call mum \u00B7 due Friday 2026-11-27 18:00 \u00B7 remind 30 minutes before\n"
       "\n"
       "waiting\n"
-      "   5  [ ] reply from Bob \u00B7 waiting\n"
+      "   i5  [ ] reply from Bob \u00B7 waiting\n"
       "\n"
       "routine\n"
-      "   2  [ ] standup \u00B7 due Wednesday 2026-11-25 09:00 \u00B7 every weekday\n"
+      "   i2  [ ] standup \u00B7 due Wednesday 2026-11-25 09:00 \u00B7 every weekday\n"
       "\n"
       "someday\n"
-      "   3  [ ] read Dune \u00B7 someday\n");
+      "   i3  [ ] read Dune \u00B7 someday\n");
   EXPECT_EQ(ok({"inbox", "Today"}),
             "today\n"
-            "   2  [ ] standup \u00B7 due Wednesday 2026-11-25 09:00 \u00B7 every weekday\n");
+            "   i2  [ ] standup \u00B7 due Wednesday 2026-11-25 09:00 \u00B7 every weekday\n");
   EXPECT_EQ(ok({"inbox", "overdue"}), "overdue\n  (nothing)\n");
 
   EXPECT_EQ(ok({"agenda", "--days", "3"}),

@@ -1,0 +1,417 @@
+// A week lived in a fresh vault through the commands alone, in each page syntax: outcomes that
+// serve the week, ticks, checklist, journal, captures with dates and a repeating item, carry-over
+// across a day without a page, a pulled item and the Friday reflection. Then every page file is
+// compared line by line with what a person should find in it, and the vault reads back clean.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <regex>
+#include <sstream>
+
+#include "testing/process.h"
+#include "testing/scoped_env.h"
+
+namespace trivo {
+namespace {
+
+namespace fs = std::filesystem;
+
+struct Step {
+  const char* day;
+  std::vector<std::string> args;
+  std::string input = {};
+};
+
+// Monday to Friday of week 47; Wednesday has no page, so Thursday carries from Tuesday.
+const std::vector<Step> kWeek = {
+    {"2026-11-16", {"outcome", "wo", "1", "Ship the release"}},
+    {"2026-11-16", {"outcome", "wo", "2", "Run three times"}},
+    {"2026-11-16", {"outcome", "wo", "3", "Call the family"}},
+    {"2026-11-16", {"outcome", "1", "Fix the last bug", "--serves", "1"}},
+    {"2026-11-16", {"outcome", "2", "Run 5 km", "--serves", "2"}},
+    {"2026-11-16", {"outcome", "3", "Draft the release notes", "--serves", "1"}},
+    {"2026-11-16", {"checklist", "Book the dentist"}},
+    {"2026-11-16", {"checklist", "Pay rent"}},
+    {"2026-11-16", {"done", "1", "c2"}},
+    {"2026-11-16", {"journal", "Found the bug in the parser", "--at", "09:30"}},
+    {"2026-11-16", {"journal", "Lunch with Sam", "--at", "12:15"}},
+    {"2026-11-16", {"tomorrow", "Buy milk"}},
+    {"2026-11-16", {"capture", "call mum friday 6pm remind 30m before"}},
+    {"2026-11-16", {"capture", "standup every weekday at 9"}},
+    {"2026-11-16", {"capture", "read Dune someday"}},
+    {"2026-11-17", {"carry", "--all"}},
+    {"2026-11-17", {"done", "1", "i2"}},
+    {"2026-11-17", {"journal", "Ran in the rain", "--at", "07:10"}},
+    {"2026-11-19", {"carry", "--all"}},
+    {"2026-11-19", {"outcome", "3", "Pack for the weekend"}},
+    {"2026-11-19", {"pull", "i1", "--slot", "2"}},
+    {"2026-11-19", {"done", "1", "p1"}},
+    {"2026-11-20", {"outcome", "1", "Celebrate with the team"}},
+    {"2026-11-20", {"done", "wo:1", "1"}},
+    {"2026-11-20", {"done", "wo:2", "--blocked"}},
+    {"2026-11-20", {"journal", "Release is out", "--at", "17:45"}},
+    {"2026-11-20", {"reflect", "week"}, "Shipped the release\nMorning runs\nThe family call\n"},
+};
+
+// Ids are random and close stamps carry the wall clock's time: both are masked.
+std::string masked(const std::string& text) {
+  static const std::regex id("[0-9A-F]{8}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{12}");
+  static const std::regex closed("(closed: [0-9]{4}-[0-9]{2}-[0-9]{2}) [0-9]{2}:[0-9]{2}");
+  return std::regex_replace(std::regex_replace(text, id, "ID"), closed, "$1 HH:MM");
+}
+
+const std::map<std::string, std::string> kMarkdownPages = {
+    {"weeks/2026-W47.md", R"(---
+week: 2026-W47
+type: week
+target_friday: 2026-11-20
+---
+# Week 47, 2026
+
+## Outcomes
+- [x] Ship the release
+- [-] Run three times
+- [ ] Call the family
+
+## Checklist
+
+## Reflection
+
+### What went well
+Shipped the release
+
+### What to improve
+Morning runs
+
+### What mattered most
+The family call
+)"},
+    {"days/2026-11-16.md", R"(---
+date: 2026-11-16
+type: day
+---
+# Monday, 16 November 2026
+
+## Outcomes
+- [x] Fix the last bug → #1
+- [ ] Run 5 km → #2
+  > carried to 2026-11-17
+- [ ] Draft the release notes → #1
+  > carried to 2026-11-17
+
+## Checklist
+- [ ] Book the dentist <!-- fate: today -->
+- [x] Pay rent <!-- fate: done · closed: 2026-11-16 HH:MM -->
+
+## From the inbox
+
+## Notes
+
+## Journal
+- 09:30 — Found the bug in the parser
+- 12:15 — Lunch with Sam
+
+## For tomorrow
+- [ ] Buy milk <!-- fate: today -->
+
+## Sessions
+)"},
+    {"days/2026-11-17.md", R"(---
+date: 2026-11-17
+type: day
+---
+# Tuesday, 17 November 2026
+
+## Outcomes
+- [x] Run 5 km → #2
+- [ ] Draft the release notes → #1
+  > carried to 2026-11-19
+- [ ]
+
+## Checklist
+- [ ] Book the dentist <!-- fate: today -->
+- [ ] Buy milk <!-- fate: today -->
+
+## From the inbox
+
+## Notes
+
+## Journal
+- 07:10 — Ran in the rain
+
+## For tomorrow
+
+## Sessions
+)"},
+    {"days/2026-11-19.md", R"(---
+date: 2026-11-19
+type: day
+---
+# Thursday, 19 November 2026
+
+## Outcomes
+- [x] Draft the release notes → #1
+- [ ]
+- [ ] Pack for the weekend
+
+## Checklist
+- [ ] Book the dentist
+- [ ] Buy milk
+
+## From the inbox
+- [x] call mum due:2026-11-20 @18:00 alert:30m → #2 <!-- id: ID · captured: 2026-11-16 · pulled: 2026-11-19 · closed: 2026-11-19 HH:MM -->
+
+## Notes
+
+## Journal
+
+## For tomorrow
+
+## Sessions
+)"},
+    {"days/2026-11-20.md", R"(---
+date: 2026-11-20
+type: day
+---
+# Friday, 20 November 2026
+
+## Outcomes
+- [x] Celebrate with the team
+- [ ]
+- [ ]
+
+## Checklist
+
+## From the inbox
+
+## Notes
+
+## Journal
+- 17:45 — Release is out
+
+## For tomorrow
+
+## Sessions
+)"},
+    {"inbox.md", R"(---
+type: inbox
+---
+# Inbox
+
+- [ ] standup due:2026-11-17 @09:00 <!-- id: ID · captured: 2026-11-16 · repeat: every weekday · done: 2026-11-17 -->
+- [ ] read Dune <!-- id: ID · captured: 2026-11-16 · someday -->
+)"},
+};
+
+const std::map<std::string, std::string> kOrgPages = {
+    {"weeks/2026-W47.org", R"(#+title: Week 47, 2026
+#+week: 2026-W47
+#+type: week
+#+target_friday: 2026-11-20
+#+TODO: TODO NEXT INPROCESS WAITING | DONE CANCELLED
+* Outcomes
+
+** DONE Ship the release
+DEADLINE: <2026-11-22 Sun>
+- State "DONE"       from "TODO"       [2026-11-22 Sun]
+** CANCELLED Run three times
+DEADLINE: <2026-11-22 Sun>
+** TODO Call the family
+DEADLINE: <2026-11-22 Sun>
+
+* Checklist
+
+* Reflection
+
+** What went well
+Shipped the release
+
+** What to improve
+Morning runs
+
+** What mattered most
+The family call
+)"},
+    {"days/2026-11-16.org", R"(#+title: Monday, 16 November 2026
+#+date: 2026-11-16
+#+type: day
+#+TODO: TODO NEXT INPROCESS WAITING | DONE CANCELLED
+* Outcomes
+
+** DONE Fix the last bug → #1
+SCHEDULED: <2026-11-16 Mon>
+- State "DONE"       from "TODO"       [2026-11-16 Mon]
+** TODO Run 5 km → #2
+SCHEDULED: <2026-11-16 Mon>
+> carried to 2026-11-17
+** TODO Draft the release notes → #1
+SCHEDULED: <2026-11-16 Mon>
+> carried to 2026-11-17
+
+* Checklist
+- [ ] Book the dentist @@trivo:fate: today@@
+- [x] Pay rent @@trivo:fate: done · closed: 2026-11-16 HH:MM@@
+
+* From the inbox
+
+* Notes
+
+* Journal
+- [2026-11-16 Mon 09:30] Found the bug in the parser
+- [2026-11-16 Mon 12:15] Lunch with Sam
+
+* For tomorrow
+- [ ] Buy milk @@trivo:fate: today@@
+
+* Sessions
+)"},
+    {"days/2026-11-17.org", R"(#+title: Tuesday, 17 November 2026
+#+date: 2026-11-17
+#+type: day
+#+TODO: TODO NEXT INPROCESS WAITING | DONE CANCELLED
+* Outcomes
+
+** DONE Run 5 km → #2
+SCHEDULED: <2026-11-17 Tue>
+- State "DONE"       from "TODO"       [2026-11-17 Tue]
+** TODO Draft the release notes → #1
+SCHEDULED: <2026-11-17 Tue>
+> carried to 2026-11-19
+** TODO
+SCHEDULED: <2026-11-17 Tue>
+
+* Checklist
+- [ ] Book the dentist @@trivo:fate: today@@
+- [ ] Buy milk @@trivo:fate: today@@
+
+* From the inbox
+
+* Notes
+
+* Journal
+- [2026-11-17 Tue 07:10] Ran in the rain
+
+* For tomorrow
+
+* Sessions
+)"},
+    {"days/2026-11-19.org", R"(#+title: Thursday, 19 November 2026
+#+date: 2026-11-19
+#+type: day
+#+TODO: TODO NEXT INPROCESS WAITING | DONE CANCELLED
+* Outcomes
+
+** DONE Draft the release notes → #1
+SCHEDULED: <2026-11-19 Thu>
+- State "DONE"       from "TODO"       [2026-11-19 Thu]
+** TODO
+SCHEDULED: <2026-11-19 Thu>
+** TODO Pack for the weekend
+SCHEDULED: <2026-11-19 Thu>
+
+* Checklist
+- [ ] Book the dentist
+- [ ] Buy milk
+
+* From the inbox
+- [x] call mum due:2026-11-20 @18:00 alert:30m → #2 @@trivo:id: ID · captured: 2026-11-16 · pulled: 2026-11-19 · closed: 2026-11-19 HH:MM@@
+
+* Notes
+
+* Journal
+
+* For tomorrow
+
+* Sessions
+)"},
+    {"days/2026-11-20.org", R"(#+title: Friday, 20 November 2026
+#+date: 2026-11-20
+#+type: day
+#+TODO: TODO NEXT INPROCESS WAITING | DONE CANCELLED
+* Outcomes
+
+** DONE Celebrate with the team
+SCHEDULED: <2026-11-20 Fri>
+- State "DONE"       from "TODO"       [2026-11-20 Fri]
+** TODO
+SCHEDULED: <2026-11-20 Fri>
+** TODO
+SCHEDULED: <2026-11-20 Fri>
+
+* Checklist
+
+* From the inbox
+
+* Notes
+
+* Journal
+- [2026-11-20 Fri 17:45] Release is out
+
+* For tomorrow
+
+* Sessions
+)"},
+    {"inbox.org", R"(#+title: Inbox
+#+type: inbox
+#+TODO: TODO NEXT INPROCESS WAITING | DONE CANCELLED
+- [ ] standup due:2026-11-17 @09:00 @@trivo:id: ID · captured: 2026-11-16 · repeat: every weekday · done: 2026-11-17@@
+- [ ] read Dune @@trivo:id: ID · captured: 2026-11-16 · someday@@
+)"},
+};
+
+class LivedWeek : public ::testing::TestWithParam<bool> {};
+
+TEST_P(LivedWeek, ThePageFilesHoldExactlyTheWeek) {
+  const bool org = GetParam();
+  testing::TempDir home;
+  const std::string vault = (home.path() / "vault").string();
+  testing::ProcessOptions options;
+  options.env["NO_COLOR"] = "1";
+  options.env["TRIVO_TODAY"] = "2026-11-16";
+  std::vector<std::string> init = {"init", vault};
+  if (org) init.emplace_back("--org");
+  ASSERT_EQ(testing::runTrivo(init, options).exitCode, 0);
+
+  for (const Step& step : kWeek) {
+    options.env["TRIVO_TODAY"] = step.day;
+    options.input = step.input;
+    std::vector<std::string> args = {"--vault", vault};
+    args.insert(args.end(), step.args.begin(), step.args.end());
+    const auto r = testing::runTrivo(args, options);
+    ASSERT_EQ(r.exitCode, 0) << step.day << " " << step.args.front() << ": " << r.err;
+  }
+
+  const auto& expected = org ? kOrgPages : kMarkdownPages;
+  std::map<std::string, std::string> found;
+  for (const auto& e : fs::recursive_directory_iterator(vault)) {
+    const std::string rel = fs::relative(e.path(), vault).generic_string();
+    if (e.is_regular_file() && !rel.starts_with(".trivo")) found[rel] = "";
+  }
+  ASSERT_EQ(found.size(), expected.size());
+  for (const auto& [file, text] : expected) {
+    ASSERT_TRUE(found.contains(file)) << file;
+    std::ifstream in(fs::path(vault) / file);
+    std::stringstream got;
+    got << in.rdbuf();
+    // Line by line, so a failure names the first line that differs.
+    std::istringstream want(text), have(masked(got.str()));
+    std::string w, h;
+    for (int line = 1; std::getline(want, w); ++line) {
+      ASSERT_TRUE(std::getline(have, h)) << file << " ends before line " << line << ": " << w;
+      ASSERT_EQ(h, w) << file << " line " << line;
+    }
+    EXPECT_FALSE(std::getline(have, h)) << file << " has more lines: " << h;
+  }
+
+  options.env["TRIVO_TODAY"] = "2026-11-20";
+  const auto check = testing::runTrivo({"--vault", vault, "check", "--roundtrip"}, options);
+  EXPECT_EQ(check.exitCode, 0) << check.out << check.err;
+}
+
+INSTANTIATE_TEST_SUITE_P(BothSyntaxes, LivedWeek, ::testing::Values(false, true),
+                         [](const ::testing::TestParamInfo<bool>& p) { return p.param ? "Org" : "Markdown"; });
+
+}  // namespace
+}  // namespace trivo

@@ -160,6 +160,16 @@ class FocusCommand final : public Command {
   }
 
   int throughService(Order order, pid_t pid, Context& context) const {
+    // Orders go through the widgets' command file, which only the service feeding the widgets
+    // reads: sent to another vault's service, this one would start a session in the wrong vault.
+    if (const auto feed = VaultService::widgetFeedFile()) {
+      const auto feeder = ServiceLock::holder(*feed);
+      if (feeder && *feeder != pid) {
+        throw UserError("Another vault's service (process " + std::to_string(*feeder) +
+                        ") feeds the widgets and takes focus orders; stop it to use this "
+                        "vault's timer.");
+      }
+    }
     order.at = context.clock.now();
     LiveState::send(order);
     // The service takes the order within a second and rewrites the live state.

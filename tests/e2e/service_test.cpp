@@ -297,6 +297,35 @@ TEST_F(Service, FocusOrdersWithoutAServiceAreRefused) {
   EXPECT_EQ(trivo({"focus"}).out, "No focus session is under way; 0 minutes focused today.\n");
 }
 
+TEST_F(Service, OneVaultFeedsTheWidgetsAndAnotherTakesOverWhenItStops) {
+  auto first = start();
+  testing::TempDir other;
+  fs::create_directories(other.path() / ".trivo");
+  auto otherOptions = options();
+  otherOptions.env["TRIVO_VAULT"] = other.path().string();
+  const fs::path otherErr = state_.path() / "other.err";
+  auto second = std::make_unique<testing::BackgroundProcess>(
+      "/bin/sh",
+      std::vector<std::string>{"-c", "exec \"$0\" app 2>>\"$1\"", testing::builtProgram("trivo"),
+                               otherErr.string()},
+      otherOptions);
+  ASSERT_TRUE(second->readLine(10000));
+  ASSERT_TRUE(waitFor([&] { return readAll(otherErr).find("feeds the widgets") != std::string::npos; },
+                      5s))
+      << readAll(otherErr);
+  EXPECT_EQ(live().vault, vault_.path().filename().string());
+
+  // A focus order for the second vault would reach the first vault's service: refused.
+  const auto order = testing::runTrivo({"focus", "start", "5", "Wrong vault"}, otherOptions);
+  EXPECT_EQ(order.exitCode, 1);
+  EXPECT_NE(order.err.find("Another vault's service"), std::string::npos) << order.err;
+  EXPECT_EQ(live().phase, LiveState::Phase::idle);
+
+  ASSERT_EQ(first->stop(5000), 0);
+  EXPECT_TRUE(waitFor([&] { return live().vault == other.path().filename().string(); }, 8s));
+  EXPECT_NE(readAll(otherErr).find("This service feeds the widgets now."), std::string::npos);
+}
+
 TEST_F(Service, PrintsAUserUnitThatRunsThisProgramForTheVault) {
   const auto r = trivo({"app", "--print-unit"});
   ASSERT_EQ(r.exitCode, 0) << r.err;

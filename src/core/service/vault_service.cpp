@@ -171,6 +171,12 @@ struct VaultService::Impl {
   Steady::time_point nextTick{};
   std::atomic<bool> stopRequested{false};
   bool vaultGone = false;
+  // The widgets show one vault: the service holding this lock writes live.json and takes
+  // command.json; another vault's service leaves both alone until the lock is free.
+  std::optional<ServiceLock> widgetFeed;
+  Steady::time_point lastFeedTry{};
+  bool feedTried = false;
+  bool feedRefusalSaid = false;
 
   explicit Impl(Options options)
       : o(std::move(options)),
@@ -442,7 +448,30 @@ struct VaultService::Impl {
     }
   }
 
+  bool feedsWidgets() {
+    if (widgetFeed) return true;
+    const auto now = Steady::now();
+    if (feedTried && now - lastFeedTry < o.heartbeat) return false;
+    feedTried = true;
+    lastFeedTry = now;
+    const auto file = VaultService::widgetFeedFile();
+    if (!file) return true;  // no folder to share: nothing is written anyway
+    if (auto lock = ServiceLock::acquire(*file)) {
+      widgetFeed.emplace(std::move(*lock));
+      if (feedRefusalSaid) say("This service feeds the widgets now.");
+      return true;
+    }
+    if (!feedRefusalSaid) {
+      feedRefusalSaid = true;
+      const auto pid = ServiceLock::holder(*file);
+      say("Another vault's service" + (pid ? " (process " + std::to_string(*pid) + ")" : "") +
+          " feeds the widgets; this one leaves live.json and command.json to it.");
+    }
+    return false;
+  }
+
   void takeCommands() {
+    if (!feedsWidgets()) return;
     const Instant now = real.now();
     std::optional<LiveState::Order> fresh;
     for (const fs::path& place : LiveState::places()) {
@@ -553,6 +582,7 @@ struct VaultService::Impl {
   }
 
   void writeLiveState(bool heartbeatDue) {
+    if (!feedsWidgets()) return;
     LiveState state = compose();
     if (!heartbeatDue && lastWritten && *lastWritten == state) return;
     lastWritten = state;
@@ -790,6 +820,12 @@ void VaultService::obey(const LiveState::Order& order) { impl_->obey(order); }
 LiveState VaultService::liveState() {
   impl_->refreshView();
   return impl_->compose();
+}
+
+std::optional<fs::path> VaultService::widgetFeedFile() {
+  const auto places = LiveState::places();
+  if (places.empty()) return std::nullopt;
+  return places.front() / "widgets.lock";
 }
 
 fs::path VaultService::stateFolderFor(const fs::path& root) {

@@ -83,6 +83,10 @@ class VaultService {
   static constexpr const char* kSnapshotFile = "focus-snapshot.json";
   static constexpr const char* kAlertsFile = "alerts.json";
 
+  // The lock that makes one service the widgets' source ("widgets.lock" in the first place of
+  // the live state); nothing when there is no such place.
+  static std::optional<std::filesystem::path> widgetFeedFile();
+
   // The private state folder of a vault: $XDG_STATE_HOME/trivo/vaults/<tag> (default
   // ~/.local/state/trivo/...), where the tag is a digest of the vault's real path.
   static std::filesystem::path stateFolderFor(const std::filesystem::path& root);

@@ -6,6 +6,7 @@
 #include <CLI/CLI.hpp>
 #include <charconv>
 #include <cmath>
+#include <iostream>
 #include <ostream>
 #include <thread>
 
@@ -220,6 +221,21 @@ class FocusCommand final : public Command {
             << timer.subject().value_or("") << std::flush;
       };
     }
+    bool declined = false;
+    if (terminal && isatty(STDIN_FILENO) != 0) {
+      // Ctrl-C may be a slip of the hand or a session that went wrong: the person decides.
+      options.keepEndedEarly = [&out, &declined](const TimerModel& timer) {
+        const std::int64_t minutes = timer.pendingMinutes();
+        if (minutes < 1) return true;  // nothing would be logged either way
+        out << "\r\x1b[2KLog the " << minutes << (minutes == 1 ? " minute" : " minutes")
+            << " focused" << (timer.subject() ? " on " + *timer.subject() : std::string())
+            << " into today's page? [Y/n] " << std::flush;
+        std::string answer;
+        if (!std::getline(std::cin, answer)) return true;
+        declined = !answer.empty() && (answer.front() == 'n' || answer.front() == 'N');
+        return !declined;
+      };
+    }
     try {
       VaultService service(options);
       TimerModel& timer = service.timer();
@@ -230,10 +246,15 @@ class FocusCommand final : public Command {
       }
       out << "Focusing for " << timer.minutes() << " minutes"
           << (timer.subject() ? " on " + *timer.subject() : std::string())
-          << "; Ctrl-C ends the session early and keeps what was focused." << std::endl;
+          << (terminal && isatty(STDIN_FILENO) != 0
+                  ? "; Ctrl-C ends the session early and asks whether to log it."
+                  : "; Ctrl-C ends the session early and keeps what was focused.")
+          << std::endl;
       const int code = service.run();
       if (terminal) out << "\n";
-      if (const auto& logged = timer.lastLogged()) {
+      if (declined) {
+        out << "The session was not logged." << std::endl;
+      } else if (const auto& logged = timer.lastLogged()) {
         out << "Logged " << logged->minutes << (logged->minutes == 1 ? " minute" : " minutes")
             << (logged->outcome.empty() ? std::string() : " of " + logged->outcome)
             << " into today's page." << std::endl;

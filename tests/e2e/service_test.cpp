@@ -284,6 +284,26 @@ TEST_F(Service, AForegroundSessionEndedEarlyLogsWhatWasFocused) {
   EXPECT_NE(readAll(dayPage()).find("· 2m · Draft"), std::string::npos) << readAll(dayPage());
 }
 
+TEST_F(Service, CtrlCAtATerminalAsksBeforeLoggingTheSession) {
+  scale_ = 60;
+  for (const bool keep : {false, true}) {
+    testing::TerminalProcess focus(testing::builtProgram("trivo"),
+                                   {"focus", "start", "25", keep ? "Kept" : "Dropped"}, options());
+    ASSERT_TRUE(focus.waitForOutput("asks whether to log it", 5000)) << focus.output();
+    ASSERT_TRUE(focus.waitForOutput("\x1b[2K22:", 8000)) << focus.output();  // 3 minutes focused
+    focus.type("\x03");
+    ASSERT_TRUE(focus.waitForOutput("into today's page? [Y/n] ", 5000)) << focus.output();
+    focus.type(keep ? "\n" : "n\n");
+    EXPECT_EQ(focus.wait(5000), 0) << focus.output();
+    EXPECT_NE(focus.output().find(keep ? "Logged " : "The session was not logged."),
+              std::string::npos)
+        << focus.output();
+  }
+  const std::string page = readAll(dayPage());
+  EXPECT_EQ(page.find("Dropped"), std::string::npos) << page;
+  EXPECT_NE(page.find("m · Kept"), std::string::npos) << page;
+}
+
 TEST_F(Service, FocusOrdersWithoutAServiceAreRefused) {
   const auto r = trivo({"focus", "stop"});
   EXPECT_EQ(r.exitCode, 1);

@@ -5,6 +5,7 @@
 #include <poll.h>
 #include <signal.h>
 #include <sys/wait.h>
+#include <pty.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -166,6 +167,66 @@ ProcessResult runExecutable(const std::string& path, const std::vector<std::stri
   }
   result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
   return result;
+}
+
+TerminalProcess::TerminalProcess(const std::string& path, const std::vector<std::string>& args,
+                                 const ProcessOptions& options) {
+  std::vector<std::string> argStore{path};
+  argStore.insert(argStore.end(), args.begin(), args.end());
+  pid_ = forkpty(&master_, nullptr, nullptr, nullptr);
+  if (pid_ < 0) throw std::runtime_error("forkpty failed");
+  if (pid_ == 0) execChild(path, argStore, options);
+  fcntl(master_, F_SETFL, fcntl(master_, F_GETFL) | O_NONBLOCK);
+}
+
+TerminalProcess::~TerminalProcess() {
+  if (pid_ > 0 && !wait(0)) {
+    kill(pid_, SIGKILL);
+    waitpid(pid_, nullptr, 0);
+  }
+  if (master_ >= 0) close(master_);
+}
+
+bool TerminalProcess::waitForOutput(const std::string& text, int timeoutMs) {
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
+  while (printed_.find(text) == std::string::npos) {
+    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+        deadline - std::chrono::steady_clock::now());
+    if (left.count() <= 0) return false;
+    pollfd fd{master_, POLLIN, 0};
+    if (poll(&fd, 1, static_cast<int>(left.count())) <= 0) continue;
+    char buffer[4096];
+    const ssize_t n = read(master_, buffer, sizeof buffer);
+    if (n <= 0) return printed_.find(text) != std::string::npos;  // the child closed its side
+    printed_.append(buffer, static_cast<std::size_t>(n));
+  }
+  return true;
+}
+
+void TerminalProcess::type(const std::string& bytes) {
+  if (write(master_, bytes.data(), bytes.size()) != static_cast<ssize_t>(bytes.size())) {
+    throw std::runtime_error("writing to the terminal failed");
+  }
+}
+
+std::optional<int> TerminalProcess::wait(int timeoutMs) {
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
+  while (true) {
+    char buffer[4096];
+    while (true) {  // keep the terminal drained so the child never blocks on output
+      const ssize_t n = read(master_, buffer, sizeof buffer);
+      if (n <= 0) break;
+      printed_.append(buffer, static_cast<std::size_t>(n));
+    }
+    int status = 0;
+    const pid_t done = waitpid(pid_, &status, WNOHANG);
+    if (done == pid_) {
+      pid_ = -1;
+      return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    }
+    if (std::chrono::steady_clock::now() >= deadline) return std::nullopt;
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  }
 }
 
 }  // namespace trivo::testing

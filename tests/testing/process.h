@@ -55,4 +55,29 @@ class BackgroundProcess {
   std::string buffered_;
 };
 
+// A child process on a pseudo-terminal of its own, as a person at a terminal runs it: it sees a
+// terminal on every standard stream, and Ctrl-C typed into it interrupts it.
+class TerminalProcess {
+ public:
+  TerminalProcess(const std::string& path, const std::vector<std::string>& args,
+                  const ProcessOptions& options = {});
+  ~TerminalProcess();
+  TerminalProcess(const TerminalProcess&) = delete;
+  TerminalProcess& operator=(const TerminalProcess&) = delete;
+
+  // Reads until what was printed so far contains `text`; false when it did not come in time.
+  bool waitForOutput(const std::string& text, int timeoutMs);
+  // Everything printed so far.
+  [[nodiscard]] const std::string& output() const { return printed_; }
+  // Types the bytes (a line ends in "\n"; "\x03" is Ctrl-C).
+  void type(const std::string& bytes);
+  // Waits for the process to end; its exit code, or nothing when it did not end in time.
+  std::optional<int> wait(int timeoutMs);
+
+ private:
+  int pid_ = -1;
+  int master_ = -1;
+  std::string printed_;
+};
+
 }  // namespace trivo::testing

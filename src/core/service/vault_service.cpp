@@ -755,7 +755,12 @@ struct VaultService::Impl {
     if (timer->phase() == TimerModel::Phase::running || timer->phase() == TimerModel::Phase::paused) {
       timer->stop();
     }
-    if (timer->phase() == TimerModel::Phase::finished) timer->logFinished();
+    if (timer->phase() != TimerModel::Phase::finished) return;
+    if (o.keepEndedEarly && !o.keepEndedEarly(*timer)) {
+      timer->discard();
+    } else {
+      timer->logFinished();
+    }
   }
 
   void shutdown() {

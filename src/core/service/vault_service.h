@@ -44,6 +44,9 @@ class VaultService {
     // Run one session: return once the timer is idle again; a signal ends the session early
     // and logs it.
     bool foreground = false;
+    // Asked in the foreground when a signal ends a session early, with the session stopped:
+    // true logs what was focused, false discards it. Null: always logged.
+    std::function<bool(const TimerModel&)> keepEndedEarly;
     // Called after every tick of a session under way (the foreground progress line).
     std::function<void(const TimerModel&)> onTick;
     // How often the live state is restamped when nothing changes, so readers know the service

@@ -346,6 +346,24 @@ TEST_F(Service, OneVaultFeedsTheWidgetsAndAnotherTakesOverWhenItStops) {
   EXPECT_NE(readAll(otherErr).find("This service feeds the widgets now."), std::string::npos);
 }
 
+TEST_F(Service, PinnedDraftsReachTheLiveStateWhenWrittenOrPinned) {
+  auto service = start();
+  EXPECT_TRUE(live().drafts.empty());
+  fs::create_directories(vault_.path() / "drafts");
+  std::ofstream(vault_.path() / "drafts" / "Garden.md") << "# Plant tulips\n";
+  std::ofstream(vault_.path() / "drafts" / "Trip.md") << "Book the train\n";
+  ASSERT_TRUE(waitFor([&] { return live().drafts.size() == 2; }, 3s)) << log();
+
+  ASSERT_EQ(trivo({"config", "set", "draftPins", R"(["Trip"])"}).exitCode, 0);
+  ASSERT_TRUE(waitFor([&] { return live().drafts.size() == 1; }, 3s)) << log();
+  EXPECT_EQ(live().drafts.front().title, "Trip");
+  std::ofstream(vault_.path() / "drafts" / "Trip.md") << "Pack the bags\n";
+  EXPECT_TRUE(waitFor([&] {
+    const auto d = live().drafts;
+    return d.size() == 1 && d.front().preview == "Pack the bags";
+  }, 3s));
+}
+
 TEST_F(Service, PrintsAUserUnitThatRunsThisProgramForTheVault) {
   const auto r = trivo({"app", "--print-unit"});
   ASSERT_EQ(r.exitCode, 0) << r.err;

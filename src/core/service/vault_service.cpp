@@ -28,6 +28,7 @@
 #include "core/focus/shared_files.h"
 #include "core/focus/tick_player.h"
 #include "core/format/serializer_error.h"
+#include "core/drafts/draft_shelf.h"
 #include "core/service/service_clock.h"
 #include "core/service/service_lock.h"
 #include "core/service/vault_live_view.h"
@@ -43,6 +44,8 @@ namespace trivo {
 namespace fs = std::filesystem;
 using std::chrono::milliseconds;
 using Steady = std::chrono::steady_clock;
+// As many drafts as the largest widget shows.
+constexpr std::size_t kDraftLines = 6;
 
 namespace {
 
@@ -146,6 +149,9 @@ struct VaultService::Impl {
   int rootWatch = -1;
   int liveWatch = -1;
   int commandWatch = -1;
+  int draftsWatch = -1;
+  bool draftsChanged = true;
+  std::vector<LiveState::DraftLine> drafts;
   std::string ownSessionFile;
   sigset_t oldMask{};
 
@@ -252,8 +258,11 @@ struct VaultService::Impl {
 
   void watchFiles() {
     if (inotifyFd < 0) return;
+    // Creations in the root only matter for the drafts folder appearing.
     rootWatch = ::inotify_add_watch(inotifyFd, o.root.c_str(),
-                                    IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR);
+                                    IN_DELETE_SELF | IN_MOVE_SELF | IN_CREATE | IN_MOVED_TO |
+                                        IN_ONLYDIR);
+    watchDrafts();
     if (o.commands) {
       // Orders are left in every place at once and taken from all of them together, so the
       // first place is enough to hear of one; watching the others would only wake the service
@@ -272,6 +281,14 @@ struct VaultService::Impl {
       liveWatch = ::inotify_add_watch(inotifyFd, live.c_str(),
                                       IN_CLOSE_WRITE | IN_MOVED_TO | IN_DELETE | IN_ONLYDIR);
     }
+  }
+
+  void watchDrafts() {
+    if (draftsWatch >= 0) return;
+    const fs::path folder = DraftShelf(o.root).folder();
+    draftsWatch = ::inotify_add_watch(
+        inotifyFd, folder.c_str(),
+        IN_CLOSE_WRITE | IN_MOVED_TO | IN_MOVED_FROM | IN_DELETE | IN_ONLYDIR);
   }
 
   void reportDamagedLiveState() const {
@@ -560,6 +577,7 @@ struct VaultService::Impl {
   LiveState compose() {
     LiveState state;
     view.fill(state);
+    state.drafts = drafts;
     timer->describe(state);
     if (timer->phase() == TimerModel::Phase::idle) {
       // Nothing runs here: show a session under way on another device.
@@ -634,11 +652,19 @@ struct VaultService::Impl {
       for (ssize_t i = 0; i < n;) {
         const auto* ev = reinterpret_cast<const inotify_event*>(buffer + i);
         i += static_cast<ssize_t>(sizeof(inotify_event) + ev->len);
+        const std::string_view name = ev->len > 0 ? std::string_view(ev->name) : "";
         if (ev->wd == rootWatch && (ev->mask & (IN_DELETE_SELF | IN_MOVE_SELF | IN_IGNORED))) {
           vaultGone = !vaultPresent() || (ev->mask & IN_MOVE_SELF);
+        } else if (ev->wd == rootWatch) {
+          if (name == DraftShelf::kFolder) {
+            watchDrafts();
+            draftsChanged = true;
+          }
+        } else if (ev->wd == draftsWatch) {
+          if (ev->mask & IN_IGNORED) draftsWatch = -1;  // the folder went away
+          if (!name.empty() && name.front() != '.') draftsChanged = true;
         } else if (ev->wd == liveWatch) {
           // Scratch files and this device's own session file are the service's own writes.
-          const std::string_view name = ev->len > 0 ? std::string_view(ev->name) : "";
           if (!name.empty() && name.front() != '.' && name != ownSessionFile) liveChanged = true;
         } else if (ev->wd == commandWatch && ev->len > 0 &&
                    std::string_view(ev->name) == kCommandFile) {
@@ -667,6 +693,11 @@ struct VaultService::Impl {
         timer->applySettings(config.focus);
         updateTicking();
         viewDirty = true;
+        draftsChanged = true;  // the pins may have changed
+      }
+      if (draftsChanged) {
+        draftsChanged = false;
+        drafts = DraftShelf(o.root).lines(config.draftPins, kDraftLines);
       }
       const Instant now = clock.now();
       if (now >= nextDay) {
@@ -744,7 +775,7 @@ struct VaultService::Impl {
           othersDirty = true;
           takeAsk();
         }
-        relevant = relevant || commandsArrived || liveChanged || vaultGone;
+        relevant = relevant || commandsArrived || liveChanged || vaultGone || draftsChanged;
       }
       if (relevant) return;
     }

@@ -37,13 +37,7 @@ ChainPage chainPage(const std::string& page, const Context& context) {
 
 std::unique_ptr<VaultStore> openChainStore(const std::filesystem::path& root,
                                            const Context& context) {
-  const YearMode yearMode = yearModeOf(root);
-  const Vault vault{root, detectVaultFormat(root), "en", std::nullopt};
-  VaultStore::Options options;
-  options.readOnly = true;
-  options.clock = &context.clock;
-  options.codec = SerializerCodec::forVault(vault, yearMode);
-  return std::make_unique<VaultStore>(vault, options);
+  return openCommandStore(root, context, StoreWrites::never);
 }
 
 void readingPages(const EntryKey& key, const std::function<void()>& read) {

@@ -27,12 +27,7 @@ fs::path locatedVault(const Context& context) {
 }
 
 std::unique_ptr<VaultStore> openPageStore(const fs::path& root, const Context& context) {
-  const Vault vault{root, detectVaultFormat(root), "en", std::nullopt};
-  VaultStore::Options options;
-  options.debounce = std::chrono::milliseconds(0);
-  options.clock = &context.clock;
-  options.codec = SerializerCodec::forVault(vault, yearModeOf(root));
-  return std::make_unique<VaultStore>(vault, options);
+  return openCommandStore(root, context, StoreWrites::atOnce);
 }
 
 int runEditor(const std::string& editor, const fs::path& file) {

@@ -19,13 +19,8 @@ InboxVault InboxVault::open(const Context& context, bool readOnly) {
   } catch (const VaultNotFound& e) {
     throw UserError(e.what());
   }
-  const Vault v{vault.root, detectVaultFormat(vault.root), "en", std::nullopt};
-  VaultStore::Options options;
-  options.debounce = std::chrono::hours(24);
-  options.readOnly = readOnly;
-  options.clock = &context.clock;
-  options.codec = SerializerCodec::forVault(v, yearModeOf(vault.root));
-  vault.store = std::make_unique<VaultStore>(v, options);
+  vault.store = openCommandStore(vault.root, context,
+                                 readOnly ? StoreWrites::never : StoreWrites::whenDone);
   return vault;
 }
 

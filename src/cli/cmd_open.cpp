@@ -198,7 +198,7 @@ class OpenCommand final : public Command {
     const std::string words = linkWords(v.text);
     if (v.pull) {
       const fs::path r = root(context);
-      return pull(words, v.slot, r, detectVaultFormat(r), context);
+      return pull(words, v.slot, r, context);
     }
     InboxVault vault = InboxVault::open(context, false);
     root_ = vault.root;
@@ -214,14 +214,10 @@ class OpenCommand final : public Command {
   // Puts the captured line straight onto today's page among the items pulled from the inbox,
   // serving the outcome of the given slot (0–2) when one is named.
   Action pull(const std::string& words, std::optional<std::int64_t> slot, const fs::path& r,
-              VaultFormat format, const Context& context) {
-    const Vault vault{r, format, "en", std::nullopt};
+              const Context& context) {
     const DayDate today = DayDate::today(context.clock);
-    VaultStore::Options options;
-    options.debounce = std::chrono::milliseconds(0);
-    options.clock = &context.clock;
-    options.codec = SerializerCodec::forVault(vault, yearModeOf(r));
-    VaultStore store(vault, options);
+    const auto opened = openCommandStore(r, context, StoreWrites::atOnce);
+    VaultStore& store = *opened;
     InboxItem item;
     item.id = InboxItem::newId();
     item.text = words;
@@ -246,7 +242,7 @@ class OpenCommand final : public Command {
           "Today's page cannot be read (" + std::string(e.what()) + "); nothing was written.", 3);
     }
     return {"Captured onto today's page: " + words,
-            VaultPaths(r, format).urlFor(EntryKey::day(today))};
+            store.paths().urlFor(EntryKey::day(today))};
   }
 
   Action follow(const DeepLink& link, const Context& context) {

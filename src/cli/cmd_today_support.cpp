@@ -31,18 +31,7 @@ DailyVault::DailyVault(const Context& context) : context_(context) {
     throw UserError("There is no vault folder at " + root_.string() +
                     "; create it with trivo init or name another with --vault.");
   }
-  const Vault vault{root_, detectVaultFormat(root_), "en", std::nullopt};
-  VaultStore::Options options;
-  // Nothing is written until the command has done all it was asked, so a refusal half-way
-  // leaves every page as it was.
-  options.debounce = std::chrono::hours(24);
-  options.clock = &context.clock;
-  options.codec = SerializerCodec::forVault(vault, yearModeOf(root_));
-  // Other devices syncing the vault leave a note when they write a page; a page written more
-  // recently elsewhere is not overwritten before that text has arrived here.
-  options.cloud =
-      std::make_shared<FileCloudSignal>(root_, DeviceIdentity::current(), context.clock);
-  store_ = std::make_unique<VaultStore>(vault, options);
+  store_ = openCommandStore(root_, context, StoreWrites::whenDone);
   model_ = std::make_unique<TodayModel>(*store_, context.clock,
                                         std::make_shared<FolderDayPageIndex>(store_->paths()));
 }

@@ -2,7 +2,11 @@
 #include "cli/vault_settings.h"
 
 
+#include "core/platform/device_identity.h"
 #include "core/store/atomic_write.h"
+#include "core/store/cloud_signal.h"
+#include "core/store/serializer_codec.h"
+#include "core/vault/vault_locator.h"
 #include "core/util/json_fields.h"
 
 namespace trivo::cli {
@@ -15,6 +19,32 @@ YearMode yearModeOf(const std::filesystem::path& root) {
   if (it == config.end() || !it->is_string()) return YearMode::quarter;
   return json::enumFromString<YearMode>(it->get<std::string>(), kYearModeNames)
       .value_or(YearMode::quarter);
+}
+
+std::unique_ptr<VaultStore> openCommandStore(const std::filesystem::path& root,
+                                             const Context& context, StoreWrites writes) {
+  const Vault vault{root, detectVaultFormat(root), "en", std::nullopt};
+  VaultStore::Options options;
+  options.clock = &context.clock;
+  options.codec = SerializerCodec::forVault(vault, yearModeOf(root));
+  switch (writes) {
+    case StoreWrites::never:
+      options.readOnly = true;
+      break;
+    case StoreWrites::whenDone:
+      options.debounce = std::chrono::hours(24);
+      break;
+    case StoreWrites::atOnce:
+      options.debounce = std::chrono::milliseconds(0);
+      break;
+  }
+  if (writes != StoreWrites::never) {
+    // Other devices syncing the vault leave a note when they write a page; a page written more
+    // recently elsewhere is not overwritten before that text has arrived here.
+    options.cloud =
+        std::make_shared<FileCloudSignal>(root, DeviceIdentity::current(), context.clock);
+  }
+  return std::make_unique<VaultStore>(vault, options);
 }
 
 }  // namespace trivo::cli

@@ -195,6 +195,22 @@ TEST_P(InboxCommands, AnInboxChangedWhileCapturingIsKeptAndTheCaptureRefused) {
   EXPECT_EQ(dir_.read(inboxName()), edited);
 }
 
+TEST_P(InboxCommands, CapturesLeaveTheSyncNoteAndWaitForAnInboxWrittenElsewhere) {
+  ok({"capture", "first"});
+  const auto touched = vault() / ".trivo" / "signal" / "touched";
+  ASSERT_TRUE(std::filesystem::is_directory(touched));
+  EXPECT_FALSE(std::filesystem::is_empty(touched));
+
+  // Another device wrote the inbox later than the copy here holds: its text has not arrived yet.
+  const std::string page = dir_.read(inboxName());
+  const std::string name = std::filesystem::path(inboxName()).filename().string();
+  dir_.write("vault/.trivo/signal/touched/another-device.json",
+             R"({"device": "another-device", "stamp": "2099-01-01T00:00:00.000Z", "paths": [")" +
+                 name + R"("]})");
+  EXPECT_NE(refused({"capture", "second"}, 4).find("changed on disk"), std::string::npos);
+  EXPECT_EQ(dir_.read(inboxName()), page);
+}
+
 INSTANTIATE_TEST_SUITE_P(BothSyntaxes, InboxCommands,
                          ::testing::Values(VaultFormat::markdown, VaultFormat::org),
                          [](const auto& param) {

@@ -117,9 +117,13 @@ InboxModel::Entry InboxModel::capture(const CapturePhrase& phrase) {
   item.waiting = phrase.waiting;
   item.alerts = phrase.alerts;
   Inbox inbox = load();
-  inbox.items.push_back(item);
+  // After the last list item: where the page will hold it.
+  const auto at = std::find_if(inbox.items.begin(), inbox.items.end(),
+                               [](const InboxItem& i) { return i.orgHeading; });
+  const auto index = static_cast<std::size_t>(at - inbox.items.begin());
+  inbox.items.insert(at, item);
   store_.save(inbox);
-  return {numberAt(inbox.items.size() - 1), std::move(item)};
+  return {numberAt(index), std::move(item)};
 }
 
 InboxModel::Entry InboxModel::setDone(std::int64_t number, bool done) {
@@ -179,7 +183,16 @@ InboxModel::Entry InboxModel::replace(const InboxItem& item) {
   throw InboxError::unknownItem(0);
 }
 
-Inbox InboxModel::load() { return store_.inbox(); }
+Inbox InboxModel::load() {
+  // An Org page holds its list items before its heading items (a list line after a heading
+  // would belong to that heading), so an item added to the record's end as a list item is read
+  // back above the headings. Numbers follow the page as it will read, so that the number a
+  // capture prints is the number `done` takes afterwards.
+  Inbox inbox = store_.inbox();
+  std::stable_partition(inbox.items.begin(), inbox.items.end(),
+                        [](const InboxItem& item) { return !item.orgHeading; });
+  return inbox;
+}
 
 InboxModel::Entry InboxModel::change(std::int64_t number,
                                      const std::function<void(InboxItem&)>& edit) {

@@ -51,6 +51,29 @@ class InboxModelTest : public ::testing::TestWithParam<VaultFormat> {
   std::unique_ptr<InboxModel> model_;
 };
 
+TEST_P(InboxModelTest, TheNumberACapturePrintsIsTheOneItKeepsAfterOrgHeadingItems) {
+  if (GetParam() != VaultFormat::org) {
+    GTEST_SKIP() << "heading items are Org's";
+  }
+  dir_.write(inboxFile(),
+             "#+title: Inbox\n* TODO Renew passport\nDEADLINE: <2026-12-01 Tue>\n"
+             "* TODO Call Ana\n");
+  reopen();
+  const auto entry = model_->capture("buy milk tomorrow");
+  model_->setDone(entry.number, true);
+  reopen();
+  ASSERT_EQ(model_->items().size(), 3u);
+  const auto found = model_->find(entry.number);
+  ASSERT_TRUE(found);
+  EXPECT_EQ(found->item.text, "buy milk");
+  EXPECT_TRUE(found->item.done);
+  for (const auto& e : model_->items()) {
+    if (e.item.text != "buy milk") {
+      EXPECT_FALSE(e.item.done) << e.item.text;
+    }
+  }
+}
+
 TEST_P(InboxModelTest, CaptureLandsAmongTheItemsAboveTheOwnersOwnSection) {
   model_->capture("pay rent");
   reopen();

@@ -52,6 +52,7 @@ class FolderOpenings {
     for (const auto& entry : std::filesystem::recursive_directory_iterator(root)) {
       if (entry.is_directory() && !entry.is_symlink()) watch(entry.path());
     }
+    (void)counts();  // the walk above opened the folders it watched
   }
   ~FolderOpenings() { ::close(fd_); }
   FolderOpenings(const FolderOpenings&) = delete;

@@ -71,7 +71,7 @@ $(VAULTS)/y%-md $(VAULTS)/y%-org:
 	python3 $(GENVAULT) $(VAULTS)/y$*-md --years $* --format md --seed 42
 	python3 $(GENVAULT) $(VAULTS)/y$*-org --years $* --format org --seed 42
 
-bench-vault: deps $(VAULTS)/y1-md $(VAULTS)/y10-md $(VAULTS)/y30-md
+bench-vault: deps $(foreach y,1 10 30,$(VAULTS)/y$(y)-md $(VAULTS)/y$(y)-org)
 	cmake -S . -B $(BENCH_BUILD) $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=Release -DTRIVO_BENCH=ON \
 	  -DTRIVO_WERROR=ON
 	cmake --build $(BENCH_BUILD) -j $(JOBS) --target trivo_bench trivo

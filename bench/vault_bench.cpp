@@ -11,8 +11,8 @@
 #include <cstdlib>
 #include <filesystem>
 #include <map>
-#include <optional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -29,8 +29,7 @@ namespace fs = std::filesystem;
 std::optional<fs::path> vaultFolder(std::int64_t years, bool org) {
   const char* base = std::getenv("TRIVO_BENCH_VAULTS");
   if (!base || !*base) return std::nullopt;
-  const fs::path folder =
-      fs::path(base) / ("y" + std::to_string(years) + (org ? "-org" : "-md"));
+  const fs::path folder = fs::path(base) / ("y" + std::to_string(years) + (org ? "-org" : "-md"));
   std::error_code ec;
   if (!fs::is_directory(folder, ec)) return std::nullopt;
   return folder;

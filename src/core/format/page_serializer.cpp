@@ -927,7 +927,8 @@ std::string parseInboxText(TextSyntax syntax, std::string_view text,
   // Room for every line that may start an item, so that a long inbox's items (large records)
   // are not moved again and again as the list grows.
   std::size_t starts = text.starts_with("- [") ? 1 : 0;
-  for (auto at = text.find("\n- ["); at != std::string_view::npos; at = text.find("\n- [", at + 1)) {
+  for (auto at = text.find("\n- ["); at != std::string_view::npos;
+       at = text.find("\n- [", at + 1)) {
     ++starts;
   }
   items.reserve(items.size() + starts);

@@ -125,10 +125,13 @@ struct Discovery {
     for (auto& page : pending) {
       const fs::path& root = page.vaultRoot;
       if (!formatOf.contains(root)) {
-        const Seen seen = periodPagesSeen[root];
-        formatOf.emplace(root, !sawWholeVault(root) ? detectVaultFormat(root)
-                               : seen.org && !seen.markdown ? VaultFormat::org
-                                                            : VaultFormat::markdown);
+        VaultFormat format = VaultFormat::markdown;
+        if (!sawWholeVault(root)) {
+          format = detectVaultFormat(root);
+        } else if (const Seen seen = periodPagesSeen[root]; seen.org && !seen.markdown) {
+          format = VaultFormat::org;
+        }
+        formatOf.emplace(root, format);
       }
       if (formatOf.at(root) == page.format) found.push_back(std::move(page));
     }

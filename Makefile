@@ -11,7 +11,8 @@ CMAKE_GEN  := -G Ninja
 
 REL_BUILD  ?= build-release
 
-.PHONY: all deps build run test release sanitize tsan bench fuzz soak format clean
+.PHONY: all deps build run test release sanitize tsan bench bench-vault bench-commands fuzz soak \
+  format clean
 
 all: build
 
@@ -61,6 +62,27 @@ bench: deps
 	  -DTRIVO_WERROR=ON
 	cmake --build $(BENCH_BUILD) -j $(JOBS) --target trivo_bench
 	$(BENCH_BUILD)/trivo_bench
+
+# Whole generated vaults of 1, 10 and 30 years in both syntaxes (made once into the bench build):
+# trivo check's path beside md4c, cmark and the read floor, medians of five runs, with ratios.
+VAULTS := $(BENCH_BUILD)/vaults
+GENVAULT ?= ../shared/tools/genvault.py
+$(VAULTS)/y%-md $(VAULTS)/y%-org:
+	python3 $(GENVAULT) $(VAULTS)/y$*-md --years $* --format md --seed 42
+	python3 $(GENVAULT) $(VAULTS)/y$*-org --years $* --format org --seed 42
+
+bench-vault: deps $(foreach y,1 10 30,$(VAULTS)/y$(y)-md $(VAULTS)/y$(y)-org)
+	cmake -S . -B $(BENCH_BUILD) $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=Release -DTRIVO_BENCH=ON \
+	  -DTRIVO_WERROR=ON
+	cmake --build $(BENCH_BUILD) -j $(JOBS) --target trivo_bench trivo
+	TRIVO_BENCH_VAULTS=$(VAULTS) $(BENCH_BUILD)/trivo_bench --benchmark_filter='BM_Vault' \
+	  --benchmark_repetitions=5 --benchmark_report_aggregates_only=true \
+	  --benchmark_out=$(BENCH_BUILD)/vault.json --benchmark_out_format=json
+	python3 bench/vault_ratios.py $(BENCH_BUILD)/vault.json
+
+# CPU time of the one-day commands on the 1- and 30-year vaults, start-up, and check's memory.
+bench-commands: bench-vault
+	python3 bench/commands.py $(BENCH_BUILD)/trivo $(VAULTS)
 
 fuzz: deps
 	cmake -S . -B build-fuzz $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=Debug -DTRIVO_FUZZ=ON \

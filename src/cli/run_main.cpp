@@ -2,6 +2,7 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <iostream>
 
 #include "cli/command.h"
@@ -66,12 +67,19 @@ int runMain(int argc, const char* const* argv, std::ostream& out, std::ostream& 
   bool json = false;
   app.add_flag("--json", json, "Print one JSON document instead of text for people");
 
+  const auto word = commandWord(argc, argv);
   auto commands = allCommands();
+  // Only the named command's options are built: building all of them is most of the start-up
+  // of a command that does little. Without a command word (--version, --help) none are needed;
+  // a word that is no command's name (an alias, help, a typo) needs them all.
+  const bool namesCommand =
+      word && std::any_of(commands.begin(), commands.end(),
+                          [&](const auto& command) { return *word == command->name(); });
   std::vector<CLI::App*> subs;
   for (auto& command : commands) {
     CLI::App* sub = app.add_subcommand(command->name(), command->summary());
     sub->fallthrough();
-    command->define(*sub);
+    if (word && (!namesCommand || *word == command->name())) command->define(*sub);
     subs.push_back(sub);
   }
   CLI::App* help = app.add_subcommand("help", "Print the help of trivo or of one command");
@@ -79,7 +87,6 @@ int runMain(int argc, const char* const* argv, std::ostream& out, std::ostream& 
   help->add_option("COMMAND", helpTopic, "The command to explain");
   subs.push_back(help);
 
-  const auto word = commandWord(argc, argv);
   if (word && !findCommand(*word, subs)) return unknownCommand(*word, subs, err);
 
   try {

@@ -924,6 +924,14 @@ std::string renderInboxItems(TextSyntax syntax, const std::vector<InboxItem>& it
 std::string parseInboxText(TextSyntax syntax, std::string_view text,
                            std::vector<InboxItem>& items) {
   std::vector<std::string_view> kept;
+  // Room for every line that may start an item, so that a long inbox's items (large records)
+  // are not moved again and again as the list grows.
+  std::size_t starts = text.starts_with("- [") ? 1 : 0;
+  for (auto at = text.find("\n- ["); at != std::string_view::npos;
+       at = text.find("\n- [", at + 1)) {
+    ++starts;
+  }
+  items.reserve(items.size() + starts);
   auto consume = outsideFences(syntax, inboxItemReader(syntax, items), refuse());
   for (auto line : text::lines(text)) {
     if (!consume(line) && !(text::isBlank(line) && (kept.empty() || text::isBlank(kept.back())))) {

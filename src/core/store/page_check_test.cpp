@@ -2,6 +2,12 @@
 #include "core/store/page_check.h"
 
 #include <gtest/gtest.h>
+#include <sys/inotify.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <map>
+#include <vector>
 
 #include "testing/scoped_env.h"
 
@@ -35,6 +41,80 @@ TEST(PageCheck, ProblemsAreDescribedInOneLine) {
             "identity: expected 2026-W38, found 2026-W39");
   EXPECT_EQ(describe(ReadProblem::of(ReadProblem::Kind::unreadable, "Permission denied")),
             "unreadable: Permission denied");
+}
+
+// Counts, through inotify, how often each folder under a root is opened (a listing opens it).
+class FolderOpenings {
+ public:
+  explicit FolderOpenings(const std::filesystem::path& root)
+      : fd_(inotify_init1(IN_CLOEXEC | IN_NONBLOCK)) {
+    watch(root);
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(root)) {
+      if (entry.is_directory() && !entry.is_symlink()) watch(entry.path());
+    }
+    (void)counts();  // the walk above opened the folders it watched
+  }
+  ~FolderOpenings() { ::close(fd_); }
+  FolderOpenings(const FolderOpenings&) = delete;
+  FolderOpenings& operator=(const FolderOpenings&) = delete;
+
+  // Folder (relative to the root) → openings since the watches were set.
+  std::map<std::string, int> counts() {
+    std::map<std::string, int> opened;
+    alignas(inotify_event) char buffer[65536];
+    for (;;) {
+      const ssize_t got = ::read(fd_, buffer, sizeof buffer);
+      if (got <= 0) break;
+      for (ssize_t at = 0; at < got;) {
+        inotify_event event;
+        std::memcpy(&event, buffer + at, sizeof event);
+        // A folder's own watch reports its opening without a name.
+        if ((event.mask & IN_OPEN) && event.len == 0) ++opened[folders_.at(event.wd)];
+        at += static_cast<ssize_t>(sizeof(inotify_event) + event.len);
+      }
+    }
+    return opened;
+  }
+
+ private:
+  void watch(const std::filesystem::path& folder) {
+    const int wd = inotify_add_watch(fd_, folder.c_str(), IN_OPEN | IN_ONLYDIR);
+    if (wd >= 0) folders_[wd] = folder.filename().string();
+  }
+
+  int fd_;
+  std::map<int, std::string> folders_;
+};
+
+// Regression: a vault without settings had its period folders listed again for every page.
+TEST(PageFiles, DiscoveryListsEveryFolderOnce) {
+  struct Case {
+    const char* label;
+    std::vector<std::pair<const char*, const char*>> files;
+    std::size_t pages;
+  };
+  const std::vector<Case> cases = {
+      {"settings", {{".trivo/config.json", R"({"fileFormat": "org"})"}, {"inbox.org", ""}}, 5},
+      {"lone inbox", {{"inbox.org", ""}}, 5},
+      {"no settings, no inbox", {}, 4},
+      {"markdown among org", {{"years/2026.md", ""}}, 1},
+  };
+  for (const auto& c : cases) {
+    testing::TempDir dir;
+    for (const auto& [name, text] : c.files) dir.write(name, text);
+    for (const char* page : {"days/2026-09-16.org", "days/2026-09-17.org", "weeks/2026-W38.org",
+                             "months/2026-09.org"}) {
+      dir.write(page, "");
+    }
+    dir.write("days/sketch.md", "");  // the person's own
+    FolderOpenings openings(dir.path());
+    EXPECT_EQ(findPageFiles({dir.path()}).size(), c.pages) << c.label;
+    const auto counts = openings.counts();
+    EXPECT_GE(counts.size(), 3u) << c.label;  // the walk was seen: root, days, weeks, …
+    for (const auto& [folder, opened] : counts) {
+      EXPECT_EQ(opened, 1) << c.label << ": " << folder;
+    }
+  }
 }
 
 }  // namespace

@@ -22,19 +22,24 @@ fs::path absoluteFrom(const fs::path& p, const fs::path& cwd) {
   return full;
 }
 
-// True when any period folder or the inbox holds a page file of that format.
-bool hasPages(const fs::path& root, VaultFormat format) {
-  const VaultPaths paths(root, format);
+// The format of the period pages, from one listing of each period folder: markdown as soon as
+// one ".md" page shows (a single one rules org out), org when only ".org" pages were seen.
+std::optional<VaultFormat> formatOfPeriodPages(const fs::path& root) {
+  const VaultPaths md(root, VaultFormat::markdown);
+  const VaultPaths org(root, VaultFormat::org);
+  bool sawOrg = false;
   std::error_code ec;
-  if (fs::is_regular_file(paths.inbox(), ec)) return true;
   for (const auto folder : VaultPaths::folders) {
     for (auto it = fs::directory_iterator(root / folder, ec); !ec && it != fs::directory_iterator();
          it.increment(ec)) {
-      if (paths.key(folder, it->path().filename().string())) return true;
+      const std::string name = it->path().filename().string();
+      if (name.ends_with(".md") && md.key(folder, name)) return VaultFormat::markdown;
+      if (!sawOrg && name.ends_with(".org") && org.key(folder, name)) sawOrg = true;
     }
     ec.clear();
   }
-  return false;
+  if (sawOrg) return VaultFormat::org;
+  return std::nullopt;
 }
 
 }  // namespace
@@ -79,7 +84,7 @@ fs::path locateVault(const VaultSearch& search) {
       "pages), pass --vault DIR, or set TRIVO_VAULT.");
 }
 
-VaultFormat detectVaultFormat(const fs::path& root) {
+std::optional<VaultFormat> declaredVaultFormat(const fs::path& root) {
   if (auto config = readJsonFile(root / ".trivo" / "config.json")) {
     if (config->is_object()) {
       auto it = config->find("fileFormat");
@@ -88,10 +93,20 @@ VaultFormat detectVaultFormat(const fs::path& root) {
       }
     }
   }
-  if (hasPages(root, VaultFormat::org) && !hasPages(root, VaultFormat::markdown)) {
-    return VaultFormat::org;
-  }
-  return VaultFormat::markdown;
+  // The inbox is the one page every vault has, so it settles the question without a look at
+  // the period folders, which grow by a page a day: a command about one day must not list years
+  // of pages to learn how to name it.
+  std::error_code ec;
+  const bool mdInbox = fs::is_regular_file(VaultPaths(root, VaultFormat::markdown).inbox(), ec);
+  const bool orgInbox = fs::is_regular_file(VaultPaths(root, VaultFormat::org).inbox(), ec);
+  if (mdInbox) return VaultFormat::markdown;  // a Markdown page rules org out
+  if (orgInbox) return VaultFormat::org;
+  return std::nullopt;
+}
+
+VaultFormat detectVaultFormat(const fs::path& root) {
+  if (auto declared = declaredVaultFormat(root)) return *declared;
+  return formatOfPeriodPages(root).value_or(VaultFormat::markdown);
 }
 
 }  // namespace trivo

@@ -36,8 +36,13 @@ struct VaultSearch {
 std::filesystem::path locateVault(const VaultSearch& search);
 
 // The vault's page format: the "fileFormat" setting of root/.trivo/config.json when it is
-// readable and names a format; else org when the vault has ".org" pages and no ".md" pages;
-// else markdown.
+// readable and names a format; else the format of the inbox page when exactly one of "inbox.md"
+// and "inbox.org" exists (one file looked at, whatever the vault's size); else org when the period
+// folders hold ".org" pages and no ".md" pages; else markdown.
 VaultFormat detectVaultFormat(const std::filesystem::path& root);
+
+// The part of detectVaultFormat that lists no folder: the setting, else the inbox's format; nothing
+// when neither settles it (then the period pages do: org when they are all ".org" files).
+std::optional<VaultFormat> declaredVaultFormat(const std::filesystem::path& root);
 
 }  // namespace trivo

@@ -65,10 +65,32 @@ TEST(VaultFormatDetection, SettingFirstThenThePagesPresent) {
   EXPECT_EQ(detectVaultFormat(dir.path()), VaultFormat::org);
   dir.write("inbox.md", "");
   EXPECT_EQ(detectVaultFormat(dir.path()), VaultFormat::markdown);
+  dir.write("inbox.org", "");  // both inboxes: the Markdown one is a page, so not org
+  EXPECT_EQ(detectVaultFormat(dir.path()), VaultFormat::markdown);
   dir.write(".trivo/config.json", R"({"fileFormat": "org"})");
   EXPECT_EQ(detectVaultFormat(dir.path()), VaultFormat::org);
   dir.write(".trivo/config.json", R"({"fileFormat": "rtf"})");
   EXPECT_EQ(detectVaultFormat(dir.path()), VaultFormat::markdown);
+}
+
+// A lone inbox decides, so that a command about one day never lists the period folders, which
+// hold a page for every day of the vault's years.
+TEST(VaultFormatDetection, ALoneInboxDecidesWithoutTheFolders) {
+  testing::TempDir dir;
+  dir.write("inbox.org", "");
+  dir.write("days/2026-09-16.md", "");
+  EXPECT_EQ(detectVaultFormat(dir.path()), VaultFormat::org);
+  testing::TempDir md;
+  md.write("inbox.md", "");
+  md.write("days/2026-09-16.org", "");
+  EXPECT_EQ(detectVaultFormat(md.path()), VaultFormat::markdown);
+  // Without an inbox the pages decide, and one Markdown page among Org ones rules org out.
+  testing::TempDir mixed;
+  mixed.write("weeks/2026-W38.org", "");
+  mixed.write("days/2026-09-16.org", "");
+  EXPECT_EQ(detectVaultFormat(mixed.path()), VaultFormat::org);
+  mixed.write("years/2026.md", "");
+  EXPECT_EQ(detectVaultFormat(mixed.path()), VaultFormat::markdown);
 }
 
 }  // namespace

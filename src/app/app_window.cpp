@@ -4,6 +4,7 @@
 #include <QGuiApplication>
 #include <QPalette>
 #include <QQmlContext>
+#include <QQuickStyle>
 #include <QQuickWindow>
 #include <QUrl>
 
@@ -68,8 +69,15 @@ AppWindow::AppWindow(AppSession& session, QObject* parent)
 AppWindow::~AppWindow() = default;
 
 bool AppWindow::load() {
+  // Fusion follows the palette the window sets, so light, dark and the accent reach every control.
+  if (QQuickStyle::name() != QLatin1String("Fusion")) QQuickStyle::setStyle("Fusion");
   engine_.load(QUrl("qrc:/Trivo/Main.qml"));
-  return root() != nullptr;
+  auto* window = qobject_cast<QQuickWindow*>(root());
+  if (!window) return false;
+  // What Today does not show is read once Today is on screen.
+  connect(window, &QQuickWindow::frameSwapped, inbox_.get(), &InboxScreen::refresh,
+          Qt::SingleShotConnection);
+  return true;
 }
 
 QObject* AppWindow::root() const {

@@ -4,6 +4,7 @@
 #include <array>
 
 #include "core/store/atomic_write.h"
+#include "core/store/vault_store.h"
 
 namespace trivo::app {
 
@@ -53,11 +54,35 @@ std::string reflectionOfferText(const CadenceEngine::ReflectionOffer& offer) {
   return offer.periodText();
 }
 
-std::string unreadableText(const PageReadError& error) {
-  return std::string(error.what()) + " The page is shown read-only until the file is fixed.";
+namespace {
+
+std::string fileOf(const EntryKey& key, const VaultStore& store) {
+  return store.paths().urlFor(key).lexically_relative(store.vault().rootURL).generic_string();
 }
 
-std::string failureText(const std::exception& error) {
+std::string problemText(const ReadProblem& problem) {
+  switch (problem.kind) {
+    case ReadProblem::Kind::identity:
+      return "it names " + problem.found + " instead of " + problem.expected;
+    case ReadProblem::Kind::frontmatter:
+      return "its header does not read" + (problem.detail.empty() ? "" : ": " + problem.detail);
+    case ReadProblem::Kind::encoding:
+      return "it is not UTF-8 text";
+    case ReadProblem::Kind::unreadable:
+      return problem.detail.empty() ? std::string("it cannot be opened") : problem.detail;
+  }
+  return problem.detail;
+}
+
+}  // namespace
+
+std::string unreadableText(const PageReadError& error, const VaultStore& store) {
+  return "The page " + fileOf(error.key(), store) + " cannot be read (" +
+         problemText(error.problem()) +
+         "), so it is shown read-only and nothing is written to it until the file is fixed.";
+}
+
+std::string failureText(const std::exception& error, const VaultStore& store) {
   if (const auto* v = dynamic_cast<const VaultError*>(&error)) {
     if (v->kind() == VaultError::Kind::changedOnDisk) {
       return "The page changed on disk while you were editing it; your text is kept, open "
@@ -69,7 +94,7 @@ std::string failureText(const std::exception& error) {
     return "Could not write " + f->path().string() + " (" + f->reason() +
            "); your change is kept and written again with the next change.";
   }
-  if (const auto* p = dynamic_cast<const PageReadError*>(&error)) return unreadableText(*p);
+  if (const auto* p = dynamic_cast<const PageReadError*>(&error)) return unreadableText(*p, store);
   std::string text = error.what();
   if (!text.empty() && text.back() != '.') text += '.';
   return text;

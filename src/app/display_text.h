@@ -11,6 +11,10 @@
 #include "core/store/store_errors.h"
 #include "core/vault/entry_key.h"
 
+namespace trivo {
+class VaultStore;
+}
+
 namespace trivo::app {
 
 // "Wednesday 16 September 2026".
@@ -22,8 +26,8 @@ std::string shortDayText(const DayDate& day);
 // "Reflect on the week 2026-W38".
 std::string reflectionOfferText(const CadenceEngine::ReflectionOffer& offer);
 // One sentence for a page that cannot be read: which file, why, and that it stays read-only.
-std::string unreadableText(const PageReadError& error);
+std::string unreadableText(const PageReadError& error, const VaultStore& store);
 // One sentence for a change that could not be written, saying that nothing was lost.
-std::string failureText(const std::exception& error);
+std::string failureText(const std::exception& error, const VaultStore& store);
 
 }  // namespace trivo::app

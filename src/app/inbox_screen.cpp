@@ -42,7 +42,8 @@ InboxScreen::InboxScreen(AppSession& session, QObject* parent)
       read();
     }
   });
-  read();
+  // Not read here: the inbox of a long-kept vault takes a moment, and the window reads it after
+  // its first frame (refresh()).
 }
 
 void InboxScreen::refresh() { read(); }
@@ -77,9 +78,9 @@ void InboxScreen::read() {
     }
     canUndo_ = session_.store().canUndo();
   } catch (const PageReadError& e) {
-    error_ = QString::fromStdString(unreadableText(e));
+    error_ = QString::fromStdString(unreadableText(e, session_.store()));
   } catch (const std::exception& e) {
-    error_ = QString::fromStdString(failureText(e));
+    error_ = QString::fromStdString(failureText(e, session_.store()));
   }
   Q_EMIT changed();
 }
@@ -102,13 +103,13 @@ bool InboxScreen::edit(const std::function<void()>& change) {
     session_.store().flush();
   } catch (const FileError& e) {
     // Still queued in the store; the next write takes it along.
-    error_ = QString::fromStdString(failureText(e));
+    error_ = QString::fromStdString(failureText(e, session_.store()));
     ok = false;
   } catch (const InboxError& e) {
     error_ = QString::fromStdString("Nothing was changed: " + std::string(e.what()) + ".");
     ok = false;
   } catch (const std::exception& e) {
-    error_ = QString::fromStdString(failureText(e));
+    error_ = QString::fromStdString(failureText(e, session_.store()));
     ok = false;
   }
   read();

@@ -1,7 +1,6 @@
 // trivo-app: the desktop window. `trivo-app [--vault DIR] [trivo://…]`.
 #include <QApplication>
 #include <QCommandLineParser>
-#include <QQuickStyle>
 #include <QQuickWindow>
 #include <iostream>
 
@@ -16,7 +15,6 @@ int main(int argc, char** argv) {
   QApplication::setDesktopFileName("trivo-app");
   // The window stays in the tray when closed while a session may be running.
   QApplication::setQuitOnLastWindowClosed(false);
-  QQuickStyle::setStyle("Fusion");
 
   QCommandLineParser parser;
   parser.setApplicationDescription("Trivo: Today, Inbox, the period pages, Focus and Search.");

@@ -78,8 +78,8 @@ void flatten(const OutcomeTree::Node& node, int depth, QVariantList& out) {
 std::string titleOf(const EntryKey& page) {
   if (const auto* d = page.asDay()) return longDayText(*d);
   if (const auto* w = page.asWeek()) {
-    return "Week " + std::to_string(w->week) + ", " + std::to_string(w->year) + "  (" +
-           shortDayText(w->monday()) + " – " + shortDayText(w->sunday()) + ")";
+    return "Week " + std::to_string(w->week) + ", " + std::to_string(w->year) + " · " +
+           shortDayText(w->monday()) + " – " + shortDayText(w->sunday());
   }
   if (const auto* m = page.asMonth()) {
     static constexpr const char* kMonths[] = {"January", "February", "March",     "April",
@@ -225,9 +225,9 @@ void PeriodScreen::read() {
       }
     }
   } catch (const PageReadError& e) {
-    error_ = QString::fromStdString(unreadableText(e));
+    error_ = QString::fromStdString(unreadableText(e, session_.store()));
   } catch (const std::exception& e) {
-    error_ = QString::fromStdString(failureText(e));
+    error_ = QString::fromStdString(failureText(e, session_.store()));
   }
 
   // The month around the page, in whole weeks from Monday.
@@ -266,10 +266,10 @@ void PeriodScreen::setOutcome(int slot, const QString& text) {
     model.commit();
     error_.clear();
   } catch (const FileError& e) {
-    error_ = QString::fromStdString(failureText(e));
+    error_ = QString::fromStdString(failureText(e, session_.store()));
   } catch (const std::exception& e) {
     model.discard();
-    error_ = QString::fromStdString(failureText(e));
+    error_ = QString::fromStdString(failureText(e, session_.store()));
   }
   read();
 }
@@ -283,10 +283,10 @@ void PeriodScreen::toggleOutcome(int slot) {
     model.commit();
     error_.clear();
   } catch (const FileError& e) {
-    error_ = QString::fromStdString(failureText(e));
+    error_ = QString::fromStdString(failureText(e, session_.store()));
   } catch (const std::exception& e) {
     model.discard();
-    error_ = QString::fromStdString(failureText(e));
+    error_ = QString::fromStdString(failureText(e, session_.store()));
   }
   read();
 }
@@ -298,7 +298,7 @@ void PeriodScreen::setAnswer(const QString& key, const QString& answer) {
     session_.store().flush();
     error_.clear();
   } catch (const std::exception& e) {
-    error_ = QString::fromStdString(failureText(e));
+    error_ = QString::fromStdString(failureText(e, session_.store()));
   }
   read();
 }

@@ -107,10 +107,12 @@ void TodayScreen::read() {
                                                                  n.periodText())},
                                  {"page", QString::fromStdString(n.periodText())}});
     }
+    // The file was fixed: its reason no longer holds.
+    if (readOnly_) error_.clear();
     readOnly_ = false;
   } catch (const PageReadError& e) {
     readOnly_ = true;
-    error_ = QString::fromStdString(unreadableText(e));
+    error_ = QString::fromStdString(unreadableText(e, session_.store()));
   } catch (const SerializerError& e) {
     readOnly_ = true;
     error_ = QString::fromStdString(std::string("Today's page cannot be read (") + e.what() +
@@ -121,24 +123,30 @@ void TodayScreen::read() {
   Q_EMIT changed();
 }
 
-void TodayScreen::edit(const std::function<void()>& change) {
+bool TodayScreen::edit(const std::function<void()>& change) {
   if (readOnly_) {
-    error_ = "Today's page cannot be read, so nothing is written to it; fix the file first.";
+    // Keep the reason the page cannot be read on screen; it says what to fix.
     Q_EMIT changed();
-    return;
+    return false;
   }
   error_.clear();
+  bool written = true;
   try {
     change();
     model_->commit();
   } catch (const FileError& e) {
     // The text stays queued in the store and goes out with the next write: nothing is dropped.
-    error_ = QString::fromStdString(failureText(e));
+    error_ = QString::fromStdString(failureText(e, session_.store()));
+    written = false;
   } catch (const std::exception& e) {
     model_->discard();
-    error_ = QString::fromStdString(failureText(e));
+    error_ = QString::fromStdString(failureText(e, session_.store()));
+    written = false;
   }
+  const QString kept = error_;
   read();
+  if (error_.isEmpty()) error_ = kept;
+  return written;
 }
 
 void TodayScreen::setOutcome(int slot, const QString& text) {
@@ -177,23 +185,23 @@ void TodayScreen::setServes(int slot, int weekSlot) {
   });
 }
 
-void TodayScreen::addChecklistItem(const QString& text) {
-  if (text.trimmed().isEmpty()) return;
-  edit([&] { model_->addChecklistItem(text.trimmed().toStdString()); });
+bool TodayScreen::addChecklistItem(const QString& text) {
+  if (text.trimmed().isEmpty()) return false;
+  return edit([&] { model_->addChecklistItem(text.trimmed().toStdString()); });
 }
 
 void TodayScreen::setChecklistDone(int number, bool done) {
   edit([&] { model_->setChecklistDone(static_cast<std::size_t>(number), done); });
 }
 
-void TodayScreen::addForTomorrow(const QString& text) {
-  if (text.trimmed().isEmpty()) return;
-  edit([&] { model_->addForTomorrow(text.trimmed().toStdString()); });
+bool TodayScreen::addForTomorrow(const QString& text) {
+  if (text.trimmed().isEmpty()) return false;
+  return edit([&] { model_->addForTomorrow(text.trimmed().toStdString()); });
 }
 
-void TodayScreen::addJournal(const QString& text) {
-  if (text.trimmed().isEmpty()) return;
-  edit([&] { model_->addJournal(text.trimmed().toStdString()); });
+bool TodayScreen::addJournal(const QString& text) {
+  if (text.trimmed().isEmpty()) return false;
+  return edit([&] { model_->addJournal(text.trimmed().toStdString()); });
 }
 
 void TodayScreen::setPulledDone(const QString& id, bool done) {

@@ -65,10 +65,11 @@ class TodayScreen final : public QObject {
   Q_INVOKABLE void toggleBlocked(int slot);
   // 0 serves nothing.
   Q_INVOKABLE void setServes(int slot, int weekSlot);
-  Q_INVOKABLE void addChecklistItem(const QString& text);
+  // The adders return false when the line was not written (the field keeps what was typed).
+  Q_INVOKABLE bool addChecklistItem(const QString& text);
   Q_INVOKABLE void setChecklistDone(int number, bool done);
-  Q_INVOKABLE void addForTomorrow(const QString& text);
-  Q_INVOKABLE void addJournal(const QString& text);
+  Q_INVOKABLE bool addForTomorrow(const QString& text);
+  Q_INVOKABLE bool addJournal(const QString& text);
   Q_INVOKABLE void setPulledDone(const QString& id, bool done);
   Q_INVOKABLE void sendBack(const QString& id);
   // Carries every offer, or leaves them for the day (they are not offered again until reopened).
@@ -80,7 +81,7 @@ class TodayScreen final : public QObject {
 
  private:
   // Runs one change and writes it; any failure becomes `error` and nothing half-done is kept.
-  void edit(const std::function<void()>& change);
+  bool edit(const std::function<void()>& change);
   void read();
 
   AppSession& session_;

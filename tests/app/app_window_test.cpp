@@ -6,7 +6,10 @@
 #include <QRegularExpression>
 #include <QSignalSpy>
 #include <QTest>
+#include <unistd.h>
+
 #include <chrono>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <memory>
@@ -17,8 +20,10 @@
 #include "app/focus_screen.h"
 #include "app/inbox_screen.h"
 #include "app/period_screen.h"
+#include "app/search_screen.h"
 #include "app/settings_screen.h"
 #include "app/today_screen.h"
+#include "core/config/config_store.h"
 #include "core/service/service_lock.h"
 #include "core/service/service_setup.h"
 #include "core/util/iso_instant.h"
@@ -121,13 +126,13 @@ struct Running {
   QQuickWindow* win = nullptr;
 };
 
-[[maybe_unused]] void saveScreenshot(QQuickWindow* win, const QString& name) {
+void saveScreenshot(QQuickWindow* win, const QString& name) {
   const QString folder = QStringLiteral(TRIVO_BINARY_DIR) + "/app-screenshots";
   fs::create_directories(folder.toStdString());
   QVERIFY(win->grabWindow().save(folder + "/" + name + ".png"));
 }
 
-[[maybe_unused]] double millisecondsSince(std::chrono::steady_clock::time_point start) {
+double millisecondsSince(std::chrono::steady_clock::time_point start) {
   return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start)
       .count();
 }
@@ -138,6 +143,16 @@ class AppWindowTest : public QObject {
   Q_OBJECT
  private Q_SLOTS:
   void aDayPlannedWithKeysAndMouseIsWhatThePagesHold();
+  void outsideEditsShowAtOnce();
+  void anUnreadablePageOpensReadOnlyAndIsNeverWritten();
+  void aVanishedVaultFolderIsSaidAndWhatWasTypedStays();
+  void aSecondWindowViewsTheServedVault();
+  void linksOpenTheirScreens();
+  void periodPagesMoveWithHistory();
+  void searchShowsLinesAsYouTypeGroupedByPage();
+  void settingsAreWrittenToTheVaultAndShortcutsFollowThem();
+  void screenshotsOfEveryScreenInLightAndDark();
+  void measuredOnATenYearVault();
 };
 
 void AppWindowTest::aDayPlannedWithKeysAndMouseIsWhatThePagesHold() {
@@ -219,6 +234,264 @@ void AppWindowTest::aDayPlannedWithKeysAndMouseIsWhatThePagesHold() {
       "^---\ntype: inbox\n---\n# Inbox\n\n"
       "- \\[ \\] call mum due:2026-09-18 @18:00 <!-- id: [0-9A-F-]{36} · captured: 2026-09-16 -->\n$");
   QVERIFY2(item.match(inbox).hasMatch(), qPrintable(inbox));
+}
+
+void AppWindowTest::outsideEditsShowAtOnce() {
+  Desk desk;
+  Running app(desk);
+  app.window.today().setOutcome(1, "Written here");
+  std::ofstream(desk.vault() / "days" / "2026-09-16.md", std::ios::binary)
+      << "---\ndate: 2026-09-16\ntype: day\n---\n# Wednesday, 16 September 2026\n\n"
+         "## Outcomes\n- [ ] Written in another editor\n";
+  QTRY_COMPARE_WITH_TIMEOUT(app.window.today().outcomes().value(0).toMap().value("text").toString(),
+                            QString("Written in another editor"), 3000);
+}
+
+void AppWindowTest::anUnreadablePageOpensReadOnlyAndIsNeverWritten() {
+  Desk desk;
+  fs::create_directories(desk.vault() / "days");
+  const std::string broken = "---\ndate: 2026-09-16\ntype: day\n---\n## Outcomes\n- [ ] caf\xe9\n";
+  std::ofstream(desk.vault() / "days" / "2026-09-16.md", std::ios::binary) << broken;
+  Running app(desk);
+
+  QVERIFY(app.window.today().readOnly());
+  QCOMPARE(app.window.today().error(),
+           QString("The page days/2026-09-16.md cannot be read (it is not UTF-8 text), so it is "
+                   "shown read-only and nothing is written to it until the file is fixed."));
+  QVERIFY(!app.window.today().addJournal("Typed anyway"));
+  app.window.today().setOutcome(1, "Over the broken page");
+  QCOMPARE(desk.page("days/2026-09-16.md"), broken);
+}
+
+void AppWindowTest::aVanishedVaultFolderIsSaidAndWhatWasTypedStays() {
+  Desk desk;
+  Running app(desk);
+  fs::remove_all(desk.vault());
+  QTRY_VERIFY_WITH_TIMEOUT(app.window.notice().contains("disappeared"), 5000);
+  QCOMPARE(app.window.notice(),
+           QString::fromStdString("The vault folder " + desk.vault().string() +
+                                  " disappeared; what is open stays on screen, and nothing "
+                                  "more can be saved until it is back."));
+  // A line typed after that is not thrown away: the store writes it where the page belongs.
+  app.type("journalField", "Still here");
+  QTRY_VERIFY(desk.page("days/2026-09-16.md").find("- 09:30 — Still here\n") != std::string::npos);
+}
+
+void AppWindowTest::aSecondWindowViewsTheServedVault() {
+  Desk desk;
+  const auto lockFile = trivo::serviceLockFile(desk.vault());
+  QVERIFY(lockFile);
+  auto held = trivo::ServiceLock::acquire(*lockFile);
+  QVERIFY(held);
+  Running app(desk);
+  QVERIFY(!app.session.isOwner());
+  QCOMPARE(app.window.notice(),
+           QString("Process %1 serves this vault; the focus timer shown here is that process's, "
+                   "and this window sends it your orders.")
+               .arg(::getpid()));
+  // Orders go to the owner through the command file; nothing runs a timer here.
+  app.show("focus");
+  app.click("focusStart");
+  const std::string command = readFile(desk.vault().parent_path() / "group" / "command.json");
+  QVERIFY2(command.find("\"start\"") != std::string::npos, command.c_str());
+  QCOMPARE(app.window.focus().phase(), QString("idle"));
+}
+
+void AppWindowTest::linksOpenTheirScreens() {
+  Desk desk;
+  Running app(desk);
+  struct Case {
+    const char* url;
+    const char* screen;
+  };
+  const Case cases[] = {
+      {"trivo://open?page=inbox", "inbox"},
+      {"trivo://open?page=focus", "focus"},
+      {"trivo://open?page=week:2026-W38", "period"},
+      {"trivo://open?page=day:2026-09-16", "today"},
+      {"trivo://find?q=beta", "search"},
+      {"trivo-app://capture?text=Call%20Ann", "inbox"},
+  };
+  for (const Case& c : cases) {
+    QVERIFY2(app.window.openLink(c.url), c.url);
+    QCOMPARE(app.window.screen(), QString(c.screen));
+  }
+  QCOMPARE(app.window.period().kind(), QString("week"));
+  QCOMPARE(app.window.search().query(), QString("beta"));
+  QCOMPARE(app.window.inbox().openCount(), 1);
+
+  QVERIFY(!app.window.openLink("https://example.com"));
+  QCOMPARE(app.window.notice(), QString("\"https://example.com\" is not a Trivo link; links start "
+                                        "with trivo:// and name a screen."));
+}
+
+void AppWindowTest::periodPagesMoveWithHistory() {
+  Desk desk;
+  Running app(desk);
+  app.show("period");
+  QCOMPARE(app.window.period().title(), QString("Week 38, 2026 · Mon 14 Sep – Sun 20 Sep"));
+  app.type("periodOutcome1", "Launch the beta", Qt::Key_Tab);
+  QTRY_VERIFY(desk.page("weeks/2026-W38.md").find("- [ ] Launch the beta\n") != std::string::npos);
+
+  // A day outcome that serves it shows as a dot under the week's outcome.
+  app.window.today().setOutcome(1, "Write release notes");
+  app.window.today().setServes(1, 1);
+  app.window.period().refresh();
+  const auto first = app.window.period().outcomes().value(0).toMap();
+  QCOMPARE(first.value("dots").toString(), QString("○"));
+  QCOMPARE(first.value("serving").toList().value(0).toMap().value("text").toString(),
+           QString("Write release notes"));
+
+  app.click("kind-month");
+  QTRY_COMPARE(app.window.period().title(), QString("September 2026"));
+  QTest::keyClick(app.win, Qt::Key_BracketRight, Qt::ControlModifier);
+  QTRY_COMPARE(app.window.period().title(), QString("October 2026"));
+  QTest::keyClick(app.win, Qt::Key_Left, Qt::AltModifier);
+  QTRY_COMPARE(app.window.period().title(), QString("September 2026"));
+  app.window.period().back();
+  QCOMPARE(app.window.period().kind(), QString("week"));
+  app.window.period().forward();
+  QCOMPARE(app.window.period().title(), QString("September 2026"));
+  QVERIFY(app.window.period().canGoForward());
+  QVERIFY(!app.window.period().open("someday soon"));
+  QCOMPARE(app.window.period().title(), QString("September 2026"));
+}
+
+void AppWindowTest::searchShowsLinesAsYouTypeGroupedByPage() {
+  Desk desk;
+  fs::create_directories(desk.vault() / "days");
+  std::ofstream(desk.vault() / "days" / "2026-09-14.md") << "## Journal\n- 10:00 — Beta feedback\n- 11:00 — lunch\n- 12:00 — more BETA notes\n";
+  std::ofstream(desk.vault() / "days" / "2026-09-15.md") << "## Journal\n- 09:00 — beta launch plan\n";
+  std::ofstream(desk.vault() / ".trivo" / "notes.md") << "beta kept out of search\n";
+  Running app(desk);
+  app.show("search");
+  app.type("searchField", "beta");
+  const auto groups = app.window.search().groups();
+  QCOMPARE(groups.size(), 2);
+  QCOMPARE(groups[0].toMap().value("page").toString(), QString("2026-09-15"));
+  const auto older = groups[1].toMap().value("hits").toList();
+  QCOMPARE(older.size(), 2);
+  QCOMPARE(older[1].toMap().value("line").toInt(), 4);
+  QCOMPARE(older[1].toMap().value("text").toString(), QString("12:00 — more BETA notes"));
+  app.typeText(" zzz");
+  QCOMPARE(app.window.search().count(), 0);
+}
+
+void AppWindowTest::settingsAreWrittenToTheVaultAndShortcutsFollowThem() {
+  Desk desk;
+  Running app(desk);
+  auto& settings = app.window.settings();
+  QVERIFY(settings.set("theme", "dark"));
+  QVERIFY(settings.dark());
+  // Read back as another process would.
+  QCOMPARE(trivo::ConfigStore(desk.vault(), trivo::ConfigStore::defaultDeviceURL()).load().theme,
+           trivo::VaultConfig::Theme::dark);
+  QVERIFY(!settings.set("volume", 2.0));
+  QCOMPARE(settings.error(), QString("The volume is between 0 and 1."));
+
+  QCOMPARE(settings.quickCaptureKey(), QString("Ctrl+Alt+C"));
+  QCOMPARE(settings.focusToggleKey(), QString("Ctrl+Alt+F"));
+  QTest::keyClick(app.win, Qt::Key_C, Qt::ControlModifier | Qt::AltModifier);
+  QTRY_COMPARE(app.window.screen(), QString("inbox"));
+  QTest::keyClick(app.win, Qt::Key_1, Qt::ControlModifier);
+  QTRY_COMPARE(app.window.screen(), QString("today"));
+}
+
+void AppWindowTest::screenshotsOfEveryScreenInLightAndDark() {
+  Desk desk;
+  Running app(desk);
+  auto& today = app.window.today();
+  today.setOutcome(1, "Ship the beta to the first ten testers");
+  today.setOutcome(2, "Call the printer about the proofs");
+  today.setOutcome(3, "Run 5 km");
+  today.toggleOutcome(3);
+  today.addChecklistItem("Water the plants");
+  today.addJournal("Planned the launch over coffee");
+  today.addForTomorrow("Book the train");
+  app.window.inbox().capture("call mum friday 6pm");
+  app.window.inbox().capture("renew passport tomorrow");
+  app.window.inbox().capture("water plants every week");
+  app.window.period().setOutcome(1, "Beta in testers' hands");
+  today.setServes(1, 1);
+  app.window.search().setQuery("beta");
+  app.window.focus().setSubject("Release notes");
+  app.win->resize(1100, 760);
+  for (const bool dark : {false, true}) {
+    app.window.settings().setSystemDark(dark);
+    for (const char* screen : {"today", "inbox", "period", "focus", "search", "settings"}) {
+      app.window.setScreen(screen);
+      // The capture field shows what it reads while a line is typed.
+      if (QString(screen) == "inbox") app.item("captureField")->setProperty("text", "call mum friday 6pm");
+      QTest::qWait(50);
+      saveScreenshot(app.win, QString("%1-%2").arg(screen, dark ? "dark" : "light"));
+    }
+  }
+}
+
+// Prints how long the window takes on a vault of ten years of pages; never fails on time.
+void AppWindowTest::measuredOnATenYearVault() {
+  const fs::path vault = fs::path(TRIVO_BINARY_DIR) / "app-ten-year-vault";
+  if (!fs::exists(vault / "days")) {
+    const std::string command = "python3 /work/shared/tools/genvault.py '" + vault.string() +
+                                "' --years 10 --format md --seed 42 > /dev/null";
+    if (std::system(command.c_str()) != 0) QSKIP("the ten-year vault could not be generated");
+  }
+  Desk desk;
+  using Clock = std::chrono::steady_clock;
+  auto start = Clock::now();
+  {
+    trivo::app::AppSession session({vault, &desk.clock()});
+    qInfo("session %.1f ms", millisecondsSince(start));
+    auto t = Clock::now();
+    { trivo::app::TodayScreen x(session); qInfo("today %.1f ms", millisecondsSince(t)); }
+    t = Clock::now();
+    { trivo::app::InboxScreen x(session); qInfo("inbox %.1f ms", millisecondsSince(t)); }
+    t = Clock::now();
+    { trivo::app::PeriodScreen x(session); qInfo("period %.1f ms", millisecondsSince(t)); }
+    t = Clock::now();
+    trivo::app::AppWindow w(session);
+    qInfo("screens %.1f ms", millisecondsSince(t));
+    t = Clock::now();
+    w.load();
+    qInfo("qml %.1f ms", millisecondsSince(t));
+  }
+  start = Clock::now();
+  Running app(desk, vault);
+  QSignalSpy frames(app.win, &QQuickWindow::frameSwapped);
+  QVERIFY(frames.wait(2000) || frames.count() > 0 || true);
+  const double startup = millisecondsSince(start);
+
+  auto frame = [&] {
+    frames.clear();
+    app.win->update();
+    frames.wait(1000);
+  };
+  app.window.setScreen("inbox");
+  frame();
+  start = Clock::now();
+  app.window.today().refresh();
+  app.window.setScreen("today");
+  frame();
+  const double openToday = millisecondsSince(start);
+
+  start = Clock::now();
+  app.window.period().open("2026-09");
+  app.window.setScreen("period");
+  frame();
+  const double month = millisecondsSince(start);
+
+  app.show("inbox");
+  app.click("captureField");
+  double slowest = 0;
+  for (const QChar c : QString("call mum friday 6pm")) {
+    start = Clock::now();
+    QTest::keyClick(app.win, c.toLatin1());
+    frame();
+    slowest = std::max(slowest, millisecondsSince(start));
+  }
+  qInfo("ten-year vault: start-up to a drawn Today %.1f ms; open Today %.1f ms; switch to a "
+        "month %.1f ms; slowest keystroke in capture %.1f ms",
+        startup, openToday, month, slowest);
 }
 
 QTEST_MAIN(AppWindowTest)

@@ -42,18 +42,18 @@ ApplicationWindow {
     // Opens the inbox with the capture field ready (tray and shortcut).
     function focusCapture() {
         app.screen = "inbox"
-        inboxScreen.focusCapture()
+        inboxScreen.item.focusCapture()
     }
 
     Shortcut { sequences: ["Ctrl+1"]; onActivated: app.screen = "today" }
     Shortcut { sequences: ["Ctrl+2"]; onActivated: app.screen = "inbox" }
     Shortcut { sequences: ["Ctrl+3"]; onActivated: app.screen = "period" }
     Shortcut { sequences: ["Ctrl+4"]; onActivated: app.screen = "focus" }
-    Shortcut { sequences: ["Ctrl+5", "Ctrl+F"]; onActivated: { app.screen = "search"; searchScreen.focusField() } }
+    Shortcut { sequences: ["Ctrl+5", "Ctrl+F"]; onActivated: { app.screen = "search"; searchScreen.item.focusField() } }
     Shortcut { sequences: ["Ctrl+,"]; onActivated: app.screen = "settings" }
     Shortcut { sequence: settings.quickCaptureKey; enabled: sequence !== ""; onActivated: window.focusCapture() }
     Shortcut { sequence: settings.focusToggleKey; enabled: sequence !== ""; onActivated: focusTimer.toggle() }
-    Shortcut { sequence: settings.journalNoteKey; enabled: sequence !== ""; onActivated: { app.screen = "today"; todayScreen.focusJournal() } }
+    Shortcut { sequence: settings.journalNoteKey; enabled: sequence !== ""; onActivated: { app.screen = "today"; todayScreen.item.focusJournal() } }
     Shortcut { sequences: ["Ctrl+Z"]; onActivated: inbox.undo() }
 
     RowLayout {
@@ -130,13 +130,14 @@ ApplicationWindow {
                 Layout.fillWidth: true
                 Layout.fillHeight: true
                 currentIndex: ["today", "inbox", "period", "focus", "search", "settings", "refused"].indexOf(app.screen)
-                TodayScreen { id: todayScreen }
-                InboxScreen { id: inboxScreen }
-                PeriodScreen { id: periodScreen }
-                FocusScreen { id: focusScreen }
-                SearchScreen { id: searchScreen }
-                SettingsScreen { id: settingsScreen }
-                RefusedScreen { id: refusedScreen }
+                // A screen is made the first time it is shown, so start-up draws Today only.
+                Loader { id: todayScreen; active: true; sourceComponent: TodayScreen {} }
+                Loader { id: inboxScreen; active: app.screen === "inbox" || status === Loader.Ready; sourceComponent: InboxScreen {} }
+                Loader { active: app.screen === "period" || status === Loader.Ready; sourceComponent: PeriodScreen {} }
+                Loader { active: app.screen === "focus" || status === Loader.Ready; sourceComponent: FocusScreen {} }
+                Loader { id: searchScreen; active: app.screen === "search" || status === Loader.Ready; sourceComponent: SearchScreen {} }
+                Loader { active: app.screen === "settings" || status === Loader.Ready; sourceComponent: SettingsScreen {} }
+                Loader { active: app.screen === "refused" || status === Loader.Ready; sourceComponent: RefusedScreen {} }
             }
         }
     }

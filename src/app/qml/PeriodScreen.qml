@@ -24,11 +24,11 @@ ScrollView {
             spacing: 12
 
             RowLayout {
-                Button { text: "‹"; enabled: period.canGoBack; Accessible.name: "Back (Alt+Left)"; onClicked: period.back() }
-                Button { text: "›"; enabled: period.canGoForward; Accessible.name: "Forward (Alt+Right)"; onClicked: period.forward() }
-                Label { objectName: "periodTitle"; text: period.title; font.pixelSize: window.baseSize * 1.5; font.bold: true; Layout.fillWidth: true }
-                Button { text: "◀"; flat: true; Accessible.name: "Previous " + period.kind + " (Ctrl+[)"; onClicked: period.step(-1) }
-                Button { text: "▶"; flat: true; Accessible.name: "Next " + period.kind + " (Ctrl+])"; onClicked: period.step(1) }
+                Button { text: "‹"; Layout.preferredWidth: 34; enabled: period.canGoBack; Accessible.name: "Back (Alt+Left)"; onClicked: period.back() }
+                Button { text: "›"; Layout.preferredWidth: 34; enabled: period.canGoForward; Accessible.name: "Forward (Alt+Right)"; onClicked: period.forward() }
+                Label { objectName: "periodTitle"; text: period.title; font.pixelSize: window.baseSize * 1.35; font.bold: true; Layout.fillWidth: true; Layout.minimumWidth: 0; elide: Text.ElideRight }
+                Button { text: "◀"; flat: true; Layout.preferredWidth: 34; Accessible.name: "Previous " + period.kind + " (Ctrl+[)"; onClicked: period.step(-1) }
+                Button { text: "▶"; flat: true; Layout.preferredWidth: 34; Accessible.name: "Next " + period.kind + " (Ctrl+])"; onClicked: period.step(1) }
             }
             TabBar {
                 id: kinds
@@ -124,7 +124,8 @@ ScrollView {
             title: period.calendarTitle
             Layout.alignment: Qt.AlignTop
             Layout.topMargin: 20
-            Layout.preferredWidth: 300 * window.scale
+            Layout.preferredWidth: 290 * window.scale
+            Layout.maximumWidth: 290 * window.scale
             Layout.fillWidth: false
             GridLayout {
                 columns: 7

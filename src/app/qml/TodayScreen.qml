@@ -126,7 +126,7 @@ ScrollView {
                     Layout.fillWidth: true
                     placeholderText: "Add to the checklist"
                     Accessible.name: "New checklist item"
-                    onAccepted: { today.addChecklistItem(text); text = "" }
+                    onAccepted: if (today.addChecklistItem(text)) text = ""
                 }
             }
             Card {
@@ -169,7 +169,7 @@ ScrollView {
                 Layout.fillWidth: true
                 placeholderText: "Write a line at the current time"
                 Accessible.name: "New journal line"
-                onAccepted: { today.addJournal(text); text = "" }
+                onAccepted: if (today.addJournal(text)) text = ""
             }
         }
 
@@ -184,7 +184,7 @@ ScrollView {
                 Layout.fillWidth: true
                 placeholderText: "Set something aside for tomorrow"
                 Accessible.name: "New item for tomorrow"
-                onAccepted: { today.addForTomorrow(text); text = "" }
+                onAccepted: if (today.addForTomorrow(text)) text = ""
             }
         }
 

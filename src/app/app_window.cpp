@@ -50,6 +50,9 @@ AppWindow::AppWindow(AppSession& session, QObject* parent)
     }
   });
   connect(&session_, &AppSession::serviceEnded, this, &AppWindow::setNotice);
+  auto weekStart = [this] { period_->setWeekStartsSunday(settings_->weekStart() == "sunday"); };
+  connect(settings_.get(), &SettingsScreen::changed, this, weekStart);
+  weekStart();
   if (!session_.isOwner() && session_.servedBy()) {
     setNotice(QString("Process %1 serves this vault; the focus timer shown here is that "
                       "process's, and this window sends it your orders.")

@@ -35,6 +35,17 @@ std::vector<std::string> wordsOf(std::string_view query) {
   return words;
 }
 
+// The line without its list marker and checkbox, as a person reads it.
+std::string shownText(const std::string& line) {
+  std::string_view text(line);
+  const auto first = text.find_first_not_of(" \t-*#");
+  text.remove_prefix(first == std::string_view::npos ? text.size() : first);
+  for (std::string_view box : {"[ ] ", "[x] ", "[X] ", "[-] "}) {
+    if (text.substr(0, box.size()) == box) text.remove_prefix(box.size());
+  }
+  return std::string(text);
+}
+
 bool isPageFile(const fs::path& p) {
   const auto ext = p.extension();
   return ext == ".md" || ext == ".org";
@@ -74,9 +85,8 @@ std::vector<SearchHit> LineScanSearch::find(std::string_view query, std::size_t 
         return lower.find(w) != std::string::npos;
       });
       if (!all) continue;
-      const auto first = line.find_first_not_of(" \t-*#");
       hits.push_back({file.stem().string(), file.lexically_relative(root_).generic_string(), number,
-                      first == std::string::npos ? line : line.substr(first)});
+                      shownText(line)});
       if (hits.size() >= limit) return hits;
     }
   }

@@ -78,8 +78,16 @@ void flatten(const OutcomeTree::Node& node, int depth, QVariantList& out) {
 std::string titleOf(const EntryKey& page) {
   if (const auto* d = page.asDay()) return longDayText(*d);
   if (const auto* w = page.asWeek()) {
-    return "Week " + std::to_string(w->week) + ", " + std::to_string(w->year) + " · " +
-           shortDayText(w->monday()) + " – " + shortDayText(w->sunday());
+    // "Week 38 · 14–20 Sep 2026": the days say which week it is at a glance.
+    const DayDate first = w->monday();
+    const DayDate last = w->sunday();
+    static constexpr const char* kShort[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
+                                             "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+    const std::string from = first.month == last.month
+                                 ? std::to_string(first.day)
+                                 : std::to_string(first.day) + " " + kShort[first.month - 1] + " ";
+    return "Week " + std::to_string(w->week) + " · " + from + "–" + std::to_string(last.day) + " " +
+           kShort[last.month - 1] + " " + std::to_string(last.year);
   }
   if (const auto* m = page.asMonth()) {
     static constexpr const char* kMonths[] = {"January", "February", "March",     "April",
@@ -182,6 +190,18 @@ void PeriodScreen::show(const EntryKey& page, bool remember) {
 
 void PeriodScreen::refresh() { read(); }
 
+QStringList PeriodScreen::weekdayLabels() const {
+  QStringList labels{"Mo", "Tu", "We", "Th", "Fr", "Sa", "Su"};
+  if (sundayFirst_) labels.move(6, 0);
+  return labels;
+}
+
+void PeriodScreen::setWeekStartsSunday(bool sunday) {
+  if (sunday == sundayFirst_) return;
+  sundayFirst_ = sunday;
+  read();
+}
+
 void PeriodScreen::read() {
   VaultStore& store = session_.store();
   title_ = QString::fromStdString(titleOf(page_));
@@ -230,11 +250,12 @@ void PeriodScreen::read() {
     error_ = QString::fromStdString(failureText(e, session_.store()));
   }
 
-  // The month around the page, in whole weeks from Monday.
+  // The month around the page, in whole weeks from the week's first day.
   const DayDate day = anchor();
   const YearMonth month = day.yearMonth();
   const DayDate first = month.firstDay();
-  const DayDate start = first.adding(-weekdayIndex(first.weekday()));
+  const int column = (weekdayIndex(first.weekday()) + (sundayFirst_ ? 1 : 0)) % 7;
+  const DayDate start = first.adding(-column);
   const DayDate today = DayDate::today(session_.clock());
   calendarTitle_ = QString::fromStdString(titleOf(EntryKey::month(month)));
   calendar_.clear();

@@ -5,6 +5,7 @@
 
 #include <QObject>
 #include <QString>
+#include <QStringList>
 #include <QVariantList>
 #include <vector>
 
@@ -29,6 +30,8 @@ class PeriodScreen final : public QObject {
   // The month around the page, Monday first: [{day, date, inMonth, today, selected, hasPage}]
   Q_PROPERTY(QVariantList calendar READ calendar NOTIFY changed)
   Q_PROPERTY(QString calendarTitle READ calendarTitle NOTIFY changed)
+  // "Mo" … "Su" in the order the calendar's columns follow the week start.
+  Q_PROPERTY(QStringList weekdayLabels READ weekdayLabels NOTIFY changed)
   Q_PROPERTY(bool canGoBack READ canGoBack NOTIFY changed)
   Q_PROPERTY(bool canGoForward READ canGoForward NOTIFY changed)
   Q_PROPERTY(QString error READ error NOTIFY changed)
@@ -43,6 +46,9 @@ class PeriodScreen final : public QObject {
   [[nodiscard]] QVariantList tree() const { return tree_; }
   [[nodiscard]] QVariantList calendar() const { return calendar_; }
   [[nodiscard]] QString calendarTitle() const { return calendarTitle_; }
+  [[nodiscard]] QStringList weekdayLabels() const;
+  // The calendar's weeks start on Sunday instead of Monday.
+  void setWeekStartsSunday(bool sunday);
   [[nodiscard]] bool canGoBack() const { return back_.size() > 1 || !back_.empty(); }
   [[nodiscard]] bool canGoForward() const { return !forward_.empty(); }
   [[nodiscard]] QString error() const { return error_; }
@@ -73,6 +79,7 @@ class PeriodScreen final : public QObject {
 
   AppSession& session_;
   EntryKey page_;
+  bool sundayFirst_ = false;
   std::vector<EntryKey> back_;
   std::vector<EntryKey> forward_;
   QString title_, calendarTitle_, error_;

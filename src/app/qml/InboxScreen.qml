@@ -32,9 +32,9 @@ ScrollView {
                 visible: captureField.text !== ""
                 spacing: 8
                 Label { text: root.reading.text; font.bold: true }
-                Label { objectName: "previewDay"; visible: root.reading.day !== ""; text: "📅 " + root.reading.day; color: window.accent }
-                Label { objectName: "previewTime"; visible: root.reading.time !== ""; text: "🕑 " + root.reading.time; color: window.accent }
-                Label { objectName: "previewRepeat"; visible: root.reading.repeat !== ""; text: "↻ " + root.reading.repeat; color: window.accent }
+                Label { objectName: "previewDay"; visible: root.reading.day !== ""; text: "due " + root.reading.day; color: window.accent }
+                Label { objectName: "previewTime"; visible: root.reading.time !== ""; text: "at " + root.reading.time; color: window.accent }
+                Label { objectName: "previewRepeat"; visible: root.reading.repeat !== ""; text: "repeats " + root.reading.repeat; color: window.accent }
             }
         }
         Label {

@@ -132,7 +132,7 @@ ScrollView {
                 columnSpacing: 2
                 rowSpacing: 2
                 Repeater {
-                    model: ["Mo", "Tu", "We", "Th", "Fr", "Sa", "Su"]
+                    model: period.weekdayLabels
                     Label { required property string modelData; text: modelData; color: window.subtle; horizontalAlignment: Text.AlignHCenter; Layout.preferredWidth: 36 * window.scale }
                 }
                 Repeater {

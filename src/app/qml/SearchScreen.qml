@@ -18,6 +18,7 @@ ScrollView {
             Layout.fillWidth: true
             placeholderText: "Search every page"
             Accessible.name: "Search query"
+            text: search.query
             onTextEdited: search.query = text
         }
         Label {

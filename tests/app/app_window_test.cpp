@@ -23,6 +23,7 @@
 #include "app/search_screen.h"
 #include "app/settings_screen.h"
 #include "app/today_screen.h"
+#include "app/tray_icon.h"
 #include "core/config/config_store.h"
 #include "core/service/service_lock.h"
 #include "core/service/service_setup.h"
@@ -148,6 +149,7 @@ class AppWindowTest : public QObject {
   Q_OBJECT
  private Q_SLOTS:
   void aDayPlannedWithKeysAndMouseIsWhatThePagesHold();
+  void yesterdaysUnfinishedThingsAreOfferedOnTheFirstOpen();
   void outsideEditsShowAtOnce();
   void anUnreadablePageOpensReadOnlyAndIsNeverWritten();
   void aVanishedVaultFolderIsSaidAndWhatWasTypedStays();
@@ -163,6 +165,8 @@ class AppWindowTest : public QObject {
 void AppWindowTest::aDayPlannedWithKeysAndMouseIsWhatThePagesHold() {
   Desk desk;
   Running app(desk);
+  trivo::app::TrayIcon tray(app.window);
+  QCOMPARE(tray.sessionText(), QString("No focus session"));
 
   app.type("outcome1", "Ship the beta", Qt::Key_Tab);
   QTRY_COMPARE(app.window.today().outcomes().value(0).toMap().value("text").toString(),
@@ -195,6 +199,7 @@ void AppWindowTest::aDayPlannedWithKeysAndMouseIsWhatThePagesHold() {
   QCOMPARE(app.window.focus().minutes(), 1);
   app.click("focusStart");
   QTRY_COMPARE_WITH_TIMEOUT(app.window.focus().phase(), QString("running"), 5000);
+  QCOMPARE(tray.sessionText(), QString("Focus: 01:00 left"));
   desk.clock().advance(std::chrono::seconds(61));
   QTRY_COMPARE_WITH_TIMEOUT(app.window.focus().remainingSeconds(), 0, 5000);
   app.click("focusStop");
@@ -239,6 +244,23 @@ void AppWindowTest::aDayPlannedWithKeysAndMouseIsWhatThePagesHold() {
       "^---\ntype: inbox\n---\n# Inbox\n\n"
       "- \\[ \\] call mum due:2026-09-18 @18:00 <!-- id: [0-9A-F-]{36} · captured: 2026-09-16 -->\n$");
   QVERIFY2(item.match(inbox).hasMatch(), qPrintable(inbox));
+}
+
+void AppWindowTest::yesterdaysUnfinishedThingsAreOfferedOnTheFirstOpen() {
+  Desk desk;
+  fs::create_directories(desk.vault() / "days");
+  std::ofstream(desk.vault() / "days" / "2026-09-15.md")
+      << "---\ndate: 2026-09-15\ntype: day\n---\n# Tuesday, 15 September 2026\n\n"
+         "## Outcomes\n- [x] Draft the plan\n- [ ] Email the venue\n- [ ]\n\n"
+         "## Checklist\n- [ ] Buy stamps\n- [x] Post the parcel\n";
+  Running app(desk);
+  QCOMPARE(app.window.today().carryOffers().size(), 2);
+  app.click("carryAll");
+  QTRY_VERIFY(app.window.today().carryOffers().isEmpty());
+  QCOMPARE(app.window.today().outcomes().value(0).toMap().value("text").toString(),
+           QString("Email the venue"));
+  QCOMPARE(app.window.today().checklist().value(0).toMap().value("text").toString(),
+           QString("Buy stamps"));
 }
 
 void AppWindowTest::outsideEditsShowAtOnce() {

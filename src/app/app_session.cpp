@@ -51,6 +51,11 @@ AppSession::AppSession(Options options) : root_(std::move(options.root)) {
   }
 
   std::optional<fs::path> lockFile = options.serve ? serviceLockFile(root_) : std::nullopt;
+  if (options.serve && !lockFile) {
+    serviceProblem_ =
+        "No private folder for the service's lock, so the focus timer does not run here; set "
+        "XDG_RUNTIME_DIR or TRIVO_GROUP_DIR to a folder of your own.";
+  }
   if (lockFile) {
     if (auto lock = ServiceLock::acquire(*lockFile)) {
       lock_ = std::make_unique<ServiceLock>(std::move(*lock));

@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <memory>
 #include <optional>
+#include <string>
 #include <sstream>
 #include <thread>
 
@@ -50,6 +51,9 @@ class AppSession final : public QObject {
   [[nodiscard]] const std::filesystem::path& root() const { return root_; }
   // True when this process runs the vault's service; false for a viewer of another one's.
   [[nodiscard]] bool isOwner() const { return service_ != nullptr; }
+  // Why this window could not take the vault's service, when it could not and nobody else
+  // holds it; empty otherwise.
+  [[nodiscard]] const std::string& serviceProblem() const { return serviceProblem_; }
   // The process that serves the vault when this one only views it.
   [[nodiscard]] std::optional<long> servedBy() const { return servedBy_; }
   // Hands a focus order to whoever runs the timer, through the command file both read.
@@ -73,6 +77,7 @@ class AppSession final : public QObject {
   std::unique_ptr<VaultService> service_;
   std::unique_ptr<VaultStore> viewerStore_;
   std::optional<long> servedBy_;
+  std::string serviceProblem_;
   std::thread serviceThread_;
   std::thread streamThread_;
   std::atomic<bool> quit_{false};

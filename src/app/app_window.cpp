@@ -53,7 +53,9 @@ AppWindow::AppWindow(AppSession& session, QObject* parent)
   auto weekStart = [this] { period_->setWeekStartsSunday(settings_->weekStart() == "sunday"); };
   connect(settings_.get(), &SettingsScreen::changed, this, weekStart);
   weekStart();
-  if (!session_.isOwner() && session_.servedBy()) {
+  if (!session_.serviceProblem().empty()) {
+    setNotice(QString::fromStdString(session_.serviceProblem()));
+  } else if (!session_.isOwner() && session_.servedBy()) {
     setNotice(QString("Process %1 serves this vault; the focus timer shown here is that "
                       "process's, and this window sends it your orders.")
                   .arg(*session_.servedBy()));

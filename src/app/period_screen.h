@@ -49,7 +49,7 @@ class PeriodScreen final : public QObject {
   [[nodiscard]] QStringList weekdayLabels() const;
   // The calendar's weeks start on Sunday instead of Monday.
   void setWeekStartsSunday(bool sunday);
-  [[nodiscard]] bool canGoBack() const { return back_.size() > 1 || !back_.empty(); }
+  [[nodiscard]] bool canGoBack() const { return back_.size() > 1; }
   [[nodiscard]] bool canGoForward() const { return !forward_.empty(); }
   [[nodiscard]] QString error() const { return error_; }
 

@@ -51,6 +51,12 @@ TodayScreen::TodayScreen(AppSession& session, QObject* parent)
           session.store(), session.clock(),
           std::make_shared<FolderDayPageIndex>(session.store().paths()))) {
   connect(&session_, &AppSession::pageChanged, this, [this](int) { read(); });
+  // A window left open overnight shows the new day, with its carry-over offer, by morning.
+  dayTurn_.setInterval(30'000);
+  connect(&dayTurn_, &QTimer::timeout, this, [this] {
+    if (model_->today() != shown_) read();
+  });
+  dayTurn_.start();
   read();
 }
 

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <QObject>
+#include <QTimer>
 #include <QString>
 #include <QVariantList>
 #include <functional>
@@ -86,6 +87,7 @@ class TodayScreen final : public QObject {
 
   AppSession& session_;
   std::unique_ptr<TodayModel> model_;
+  QTimer dayTurn_;
   DayDate shown_;
   bool carryDismissed_ = false;
   QString title_;

@@ -33,6 +33,7 @@ ScrollView {
             TabBar {
                 id: kinds
                 objectName: "periodKinds"
+                Accessible.name: "Kind of page"
                 Layout.fillWidth: true
                 currentIndex: ["day", "week", "month", "quarter", "year"].indexOf(period.kind)
                 Repeater {

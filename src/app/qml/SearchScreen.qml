@@ -23,7 +23,7 @@ ScrollView {
         }
         Label {
             visible: search.query !== ""
-            text: search.count + (search.count === 1 ? " line" : " lines")
+            text: search.busy ? "Searching…" : search.count + (search.count === 1 ? " line" : " lines")
             color: window.subtle
         }
         Repeater {

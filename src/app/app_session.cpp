@@ -5,6 +5,7 @@
 #include <iostream>
 #include <stdexcept>
 
+#include "core/config/config_store.h"
 #include "core/focus/audio_sink.h"
 #include "core/focus/tick_player.h"
 #include "core/platform/device_identity.h"
@@ -13,7 +14,6 @@
 #include "core/service/vault_service.h"
 #include "core/store/serializer_codec.h"
 #include "core/store/vault_store.h"
-#include "core/config/config_store.h"
 #include "core/vault/vault_locator.h"
 
 namespace trivo::app {
@@ -128,11 +128,12 @@ void AppSession::watchStreams() {
       while (auto key = saves->poll()) kind = static_cast<int>(key->kind());
       while (config->poll()) settings = true;
       if (kind) {
-        QMetaObject::invokeMethod(this, [this, k = *kind] { Q_EMIT pageChanged(k); },
-                                  Qt::QueuedConnection);
+        QMetaObject::invokeMethod(
+            this, [this, k = *kind] { Q_EMIT pageChanged(k); }, Qt::QueuedConnection);
       }
       if (settings) {
-        QMetaObject::invokeMethod(this, [this] { Q_EMIT settingsChanged(); }, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(
+            this, [this] { Q_EMIT settingsChanged(); }, Qt::QueuedConnection);
       }
     }
   });

@@ -9,8 +9,8 @@
 #include <filesystem>
 #include <memory>
 #include <optional>
-#include <string>
 #include <sstream>
+#include <string>
 #include <thread>
 
 #include "core/focus/live_state.h"

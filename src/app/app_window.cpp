@@ -130,9 +130,12 @@ bool AppWindow::openLink(const QString& url) {
             }
           }
           const auto* screen = std::get_if<Destination::Screen>(&value);
-          if (screen && *screen == Destination::Screen::focus) setScreen("focus");
-          else if (screen && *screen == Destination::Screen::find) setScreen("search");
-          else setScreen("period");
+          if (screen && *screen == Destination::Screen::focus)
+            setScreen("focus");
+          else if (screen && *screen == Destination::Screen::find)
+            setScreen("search");
+          else
+            setScreen("period");
           return true;
         } else if constexpr (std::is_same_v<T, DeepLink::OpenInbox>) {
           setScreen("inbox");

@@ -53,8 +53,7 @@ void FocusScreen::poll() {
     total = static_cast<int>(state.planned * 60);
   }
   if (phase == LiveState::Phase::running && state.ends) {
-    const double left =
-        std::chrono::duration<double>(*state.ends - session_.clock().now()).count();
+    const double left = std::chrono::duration<double>(*state.ends - session_.clock().now()).count();
     remaining = static_cast<int>(std::max(0.0, std::ceil(left)));
   } else if (phase == LiveState::Phase::idle) {
     remaining = minutes_ * 60;

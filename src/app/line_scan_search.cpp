@@ -59,8 +59,8 @@ std::vector<SearchHit> LineScanSearch::find(std::string_view query, std::size_t 
   if (words.empty() || limit == 0) return hits;
   std::vector<fs::path> files;
   std::error_code ec;
-  for (auto it = fs::recursive_directory_iterator(root_, fs::directory_options::skip_permission_denied,
-                                                  ec);
+  for (auto it = fs::recursive_directory_iterator(
+           root_, fs::directory_options::skip_permission_denied, ec);
        !ec && it != fs::recursive_directory_iterator(); it.increment(ec)) {
     const auto& name = it->path().filename().string();
     // Hidden folders hold settings, drafts of other tools and conflict scratch, not pages.
@@ -71,9 +71,8 @@ std::vector<SearchHit> LineScanSearch::find(std::string_view query, std::size_t 
     if (it->is_regular_file(ec) && isPageFile(it->path())) files.push_back(it->path());
   }
   // Page names are dates, so reverse name order puts the newest pages first.
-  std::sort(files.begin(), files.end(), [](const fs::path& a, const fs::path& b) {
-    return a.filename() > b.filename();
-  });
+  std::sort(files.begin(), files.end(),
+            [](const fs::path& a, const fs::path& b) { return a.filename() > b.filename(); });
   for (const fs::path& file : files) {
     std::ifstream in(file, std::ios::binary);
     std::string line;

@@ -10,8 +10,8 @@
 namespace trivo::app {
 
 struct SearchHit {
-  std::string page;  // the page's id as links name it: "2026-09-16", "2026-W38", "inbox"
-  std::string file;  // relative to the vault
+  std::string page;      // the page's id as links name it: "2026-09-16", "2026-W38", "inbox"
+  std::string file;      // relative to the vault
   std::size_t line = 0;  // from 1
   std::string text;      // the line, trimmed
   bool operator==(const SearchHit&) const = default;

@@ -67,11 +67,11 @@ Reflection reflectionOf(VaultStore& store, const EntryKey& page) {
 
 void flatten(const OutcomeTree::Node& node, int depth, QVariantList& out) {
   if (node.title.empty() && node.children.empty()) return;
-  out.append(QVariantMap{{"depth", depth},
-                         {"title", QString::fromStdString(node.title.empty() ? "(blank)"
-                                                                             : node.title)},
-                         {"state", node.state ? stateName(*node.state) : QString()},
-                         {"task", node.kind == OutcomeTree::Kind::task}});
+  out.append(
+      QVariantMap{{"depth", depth},
+                  {"title", QString::fromStdString(node.title.empty() ? "(blank)" : node.title)},
+                  {"state", node.state ? stateName(*node.state) : QString()},
+                  {"task", node.kind == OutcomeTree::Kind::task}});
   for (const auto& child : node.children) flatten(child, depth + 1, out);
 }
 
@@ -90,9 +90,9 @@ std::string titleOf(const EntryKey& page) {
            kShort[last.month - 1] + " " + std::to_string(last.year);
   }
   if (const auto* m = page.asMonth()) {
-    static constexpr const char* kMonths[] = {"January", "February", "March",     "April",
-                                              "May",     "June",     "July",      "August",
-                                              "September", "October", "November", "December"};
+    static constexpr const char* kMonths[] = {"January",   "February", "March",    "April",
+                                              "May",       "June",     "July",     "August",
+                                              "September", "October",  "November", "December"};
     return std::string(kMonths[m->month - 1]) + " " + std::to_string(m->year);
   }
   if (const auto* q = page.asQuarter()) {
@@ -113,9 +113,7 @@ PeriodScreen::PeriodScreen(AppSession& session, QObject* parent)
   read();
 }
 
-QString PeriodScreen::kind() const {
-  return QString::fromUtf8(caseName(page_.kind()).data());
-}
+QString PeriodScreen::kind() const { return QString::fromUtf8(caseName(page_.kind()).data()); }
 
 DayDate PeriodScreen::anchor() const {
   if (const auto* d = page_.asDay()) return *d;
@@ -131,8 +129,9 @@ bool PeriodScreen::open(const QString& id) {
   const auto target = parsePageAddress(id.trimmed().toStdString(), today, YearMode::quarter);
   const EntryKey* key = target ? target->asPage() : nullptr;
   if (!key || key->isInbox()) {
-    error_ = "\"" + id + "\" names no page; write a day, week, month, quarter or year such as "
-                         "2026-09-16, 2026-W38, 2026-09, 2026-Q3 or 2026.";
+    error_ = "\"" + id +
+             "\" names no page; write a day, week, month, quarter or year such as "
+             "2026-09-16, 2026-W38, 2026-09, 2026-Q3 or 2026.";
     Q_EMIT changed();
     return false;
   }
@@ -217,7 +216,8 @@ void PeriodScreen::read() {
       QString dots;
       if (progress) {
         const auto stat = progress->slots.find(o.order);
-        if (stat != progress->slots.end()) dots = QString::fromStdString(stat->second.dots(o.state));
+        if (stat != progress->slots.end())
+          dots = QString::fromStdString(stat->second.dots(o.state));
         const auto children = progress->children.find(o.order);
         if (children != progress->children.end()) {
           for (const auto& child : children->second) {
@@ -235,9 +235,10 @@ void PeriodScreen::read() {
     const Reflection reflection = reflectionOf(store, page_);
     for (const auto& q : reflectionQuestions(page_.kind())) {
       const std::string key(q.key);
-      questions_.append(QVariantMap{{"key", QString::fromStdString(key)},
-                                    {"question", QString::fromUtf8(std::string(q.text).c_str())},
-                                    {"answer", QString::fromStdString(reflection[key].value_or(""))}});
+      questions_.append(
+          QVariantMap{{"key", QString::fromStdString(key)},
+                      {"question", QString::fromUtf8(std::string(q.text).c_str())},
+                      {"answer", QString::fromStdString(reflection[key].value_or(""))}});
     }
     if (!page_.asDay()) {
       if (const auto tree = OutcomeTree(store).build(page_)) {
@@ -300,7 +301,8 @@ void PeriodScreen::toggleOutcome(int slot) {
   TodayModel model(session_.store(), session_.clock(),
                    std::make_shared<FolderDayPageIndex>(session_.store().paths()));
   try {
-    model.setOutcomeState(page_, slot, state == "done" ? OutcomeState::planned : OutcomeState::done);
+    model.setOutcomeState(page_, slot,
+                          state == "done" ? OutcomeState::planned : OutcomeState::done);
     model.commit();
     error_.clear();
   } catch (const FileError& e) {

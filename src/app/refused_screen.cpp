@@ -36,8 +36,8 @@ void RefusedScreen::refresh() {
     for (const auto& e : resolver.list()) {
       entries_.append(QVariantMap{
           {"number", e.number},
-          {"file", QString::fromStdString(
-                       e.page.lexically_relative(session_.root()).generic_string())},
+          {"file",
+           QString::fromStdString(e.page.lexically_relative(session_.root()).generic_string())},
           {"reason", QString::fromStdString(e.reason)},
           {"mine", QString::fromStdString(e.text)},
           {"theirs", fileText(e.page)}});

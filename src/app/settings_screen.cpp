@@ -95,7 +95,8 @@ void SettingsScreen::reload() {
   theme_ = QString::fromUtf8(kThemeNames[static_cast<std::size_t>(config.theme)].data());
   accent_ = QString::fromStdString(config.accent);
   textScale_ = config.textScale;
-  weekStart_ = QString::fromUtf8(kWeekStartNames[static_cast<std::size_t>(config.weekStart)].data());
+  weekStart_ =
+      QString::fromUtf8(kWeekStartNames[static_cast<std::size_t>(config.weekStart)].data());
   yearMode_ = QString::fromUtf8(kYearModeNames[static_cast<std::size_t>(config.yearMode)].data());
   sound_ = QString::fromStdString(config.focus.sound);
   volume_ = config.focus.volume;

@@ -22,11 +22,11 @@ namespace {
 QVariantList outcomeList(const OutcomeSet& set) {
   QVariantList list;
   for (const Outcome& o : set.outcomes) {
-    list.append(QVariantMap{{"slot", static_cast<int>(o.order)},
-                            {"text", QString::fromStdString(o.text)},
-                            {"state", QString::fromUtf8(kOutcomeStateNames[static_cast<std::size_t>(
-                                          o.state)].data())},
-                            {"serves", static_cast<int>(o.serves.value_or(0))}});
+    list.append(QVariantMap{
+        {"slot", static_cast<int>(o.order)},
+        {"text", QString::fromStdString(o.text)},
+        {"state", QString::fromUtf8(kOutcomeStateNames[static_cast<std::size_t>(o.state)].data())},
+        {"serves", static_cast<int>(o.serves.value_or(0))}});
   }
   return list;
 }
@@ -35,9 +35,8 @@ QVariantList carryList(const std::vector<CarryItem>& items) {
   QVariantList list;
   int number = 0;
   for (const CarryItem& item : items) {
-    list.append(QVariantMap{{"number", ++number},
-                            {"text", QString::fromStdString(item.text)},
-                            {"done", item.done}});
+    list.append(QVariantMap{
+        {"number", ++number}, {"text", QString::fromStdString(item.text)}, {"done", item.done}});
   }
   return list;
 }
@@ -77,12 +76,12 @@ void TodayScreen::read() {
     forTomorrow_ = carryList(day.forTomorrow);
     pulled_.clear();
     for (const InboxItem& item : day.pulledItems) {
-      pulled_.append(QVariantMap{{"id", QString::fromStdString(item.id)},
-                                 {"text", QString::fromStdString(item.text)},
-                                 {"done", item.done},
-                                 {"slot", static_cast<int>(item.serves.value_or(0))},
-                                 {"time", item.time ? QString::fromStdString(item.time->description())
-                                                    : QString()}});
+      pulled_.append(QVariantMap{
+          {"id", QString::fromStdString(item.id)},
+          {"text", QString::fromStdString(item.text)},
+          {"done", item.done},
+          {"slot", static_cast<int>(item.serves.value_or(0))},
+          {"time", item.time ? QString::fromStdString(item.time->description()) : QString()}});
     }
     journal_.clear();
     for (const JournalEntry& entry : day.journal) {
@@ -104,14 +103,13 @@ void TodayScreen::read() {
     prompt_ = QString::fromUtf8(std::string(content::text(plan.promptKey)).c_str());
     offers_.clear();
     for (const auto& r : plan.reflections) {
-      offers_.append(QVariantMap{
-          {"text", QString::fromStdString(reflectionOfferText(r))},
-          {"page", QString::fromStdString(r.periodText())}});
+      offers_.append(QVariantMap{{"text", QString::fromStdString(reflectionOfferText(r))},
+                                 {"page", QString::fromStdString(r.periodText())}});
     }
     for (const auto& n : plan.setNext) {
-      offers_.append(QVariantMap{{"text", QString::fromStdString("Set the outcomes of " +
-                                                                 n.periodText())},
-                                 {"page", QString::fromStdString(n.periodText())}});
+      offers_.append(
+          QVariantMap{{"text", QString::fromStdString("Set the outcomes of " + n.periodText())},
+                      {"page", QString::fromStdString(n.periodText())}});
     }
     // The file was fixed: its reason no longer holds.
     if (readOnly_) error_.clear();

@@ -3,8 +3,8 @@
 #pragma once
 
 #include <QObject>
-#include <QTimer>
 #include <QString>
+#include <QTimer>
 #include <QVariantList>
 #include <functional>
 #include <memory>
@@ -91,8 +91,8 @@ class TodayScreen final : public QObject {
   DayDate shown_;
   bool carryDismissed_ = false;
   QString title_;
-  QVariantList outcomes_, weekOutcomes_, checklist_, pulled_, journal_, forTomorrow_,
-      carryOffers_, offers_;
+  QVariantList outcomes_, weekOutcomes_, checklist_, pulled_, journal_, forTomorrow_, carryOffers_,
+      offers_;
   int focusMinutes_ = 0;
   QString prompt_;
   QString error_;

@@ -60,7 +60,9 @@ void TrayIcon::update() {
   session_->setText(text);
   icon_.setToolTip("Trivo — " + text);
   const QString phase = window_.focus().phase();
-  toggle_->setText(phase == "idle" ? "Start focus" : phase == "running" ? "Hold focus" : "Resume focus");
+  toggle_->setText(phase == "idle"      ? "Start focus"
+                   : phase == "running" ? "Hold focus"
+                                        : "Resume focus");
 }
 
 void TrayIcon::showWindow(const QString& screen, bool capture) {

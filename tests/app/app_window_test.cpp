@@ -1,13 +1,15 @@
 // Drives trivo-app's window offscreen with key and mouse events against a real vault folder, the
 // vault's service running in process and a clock the test moves; then reads the page files.
+#include "app/app_window.h"
+
+#include <unistd.h>
+
 #include <QDeadlineTimer>
 #include <QQuickItem>
 #include <QQuickWindow>
 #include <QRegularExpression>
 #include <QSignalSpy>
 #include <QTest>
-#include <unistd.h>
-
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
@@ -17,7 +19,6 @@
 #include <sstream>
 
 #include "app/app_session.h"
-#include "app/app_window.h"
 #include "app/focus_screen.h"
 #include "app/inbox_screen.h"
 #include "app/period_screen.h"
@@ -215,36 +216,36 @@ void AppWindowTest::aDayPlannedWithKeysAndMouseIsWhatThePagesHold() {
   };
   QTRY_VERIFY_WITH_TIMEOUT(logged(), 8000);
 
-  QCOMPARE(desk.page("days/2026-09-16.md"),
-           std::string("---\n"
-                       "date: 2026-09-16\n"
-                       "type: day\n"
-                       "---\n"
-                       "# Wednesday, 16 September 2026\n"
-                       "\n"
-                       "## Outcomes\n"
-                       "- [x] Ship the beta\n"
-                       "- [ ] Call the printer\n"
-                       "- [ ] Run 5 km\n"
-                       "\n"
-                       "## Checklist\n"
-                       "\n"
-                       "## From the inbox\n"
-                       "\n"
-                       "## Notes\n"
-                       "\n"
-                       "## Journal\n"
-                       "- 09:30 — Planned the launch\n"
-                       "\n"
-                       "## For tomorrow\n"
-                       "\n"
-                       "## Sessions\n"
-                       "- 09:30–09:31 · 1m\n"));
+  QCOMPARE(desk.page("days/2026-09-16.md"), std::string("---\n"
+                                                        "date: 2026-09-16\n"
+                                                        "type: day\n"
+                                                        "---\n"
+                                                        "# Wednesday, 16 September 2026\n"
+                                                        "\n"
+                                                        "## Outcomes\n"
+                                                        "- [x] Ship the beta\n"
+                                                        "- [ ] Call the printer\n"
+                                                        "- [ ] Run 5 km\n"
+                                                        "\n"
+                                                        "## Checklist\n"
+                                                        "\n"
+                                                        "## From the inbox\n"
+                                                        "\n"
+                                                        "## Notes\n"
+                                                        "\n"
+                                                        "## Journal\n"
+                                                        "- 09:30 — Planned the launch\n"
+                                                        "\n"
+                                                        "## For tomorrow\n"
+                                                        "\n"
+                                                        "## Sessions\n"
+                                                        "- 09:30–09:31 · 1m\n"));
   // The item's id is fresh each run; everything around it is fixed.
   const QString inbox = QString::fromStdString(desk.page("inbox.md"));
   const QRegularExpression item(
       "^---\ntype: inbox\n---\n# Inbox\n\n"
-      "- \\[ \\] call mum due:2026-09-18 @18:00 <!-- id: [0-9A-F-]{36} · captured: 2026-09-16 -->\n$");
+      "- \\[ \\] call mum due:2026-09-18 @18:00 <!-- id: [0-9A-F-]{36} · captured: 2026-09-16 "
+      "-->\n$");
   QVERIFY2(item.match(inbox).hasMatch(), qPrintable(inbox));
 }
 
@@ -389,8 +390,10 @@ void AppWindowTest::periodPagesMoveWithHistory() {
 void AppWindowTest::searchShowsLinesAsYouTypeGroupedByPage() {
   Desk desk;
   fs::create_directories(desk.vault() / "days");
-  std::ofstream(desk.vault() / "days" / "2026-09-14.md") << "## Journal\n- 10:00 — Beta feedback\n- 11:00 — lunch\n- 12:00 — more BETA notes\n";
-  std::ofstream(desk.vault() / "days" / "2026-09-15.md") << "## Journal\n- 09:00 — beta launch plan\n";
+  std::ofstream(desk.vault() / "days" / "2026-09-14.md")
+      << "## Journal\n- 10:00 — Beta feedback\n- 11:00 — lunch\n- 12:00 — more BETA notes\n";
+  std::ofstream(desk.vault() / "days" / "2026-09-15.md")
+      << "## Journal\n- 09:00 — beta launch plan\n";
   std::ofstream(desk.vault() / ".trivo" / "notes.md") << "beta kept out of search\n";
   Running app(desk);
   app.show("search");
@@ -459,7 +462,8 @@ void AppWindowTest::everyControlHasAnAccessibleName() {
     }
     for (QQuickItem* child : item->childItems()) visit(child);
   };
-  for (const char* screen : {"today", "inbox", "period", "focus", "search", "settings", "refused"}) {
+  for (const char* screen :
+       {"today", "inbox", "period", "focus", "search", "settings", "refused"}) {
     app.window.setScreen(screen);
     QTest::qWait(20);
     visit(app.win->contentItem());
@@ -492,7 +496,8 @@ void AppWindowTest::screenshotsOfEveryScreenInLightAndDark() {
     for (const char* screen : {"today", "inbox", "period", "focus", "search", "settings"}) {
       app.window.setScreen(screen);
       // The capture field shows what it reads while a line is typed.
-      if (QString(screen) == "inbox") app.item("captureField")->setProperty("text", "call mum friday 6pm");
+      if (QString(screen) == "inbox")
+        app.item("captureField")->setProperty("text", "call mum friday 6pm");
       // Let a screen made just now settle its layout before it is grabbed.
       QTest::qWait(200);
       saveScreenshot(app.win, QString("%1-%2").arg(screen, dark ? "dark" : "light"));
@@ -504,8 +509,11 @@ void AppWindowTest::screenshotsOfEveryScreenInLightAndDark() {
 void AppWindowTest::measuredOnATenYearVault() {
   const fs::path vault = fs::path(TRIVO_BINARY_DIR) / "app-ten-year-vault";
   if (!fs::exists(vault / "days")) {
-    const std::string command = "python3 /work/shared/tools/genvault.py '" + vault.string() +
-                                "' --years 10 --format md --seed 42 > /dev/null";
+    // The generator lives outside the repository; TRIVO_GENVAULT names another copy.
+    const char* tool = std::getenv("TRIVO_GENVAULT");
+    const std::string command = std::string("python3 '") +
+                                (tool ? tool : "/work/shared/tools/genvault.py") + "' '" +
+                                vault.string() + "' --years 10 --format md --seed 42 > /dev/null";
     if (std::system(command.c_str()) != 0) QSKIP("the ten-year vault could not be generated");
   }
   Desk desk;
@@ -556,10 +564,11 @@ void AppWindowTest::measuredOnATenYearVault() {
   start = Clock::now();
   QTRY_VERIFY_WITH_TIMEOUT(!app.window.search().busy(), 10000);
   const double answer = millisecondsSince(start);
-  qInfo("ten-year vault: start-up to a drawn Today %.1f ms; open Today %.1f ms; switch to a "
-        "month %.1f ms; slowest keystroke in capture %.1f ms; slowest keystroke in search %.1f ms, "
-        "its results (line scan) %.1f ms later",
-        startup, openToday, month, slowest, search, answer);
+  qInfo(
+      "ten-year vault: start-up to a drawn Today %.1f ms; open Today %.1f ms; switch to a "
+      "month %.1f ms; slowest keystroke in capture %.1f ms; slowest keystroke in search %.1f ms, "
+      "its results (line scan) %.1f ms later",
+      startup, openToday, month, slowest, search, answer);
 }
 
 QTEST_MAIN(AppWindowTest)

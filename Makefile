@@ -11,8 +11,8 @@ CMAKE_GEN  := -G Ninja
 
 REL_BUILD  ?= build-release
 
-.PHONY: all deps build run test release sanitize tsan bench bench-vault bench-commands fuzz soak \
-  format clean
+.PHONY: all deps build run app test release sanitize tsan bench bench-vault bench-commands fuzz \
+  soak format clean
 
 all: build
 
@@ -28,6 +28,13 @@ build: deps $(BUILD)/build.ninja
 run: build
 	@scripts/run-sample $(BUILD)
 
+# The desktop window on a fresh sample vault in a temporary folder (needs a display).
+app: build
+	@tmp=$$(mktemp -d -t trivo-app-XXXXXX); \
+	export XDG_CONFIG_HOME=$$tmp/config; \
+	$(BUILD)/trivo init --sample $$tmp/vault > /dev/null && $(BUILD)/trivo-app --vault $$tmp/vault; \
+	rm -rf $$tmp
+
 test: build
 	ctest --test-dir $(BUILD) --output-on-failure -j $(JOBS)
 
@@ -35,18 +42,18 @@ test: build
 # the programs and the library (the tests run in the other builds).
 release: deps
 	cmake -S . -B $(REL_BUILD) $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=Release
-	cmake --build $(REL_BUILD) -j $(JOBS) --target trivo trivo-widgets TrivoCore
+	cmake --build $(REL_BUILD) -j $(JOBS) --target trivo trivo-widgets trivo-app TrivoCore
 
 sanitize: deps
 	cmake -S . -B $(SAN_BUILD) $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=Debug -DTRIVO_SANITIZE=ON \
-	  -DTRIVO_WERROR=ON
+	  -DTRIVO_WERROR=ON -DTRIVO_APP=OFF
 	cmake --build $(SAN_BUILD) -j $(JOBS)
 	ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1 \
 	  ctest --test-dir $(SAN_BUILD) --output-on-failure -j $(JOBS)
 
 tsan: deps
 	cmake -S . -B $(TSAN_BUILD) $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=Debug -DTRIVO_TSAN=ON \
-	  -DTRIVO_WERROR=ON
+	  -DTRIVO_WERROR=ON -DTRIVO_APP=OFF
 	cmake --build $(TSAN_BUILD) -j $(JOBS) --target trivo_tests
 	ctest --test-dir $(TSAN_BUILD) --output-on-failure -j $(JOBS) -R 'Store|Watcher|Live|VaultService'
 
@@ -86,7 +93,7 @@ bench-commands: bench-vault
 
 fuzz: deps
 	cmake -S . -B build-fuzz $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=Debug -DTRIVO_FUZZ=ON \
-	  -DCMAKE_CXX_COMPILER=clang++ -DTRIVO_WERROR=ON
+	  -DCMAKE_CXX_COMPILER=clang++ -DTRIVO_WERROR=ON -DTRIVO_APP=OFF
 	cmake --build build-fuzz -j $(JOBS) --target fuzzers
 	FUZZ_RUNS=$(FUZZ_RUNS) scripts/run-fuzz $(FUZZ_SECONDS)
 

@@ -851,6 +851,8 @@ void VaultService::requestStop() {
 
 TimerModel& VaultService::timer() { return *impl_->timer; }
 
+VaultStore& VaultService::store() { return *impl_->store; }
+
 void VaultService::obey(const LiveState::Order& order) { impl_->obey(order); }
 
 LiveState VaultService::liveState() {

@@ -21,6 +21,8 @@
 
 namespace trivo {
 
+class VaultStore;
+
 class VaultService {
  public:
   struct Options {
@@ -75,6 +77,10 @@ class VaultService {
 
   // The timer, to set up a foreground session before `run()`. Not thread-safe.
   TimerModel& timer();
+
+  // The vault's store, for a front end in the same process that edits pages while `run()`
+  // goes on in another thread (the store is thread-safe). Lives as long as the service.
+  VaultStore& store();
 
   // Obeys one widget order as the loop does (tests and the foreground runner).
   void obey(const LiveState::Order& order);

@@ -1,0 +1,56 @@
+// trivo-app: the desktop window. `trivo-app [--vault DIR] [trivo://…]`.
+#include <QApplication>
+#include <QCommandLineParser>
+#include <QQuickWindow>
+#include <iostream>
+
+#include "app/app_session.h"
+#include "app/app_window.h"
+#include "app/tray_icon.h"
+#include "core/vault/vault_locator.h"
+
+int main(int argc, char** argv) {
+  QApplication application(argc, argv);
+  QApplication::setApplicationName("Trivo");
+  QApplication::setDesktopFileName("trivo-app");
+  // The window stays in the tray when closed while a session may be running.
+  QApplication::setQuitOnLastWindowClosed(false);
+
+  QCommandLineParser parser;
+  parser.setApplicationDescription("Trivo: Today, Inbox, the period pages, Focus and Search.");
+  parser.addHelpOption();
+  QCommandLineOption vaultOption("vault", "The vault folder.", "DIR");
+  parser.addOption(vaultOption);
+  parser.addPositionalArgument("url", "A trivo:// link to open.", "[url]");
+  parser.process(application);
+
+  std::optional<std::string> vault;
+  if (parser.isSet(vaultOption)) vault = parser.value(vaultOption).toStdString();
+  std::filesystem::path root;
+  try {
+    root = trivo::locateVault(trivo::VaultSearch::fromProcess(vault));
+  } catch (const trivo::VaultNotFound& e) {
+    std::cerr << "trivo-app: " << e.what() << "\n";
+    return 1;
+  }
+  try {
+    trivo::app::AppSession session({root});
+    trivo::app::AppWindow window(session);
+    if (!window.load()) {
+      std::cerr << "trivo-app: the window's QML did not load; reinstall trivo-app.\n";
+      return 1;
+    }
+    const auto urls = parser.positionalArguments();
+    if (!urls.isEmpty() && !window.openLink(urls.front())) {
+      std::cerr << "trivo-app: " << window.notice().toStdString() << "\n";
+    }
+    trivo::app::TrayIcon tray(window);
+    QObject::connect(&application, &QApplication::lastWindowClosed, &application, [] {
+      if (!QSystemTrayIcon::isSystemTrayAvailable()) QCoreApplication::quit();
+    });
+    return QApplication::exec();
+  } catch (const std::exception& e) {
+    std::cerr << "trivo-app: " << e.what() << "\n";
+    return 1;
+  }
+}

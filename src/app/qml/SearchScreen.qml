@@ -1,0 +1,48 @@
+// Search: results as you type, grouped by page; a result opens its page.
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Layouts
+
+ScrollView {
+    id: root
+    contentWidth: availableWidth
+    function focusField() { field.forceActiveFocus() }
+    ColumnLayout {
+        width: root.availableWidth - 48
+        x: 24
+        spacing: 12
+        Label { Layout.topMargin: 20; text: "Search"; font.pixelSize: window.baseSize * 1.7; font.bold: true }
+        TextField {
+            id: field
+            objectName: "searchField"
+            Layout.fillWidth: true
+            placeholderText: "Search every page"
+            Accessible.name: "Search query"
+            text: search.query
+            onTextEdited: search.query = text
+        }
+        Label {
+            visible: search.query !== ""
+            text: search.busy ? "Searching…" : search.count + (search.count === 1 ? " line" : " lines")
+            color: window.subtle
+        }
+        Repeater {
+            model: search.groups
+            Card {
+                id: group
+                required property var modelData
+                title: modelData.page + "   " + modelData.file
+                Repeater {
+                    model: modelData.hits
+                    ItemDelegate {
+                        required property var modelData
+                        Layout.fillWidth: true
+                        text: modelData.line + "  " + modelData.text
+                        Accessible.name: "Open " + modelData.text
+                        onClicked: search.open(group.modelData.page)
+                    }
+                }
+            }
+        }
+    }
+}

@@ -5,6 +5,7 @@
 #include "cli/cmd_inbox_vault.h"
 #include "cli/command.h"
 #include "core/agenda/agenda.h"
+#include "cli/cmd_search_support.h"
 
 namespace trivo::cli {
 namespace {
@@ -34,6 +35,17 @@ class AgendaCommand final : public Command {
     InboxVault vault = InboxVault::open(context, true);
     std::vector<AgendaItem> items;
     guarded(vault, [&] { items = Agenda::build(*vault.store, today, days_); });
+    // The person's own Org files join the agenda unless the settings turn them off.
+    const SearchVault settings = SearchVault::open(context);
+    const VaultConfig defaults;
+    const VaultConfig& config = settings.config ? *settings.config : defaults;
+    if (config.orgAgenda) {
+      std::vector<std::string> skip = config.orgSkip;
+      skip.insert(skip.end(), config.agendaSkip.begin(), config.agendaSkip.end());
+      Agenda::merge(items, Agenda::orgFileItems(vault.store->paths(), skip, config.orgPins,
+                                                config.orgKeywords, today,
+                                                today.adding(days_ - 1)));
+    }
 
     if (context.json) {
       Json out = Json::object();
@@ -70,7 +82,9 @@ class AgendaCommand final : public Command {
         case AgendaItem::Kind::planning:
           source = std::string(item.planning == AgendaItem::Planning::deadline ? "deadline"
                                                                                : "scheduled") +
-                   ", " + (item.page ? item.page->description() : std::string());
+                   ", " +
+                   (item.file ? *item.file
+                              : (item.page ? item.page->description() : std::string()));
           break;
       }
       line += "  " + paint.dim("(" + source + ")");

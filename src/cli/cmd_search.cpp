@@ -22,10 +22,13 @@ class SearchCommand final : public Command {
   [[nodiscard]] bool writesVault() const override { return false; }
 
   void define(CLI::App& app) override {
+    // "-word" is part of the query, not an option: what the parser does not know is kept.
+    app.allow_extras();
+    app_ = &app;
     app.add_option("QUERY", words_,
                    "Words a line must hold (folded for case and accents), \"an exact phrase\", "
                    "-word to leave out, tag:NAME, in:journal|inbox|outcomes|reflections|other, "
-                   "from:DAY, to:DAY; put a query that starts with - after --");
+                   "from:DAY, to:DAY");
     app.add_option("--saved", saved_, "Run a saved search or saved filter of the settings by name")
         ->type_name("NAME");
     app.add_option("--context", context_, "Lines shown around each match (0 to 20)")
@@ -41,10 +44,12 @@ class SearchCommand final : public Command {
                       2);
     }
     std::string asked;
-    for (const std::string& word : words_) {
+    std::vector<std::string> words = words_;
+    for (const std::string& extra : app_->remaining()) words.push_back(extra);
+    for (const std::string& word : words) {
       // A word with a blank in it was quoted on the command line: keep it one phrase.
       const bool phrase = word.find(' ') != std::string::npos && word.find('"') == std::string::npos &&
-                          words_.size() > 1;
+                          words.size() > 1;
       asked += (asked.empty() ? "" : " ") + (phrase ? "\"" + word + "\"" : word);
     }
     const SearchVault vault = SearchVault::open(context);
@@ -103,6 +108,7 @@ class SearchCommand final : public Command {
                     2);
   }
 
+  CLI::App* app_ = nullptr;
   std::vector<std::string> words_;
   std::optional<std::string> saved_;
   std::int64_t context_ = 1;

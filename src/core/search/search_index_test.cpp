@@ -129,7 +129,7 @@ TEST_P(SearchIndexTest, PhrasesWordsInAnyOrderAndLeftOutWords) {
   EXPECT_EQ(find("\"with ana\""), std::vector<std::string>{day + ":12"});
   EXPECT_EQ(find("\"ana with\"").size(), 0u);
   EXPECT_EQ(find("ana with"), std::vector<std::string>{day + ":12"});
-  EXPECT_EQ(find("coffee in:journal -decaf"), std::vector<std::string>{day + ":12", day + ":13"});
+  EXPECT_EQ(find("coffee in:journal -decaf"), (std::vector<std::string>{day + ":12", day + ":13"}));
   // Two-letter words are matched too, though the trigram index cannot look them up.
   EXPECT_EQ(find("ly in:journal"), (std::vector<std::string>{day + ":17", day + ":18"}));
 }
@@ -142,9 +142,11 @@ TEST_P(SearchIndexTest, TagsKindsAndDays) {
   EXPECT_EQ(find("bank in:outcomes").size(), 1u);
   EXPECT_EQ(find("bank in:journal").size(), 0u);
   EXPECT_EQ(find("coffee in:inbox"), std::vector<std::string>{"inbox" + ext() + ":1"});
-  EXPECT_EQ(find("cafe to:2025-12-31"), std::vector<std::string>{"days/2025-01-02" + ext() + ":1"});
+  EXPECT_EQ(find("cafe to:2025-12-31"),
+            (std::vector<std::string>{"days/2025-01-02" + ext() + ":1"}));
   // A week reaches into the days it spans; undated pages stay out of a bounded search.
-  EXPECT_EQ(find("coffee from:2026-09-20"), std::vector<std::string>{"weeks/2026-W38" + ext() + ":1"});
+  EXPECT_EQ(find("coffee from:2026-09-20"),
+            (std::vector<std::string>{"weeks/2026-W38" + ext() + ":1"}));
 }
 
 TEST_P(SearchIndexTest, NeighboursAroundEachMatch) {

@@ -13,7 +13,7 @@ namespace {
 
 bool isBlank(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
 
-std::string quoted(std::string_view text) { return "\xE2\x80\x9C" + std::string(text) + "\xE2\x80\x9D"; }
+std::string inQuotes(std::string_view text) { return "\xE2\x80\x9C" + std::string(text) + "\xE2\x80\x9D"; }
 
 // A tag as written after "tag:" or in a setting: "#work" and "work" name the same tag.
 std::string tagName(std::string_view text) {
@@ -30,12 +30,12 @@ void addUnique(std::vector<std::string>& list, std::string value) {
 
 DayDate dayBound(std::string_view word, std::string_view value) {
   if (auto day = DayDate::parse(value)) return *day;
-  throw SearchQueryError(quoted(word) + " is not a day; write days as YYYY-MM-DD, as in from:2026-01-31.");
+  throw SearchQueryError(inQuotes(word) + " is not a day; write days as YYYY-MM-DD, as in from:2026-01-31.");
 }
 
 SearchKind kindBound(std::string_view word, std::string_view value) {
   if (auto kind = searchKindNamed(text::lower(value))) return *kind;
-  throw SearchQueryError(quoted(word) +
+  throw SearchQueryError(inQuotes(word) +
                          " names no part of the vault; use in:journal, in:inbox, in:outcomes, "
                          "in:reflections or in:other.");
 }
@@ -151,7 +151,7 @@ SearchQuery SearchQuery::fromSaved(const SavedSearch& saved) {
       addUnique(query.excluded, TextCache::fold(text::trim(hidden)));
     }
   }
-  return checked(std::move(query), "The saved search " + quoted(saved.name));
+  return checked(std::move(query), "The saved search " + inQuotes(saved.name));
 }
 
 SearchQuery SearchQuery::fromFilter(const SavedFilter& filter) {
@@ -159,7 +159,7 @@ SearchQuery SearchQuery::fromFilter(const SavedFilter& filter) {
   for (const std::string& tag : filter.tags) {
     addUnique(filter.matchAll ? query.tags : query.anyTags, tagName(tag));
   }
-  return checked(std::move(query), "The saved filter " + quoted(filter.name));
+  return checked(std::move(query), "The saved filter " + inQuotes(filter.name));
 }
 
 bool SearchQuery::asksNothing() const {

@@ -102,7 +102,9 @@ TEST(SearchQuery, SavedSearchesAndFiltersBecomeQueries) {
   allExpected.tags = {"mum", "dad"};
   EXPECT_EQ(SearchQuery::fromFilter(any), allExpected);
 
-  EXPECT_THROW((void)SearchQuery::fromFilter(SavedFilter{"Empty"}), SearchQueryError);
+  SavedFilter empty;
+  empty.name = "Empty";
+  EXPECT_THROW((void)SearchQuery::fromFilter(empty), SearchQueryError);
   EXPECT_THROW((void)SearchQuery::fromSaved(SavedSearch{"Odd", "x", {}, "diary", {}}),
                SearchQueryError);
 }

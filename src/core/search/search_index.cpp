@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstdio>
 #include <fstream>
 #include <iterator>
 #include <set>
@@ -267,10 +268,10 @@ SearchIndex::Refresh SearchIndex::refreshOnce() {
     std::set<std::string> present;
     std::size_t done = 0;
     for (const SearchSource& source : sources) {
-      present.insert(source.relative);
       ++done;
       const auto stamp = stampOf(source.file);
-      if (!stamp) continue;
+      if (!stamp) continue;  // gone since the folder was listed: forgotten below
+      present.insert(source.relative);
       const auto it = known.find(source.relative);
       if (it != known.end() && it->second.stamp.size == stamp->size &&
           it->second.stamp.mtime == stamp->mtime) {

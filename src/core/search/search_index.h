@@ -81,7 +81,7 @@ class SearchIndex {
   Refresh refresh();
   // Brings the index up to date, then finds the matching lines: pages with days newest first
   // (by their last day, then their first), then the inbox, then other Org files (pinned first,
-  // then by path). Lines that do not hold valid UTF-8 are matched byte by byte.
+  // then by path).
   std::vector<SearchPage> search(const SearchQuery& query);
   [[nodiscard]] const Refresh& lastRefresh() const { return lastRefresh_; }
   [[nodiscard]] const std::filesystem::path& file() const { return file_; }

@@ -22,8 +22,10 @@ class SearchCommand final : public Command {
   [[nodiscard]] bool writesVault() const override { return false; }
 
   void define(CLI::App& app) override {
-    // "-word" is part of the query, not an option: what the parser does not know is kept.
+    // "-word" is part of the query, not an option: what the parser does not know is kept here
+    // instead of being handed up to the program's own options (only --json is looked for).
     app.allow_extras();
+    app.fallthrough(false);
     app_ = &app;
     app.add_option("QUERY", words_,
                    "Words a line must hold (folded for case and accents), \"an exact phrase\", "
@@ -45,7 +47,13 @@ class SearchCommand final : public Command {
     }
     std::string asked;
     std::vector<std::string> words = words_;
-    for (const std::string& extra : app_->remaining()) words.push_back(extra);
+    for (const std::string& extra : app_->remaining()) {
+      if (extra == "--json") {
+        context.json = true;
+      } else {
+        words.push_back(extra);
+      }
+    }
     for (const std::string& word : words) {
       // A word with a blank in it was quoted on the command line: keep it one phrase.
       const bool phrase = word.find(' ') != std::string::npos && word.find('"') == std::string::npos &&

@@ -196,9 +196,17 @@ void SearchIndex::open() {
       db_->exec("COMMIT");
     }
     if (layoutOf() == kLayout) {
-      // A damaged file fails here; one of another vault (a hash collision) is replaced.
-      auto check = db_->prepare("PRAGMA quick_check");
-      if (!check.step() || check.text(0) != "ok") throw SqliteError(11, "the index is damaged");
+      // A file shorter than its header says was cut off. Damage elsewhere shows as an error
+      // where it is read, which rebuilds the index then; a full check on every open would cost
+      // more than the search itself. One of another vault (a hash collision) is replaced.
+      auto pages = db_->prepare("PRAGMA page_count");
+      auto pageSize = db_->prepare("PRAGMA page_size");
+      std::error_code ec;
+      const auto bytes = fs::file_size(file_, ec);
+      if (!pages.step() || !pageSize.step() || ec ||
+          static_cast<std::uintmax_t>(pages.integer(0) * pageSize.integer(0)) > bytes) {
+        throw SqliteError(11, "the index is cut off");
+      }
       auto meta = db_->prepare("SELECT value FROM meta WHERE key = 'vault'");
       if (meta.step() && meta.text(0) == vault) {
         fresh_ = false;

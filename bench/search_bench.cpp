@@ -31,7 +31,8 @@ struct BenchVault {
     }
     const char* script = std::getenv("TRIVO_GENVAULT");
     const fs::path generator =
-        script ? fs::path(script) : fs::path(TRIVO_SOURCE_DIR) / ".." / "shared" / "tools" / "genvault.py";
+        script ? fs::path(script)
+               : fs::path(TRIVO_SOURCE_DIR) / ".." / "shared" / "tools" / "genvault.py";
     if (!fs::exists(generator)) return;
     const fs::path out = scratch / "vault";
     const std::string command = "python3 '" + generator.string() + "' '" + out.string() +
@@ -71,8 +72,8 @@ void BM_SearchFirstBuild(benchmark::State& state) {
     files = index.refresh().read;
   }
   state.counters["files"] = static_cast<double>(files);
-  state.counters["index MiB"] = static_cast<double>(fs::file_size(
-                                    SearchIndex::databaseFile(bench.scratch / "cache", *bench.vault))) /
+  state.counters["index MiB"] = static_cast<double>(fs::file_size(SearchIndex::databaseFile(
+                                    bench.scratch / "cache", *bench.vault))) /
                                 (1024.0 * 1024.0);
 }
 BENCHMARK(BM_SearchFirstBuild)->Unit(benchmark::kMillisecond)->Iterations(2);
@@ -97,7 +98,8 @@ void BM_SearchAfterAnEdit(benchmark::State& state) {
     state.ResumeTiming();
     SearchIndex index(bench.options());
     lines = 0;
-    for (const SearchPage& p : index.search(SearchQuery::parse("coffee"))) lines += p.matches.size();
+    for (const SearchPage& p : index.search(SearchQuery::parse("coffee")))
+      lines += p.matches.size();
   }
   state.counters["matching lines"] = static_cast<double>(lines);
 }

@@ -18,7 +18,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (item.text.find('\n') != std::string::npos) std::abort();
   }
   std::size_t last = 0;
-  for (const trivo::SearchLine& line : trivo::searchLines(text, trivo::VaultFormat::org, std::nullopt)) {
+  for (const trivo::SearchLine& line :
+       trivo::searchLines(text, trivo::VaultFormat::org, std::nullopt)) {
     if (line.number != last + 1 || line.text.find('\n') != std::string_view::npos) std::abort();
     last = line.number;
   }

@@ -3,9 +3,9 @@
 #include <ostream>
 
 #include "cli/cmd_inbox_vault.h"
+#include "cli/cmd_search_support.h"
 #include "cli/command.h"
 #include "core/agenda/agenda.h"
-#include "cli/cmd_search_support.h"
 
 namespace trivo::cli {
 namespace {
@@ -42,9 +42,9 @@ class AgendaCommand final : public Command {
     if (config.orgAgenda) {
       std::vector<std::string> skip = config.orgSkip;
       skip.insert(skip.end(), config.agendaSkip.begin(), config.agendaSkip.end());
-      Agenda::merge(items, Agenda::orgFileItems(vault.store->paths(), skip, config.orgPins,
-                                                config.orgKeywords, today,
-                                                today.adding(days_ - 1)));
+      Agenda::merge(items,
+                    Agenda::orgFileItems(vault.store->paths(), skip, config.orgPins,
+                                         config.orgKeywords, today, today.adding(days_ - 1)));
     }
 
     if (context.json) {
@@ -80,11 +80,11 @@ class AgendaCommand final : public Command {
           source = "outcome of " + (item.page ? item.page->description() : std::string());
           break;
         case AgendaItem::Kind::planning:
-          source = std::string(item.planning == AgendaItem::Planning::deadline ? "deadline"
-                                                                               : "scheduled") +
-                   ", " +
-                   (item.file ? *item.file
-                              : (item.page ? item.page->description() : std::string()));
+          source =
+              std::string(item.planning == AgendaItem::Planning::deadline ? "deadline"
+                                                                          : "scheduled") +
+              ", " +
+              (item.file ? *item.file : (item.page ? item.page->description() : std::string()));
           break;
       }
       line += "  " + paint.dim("(" + source + ")");

@@ -35,7 +35,8 @@ class SearchCommand final : public Command {
         ->type_name("NAME");
     app.add_option("--context", context_, "Lines shown around each match (0 to 20)")
         ->default_val(1);
-    app.add_flag("--org", org_, "Search the vault's other Org files too, whatever the settings say");
+    app.add_flag("--org", org_,
+                 "Search the vault's other Org files too, whatever the settings say");
     app.add_flag("--no-org", noOrg_, "Leave the vault's other Org files out");
   }
 
@@ -56,8 +57,8 @@ class SearchCommand final : public Command {
     }
     for (const std::string& word : words) {
       // A word with a blank in it was quoted on the command line: keep it one phrase.
-      const bool phrase = word.find(' ') != std::string::npos && word.find('"') == std::string::npos &&
-                          words.size() > 1;
+      const bool phrase = word.find(' ') != std::string::npos &&
+                          word.find('"') == std::string::npos && words.size() > 1;
       asked += (asked.empty() ? "" : " ") + (phrase ? "\"" + word + "\"" : word);
     }
     const SearchVault vault = SearchVault::open(context);
@@ -70,8 +71,7 @@ class SearchCommand final : public Command {
       asked = "the saved search \"" + *saved_ + "\"";
     } else {
       if (text::trim(asked).empty()) {
-        throw UserError("Give something to search for, as in: trivo search coffee tag:friends.",
-                        2);
+        throw UserError("Give something to search for, as in: trivo search coffee tag:friends.", 2);
       }
       query = parseQuery(asked);
       asked = "\"" + asked + "\"";

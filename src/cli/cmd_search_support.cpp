@@ -95,8 +95,9 @@ std::vector<SearchPage> runSearch(const Context& context, const SearchVault& vau
   const auto folder =
       SearchIndex::defaultCacheFolder(std::getenv("XDG_CACHE_HOME"), std::getenv("HOME"));
   if (!folder) {
-    throw UserError("There is no cache folder for the search index; set XDG_CACHE_HOME or HOME "
-                    "to an absolute folder.");
+    throw UserError(
+        "There is no cache folder for the search index; set XDG_CACHE_HOME or HOME "
+        "to an absolute folder.");
   }
   const VaultConfig defaults;
   const VaultConfig& config = vault.config ? *vault.config : defaults;

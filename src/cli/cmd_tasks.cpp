@@ -65,8 +65,9 @@ class TasksCommand final : public Command {
           any = true;
         }
         context.out << "  " << row.day.isoString() << " " << row.time.description() << "  "
-                    << std::string(row.depth * 2, ' ') << (row.status == TaskStatus::done ? "[x] " : "[ ] ")
-                    << row.text << "  " << paint.dim("(" + row.entry + ")") << "\n";
+                    << std::string(row.depth * 2, ' ')
+                    << (row.status == TaskStatus::done ? "[x] " : "[ ] ") << row.text << "  "
+                    << paint.dim("(" + row.entry + ")") << "\n";
       }
     }
     if (!any) {

@@ -117,12 +117,12 @@ TEST(OrgAgendaInEmacs, EmacsAndTrivoListTheSameItemsOnTheSameDays) {
     if (!text::trim(line).empty()) fromEmacs.emplace_back(text::trim(line));
   }
   std::vector<std::string> fromTrivo;
-  for (const AgendaItem& item : OrgFileReader::items(kFile, "projects.org", *DayDate::make(2027, 1, 4),
-                                                     *DayDate::make(2027, 1, 17))) {
-    fromTrivo.push_back(item.day.isoString() + "|" +
-                        (item.planning == AgendaItem::Planning::deadline ? "deadline"
-                                                                         : "scheduled") +
-                        "|" + item.text);
+  for (const AgendaItem& item : OrgFileReader::items(
+           kFile, "projects.org", *DayDate::make(2027, 1, 4), *DayDate::make(2027, 1, 17))) {
+    fromTrivo.push_back(
+        item.day.isoString() + "|" +
+        (item.planning == AgendaItem::Planning::deadline ? "deadline" : "scheduled") + "|" +
+        item.text);
   }
   std::sort(fromEmacs.begin(), fromEmacs.end());
   std::sort(fromTrivo.begin(), fromTrivo.end());

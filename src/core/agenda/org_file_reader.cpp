@@ -163,7 +163,8 @@ std::optional<Heading> readHeading(std::string_view line, const OrgFileReader::K
   if (last.size() > 2 && last.front() == ':' && last.back() == ':' &&
       last.find_first_of(" \t") == std::string_view::npos) {
     heading.archived = last.find(":ARCHIVE:") != std::string_view::npos;
-    rest = blank == std::string_view::npos ? std::string_view() : text::trimEnd(rest.substr(0, blank));
+    rest =
+        blank == std::string_view::npos ? std::string_view() : text::trimEnd(rest.substr(0, blank));
   }
   heading.title = std::string(rest);
   return heading;
@@ -205,8 +206,8 @@ std::vector<AgendaItem> OrgFileReader::items(std::string_view text, const std::s
       skippedBelow = heading->level;
       continue;
     }
-    const bool done = std::find(keys.done.begin(), keys.done.end(), heading->keyword) !=
-                      keys.done.end();
+    const bool done =
+        std::find(keys.done.begin(), keys.done.end(), heading->keyword) != keys.done.end();
     if (done || i + 1 >= lines.size()) continue;
     const auto planning = readPlanning(text::withoutCR(lines[i + 1]));
     if (!planning) continue;

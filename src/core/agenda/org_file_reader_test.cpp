@@ -29,7 +29,8 @@ TEST(OrgFileReader, KeywordsComeFromTheFileElseTheFallbackElseOrgsDefault) {
   using KW = OrgFileReader::Keywords;
   const std::vector<std::tuple<std::string, std::string, KW>> rows = {
       {"* x\n", "", KW{{"TODO"}, {"DONE"}}},
-      {"#+TODO: NEXT(n) WAIT(w@/!) | DONE(d!) KILL(k)\n", "", KW{{"NEXT", "WAIT"}, {"DONE", "KILL"}}},
+      {"#+TODO: NEXT(n) WAIT(w@/!) | DONE(d!) KILL(k)\n", "",
+       KW{{"NEXT", "WAIT"}, {"DONE", "KILL"}}},
       {"#+SEQ_TODO: A B C\n#+typ_todo: X | Y\n", "", KW{{"A", "B", "X"}, {"C", "Y"}}},
       {"no declaration\n", "TODO NEXT | DONE", KW{{"TODO", "NEXT"}, {"DONE"}}},
       {"#+TODO: OPEN | SHUT\n", "TODO | DONE", KW{{"OPEN"}, {"SHUT"}}},
@@ -61,16 +62,15 @@ SCHEDULED: [2027-01-06 Wed]
 
 SCHEDULED: <2027-01-06 Wed>
 )";
-  EXPECT_EQ(listed(text, day(1, 4), day(1, 10)),
-            (std::vector<std::string>{
-                "2027-01-05 10:00 scheduled Dentist",
-                "2027-01-08 deadline Tax return",
-                "2027-01-04 scheduled Tax return",
-                "2027-01-04 scheduled Water the plants",
-                "2027-01-07 scheduled Water the plants",
-                "2027-01-10 scheduled Water the plants",
-                "2027-01-04 scheduled Weekly review",
-            }));
+  EXPECT_EQ(listed(text, day(1, 4), day(1, 10)), (std::vector<std::string>{
+                                                     "2027-01-05 10:00 scheduled Dentist",
+                                                     "2027-01-08 deadline Tax return",
+                                                     "2027-01-04 scheduled Tax return",
+                                                     "2027-01-04 scheduled Water the plants",
+                                                     "2027-01-07 scheduled Water the plants",
+                                                     "2027-01-10 scheduled Water the plants",
+                                                     "2027-01-04 scheduled Weekly review",
+                                                 }));
   // Outside the range nothing shows; a repeater never shows before its first day.
   EXPECT_TRUE(listed(text, day(2, 1), day(2, 1)).size() == 1u);
   EXPECT_TRUE(listed(text, *DayDate::make(2026, 12, 1), *DayDate::make(2026, 12, 27)).empty());
@@ -92,11 +92,19 @@ SCHEDULED: <2027-01-05 Tue>
 }
 
 TEST(OrgFileReader, AnyBytesAreReadWithoutFailing) {
-  const std::vector<std::string> odd = {
-      "", "*", "* ", "**\n", "* TODO\nSCHEDULED:", "* x\nSCHEDULED: <", "* x\nSCHEDULED: <>",
-      "* x\nDEADLINE: <2027-02-30 Tue>", "* x\nSCHEDULED: <2027-01-05 Tue +0d>",
-      "* x\r\nSCHEDULED: <2027-01-05 Tue>\r\n", std::string("* \0x\n", 5), "#+TODO: |\n* | x\n",
-      "* x\nSCHEDULED: <2027-01-05 Tue +1h>"};
+  const std::vector<std::string> odd = {"",
+                                        "*",
+                                        "* ",
+                                        "**\n",
+                                        "* TODO\nSCHEDULED:",
+                                        "* x\nSCHEDULED: <",
+                                        "* x\nSCHEDULED: <>",
+                                        "* x\nDEADLINE: <2027-02-30 Tue>",
+                                        "* x\nSCHEDULED: <2027-01-05 Tue +0d>",
+                                        "* x\r\nSCHEDULED: <2027-01-05 Tue>\r\n",
+                                        std::string("* \0x\n", 5),
+                                        "#+TODO: |\n* | x\n",
+                                        "* x\nSCHEDULED: <2027-01-05 Tue +1h>"};
   for (const std::string& text : odd) {
     const auto items = OrgFileReader::items(text, "f.org", day(1, 1), day(12, 31));
     EXPECT_LE(items.size(), 1u) << text;
@@ -126,10 +134,10 @@ TEST(OrgFiles, SkipEntriesMatchPathsFoldersAndPatterns) {
 
 TEST(OrgFiles, ListsTheOrgFilesThatAreNoPagesPinnedFirst) {
   testing::TempDir dir;
-  for (const char* name : {"vault/days/2027-01-05.org", "vault/inbox.org", "vault/b.org",
-                           "vault/a.org", "vault/projects/c.org", "vault/.trivo/x.org",
-                           "vault/media/m.org", "vault/.#a.org", "vault/#a.org#",
-                           "vault/notes.md", "vault/templates/t.org", "vault/days/notes.org"}) {
+  for (const char* name :
+       {"vault/days/2027-01-05.org", "vault/inbox.org", "vault/b.org", "vault/a.org",
+        "vault/projects/c.org", "vault/.trivo/x.org", "vault/media/m.org", "vault/.#a.org",
+        "vault/#a.org#", "vault/notes.md", "vault/templates/t.org", "vault/days/notes.org"}) {
     dir.write(name, "* x\n");
   }
   const VaultPaths paths(dir.path() / "vault", VaultFormat::org);

@@ -34,7 +34,8 @@ TEST(SearchLines, SectionsGiveKindsAndHeadingsLendTheirTags) {
   const std::string page =
       "---\ndate: 2026-09-16\n---\n# Day\n## Outcomes #work\n- [ ] ship\n```\n## Journal\n```\n"
       "## Journal\n- 09:00 — x\n### Sub #deep\nunder sub\n## Mine\nown\n";
-  const auto lines = searchLines(page, VaultFormat::markdown, EntryKey::day(*DayDate::make(2026, 9, 16)));
+  const auto lines =
+      searchLines(page, VaultFormat::markdown, EntryKey::day(*DayDate::make(2026, 9, 16)));
   std::vector<std::string> got;
   for (const SearchLine& l : lines) {
     std::string tags;
@@ -42,11 +43,11 @@ TEST(SearchLines, SectionsGiveKindsAndHeadingsLendTheirTags) {
     got.push_back(std::to_string(l.number) + " " +
                   std::string(kSearchKindNames[static_cast<std::size_t>(l.kind)]) + tags);
   }
-  EXPECT_EQ(got, (std::vector<std::string>{
-                     "1 other", "2 other", "3 other", "4 other", "5 outcomes work",
-                     "6 outcomes work", "7 outcomes work", "8 outcomes work", "9 outcomes work",
-                     "10 journal", "11 journal", "12 journal deep", "13 journal deep",
-                     "14 other", "15 other"}));
+  EXPECT_EQ(got,
+            (std::vector<std::string>{
+                "1 other", "2 other", "3 other", "4 other", "5 outcomes work", "6 outcomes work",
+                "7 outcomes work", "8 outcomes work", "9 outcomes work", "10 journal", "11 journal",
+                "12 journal deep", "13 journal deep", "14 other", "15 other"}));
   const auto week = searchLines("## Reflection\n### What went well\nran\n", VaultFormat::markdown,
                                 EntryKey::week(ISOWeek{2026, 38}));
   EXPECT_EQ(week.back().kind, SearchKind::reflections);
@@ -80,9 +81,9 @@ TEST(TaskIndex, StatusFromTickKeywordAndSteps) {
   EXPECT_EQ(TaskIndex::statusOf(task("WAITING on Ana", false)), TaskStatus::waiting);
   EXPECT_EQ(TaskIndex::statusOf(task("STARTED the draft", false)), TaskStatus::inprocess);
   EXPECT_EQ(TaskIndex::statusOf(task("Waiting for nobody", false)), TaskStatus::todo);
-  EXPECT_EQ(TaskIndex::statusOf(
-                task("draft", false, {task("outline", false, {task("notes", true)})})),
-            TaskStatus::inprocess);
+  EXPECT_EQ(
+      TaskIndex::statusOf(task("draft", false, {task("outline", false, {task("notes", true)})})),
+      TaskStatus::inprocess);
 }
 
 TEST(OnThisDay, SameDateInEarlierYearsThenSameWeekday) {
@@ -91,8 +92,8 @@ TEST(OnThisDay, SameDateInEarlierYearsThenSameWeekday) {
   for (const DayDate& d : OnThisDay::days(day, *DayDate::make(2019, 6, 1), 2)) {
     got.push_back(d.isoString());
   }
-  EXPECT_EQ(got, (std::vector<std::string>{"2024-02-29", "2020-02-29", "2028-02-22",
-                                           "2028-02-15"}));
+  EXPECT_EQ(got,
+            (std::vector<std::string>{"2024-02-29", "2020-02-29", "2028-02-22", "2028-02-15"}));
   // Nothing before the earliest journal.
   EXPECT_TRUE(OnThisDay::days(day, day, 10).empty());
 }

@@ -13,7 +13,7 @@
 namespace trivo {
 
 struct TagCount {
-  std::string name;  // as first written
+  std::string name;       // as first written
   std::size_t count = 0;  // lines that carry it
   bool pinned = false;
   std::optional<std::string> color;  // from the tag colours setting

@@ -40,10 +40,10 @@ std::vector<JournalTaskRow> TaskIndex::collect(VaultStore& store, std::vector<Da
   for (const DayDate& day : days) {
     const DayEntry entry = store.peekDay(day);
     for (const JournalEntry& journal : entry.journal) {
-      const std::string first(text::withoutCR(journal.text.substr(
-          0, std::min(journal.text.find('\n'), journal.text.size()))));
+      const std::string first(text::withoutCR(
+          journal.text.substr(0, std::min(journal.text.find('\n'), journal.text.size()))));
       std::function<void(const TaskStep&, std::size_t)> add = [&](const TaskStep& step,
-                                                                   std::size_t depth) {
+                                                                  std::size_t depth) {
         rows.push_back(JournalTaskRow{day, journal.time, first, step.text, statusOf(step), depth,
                                       step.closedAt});
         for (const TaskStep& sub : step.steps) add(sub, depth + 1);

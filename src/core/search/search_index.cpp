@@ -246,9 +246,9 @@ SearchIndex::Refresh SearchIndex::refreshOnce() {
   {
     auto rows = db_->prepare("SELECT id, path, size, mtime, pinned FROM files");
     while (rows.step()) {
-      known.emplace(std::string(rows.text(1)),
-                    Known{rows.integer(0), Stamp{rows.integer(2), rows.integer(3)},
-                          rows.integer(4) != 0});
+      known.emplace(
+          std::string(rows.text(1)),
+          Known{rows.integer(0), Stamp{rows.integer(2), rows.integer(3)}, rows.integer(4) != 0});
     }
   }
 
@@ -410,10 +410,9 @@ std::vector<SearchPage> SearchIndex::searchOnce(const SearchQuery& query) {
   }
   constexpr std::string_view kColumns = "l.file, l.line, l.kind, l.tags, l.flat";
   SqliteStatement rows =
-      match.empty()
-          ? db_->prepare("SELECT " + std::string(kColumns) + " FROM lines l")
-          : db_->prepare("SELECT " + std::string(kColumns) +
-                         " FROM fts JOIN lines l ON l.id = fts.rowid WHERE fts MATCH ?");
+      match.empty() ? db_->prepare("SELECT " + std::string(kColumns) + " FROM lines l")
+                    : db_->prepare("SELECT " + std::string(kColumns) +
+                                   " FROM fts JOIN lines l ON l.id = fts.rowid WHERE fts MATCH ?");
   if (!match.empty()) rows.bind(1, match);
   std::map<std::int64_t, std::set<std::size_t>> found;
   while (rows.step()) {
@@ -427,7 +426,8 @@ std::vector<SearchPage> SearchIndex::searchOnce(const SearchQuery& query) {
   }
 
   std::vector<SearchPage> pages;
-  auto around = db_->prepare("SELECT line, text FROM lines WHERE file = ? AND line BETWEEN ? AND ?");
+  auto around =
+      db_->prepare("SELECT line, text FROM lines WHERE file = ? AND line BETWEEN ? AND ?");
   const auto context = static_cast<std::int64_t>(options_.context);
   for (const auto& [fileId, numbers] : found) {
     const FileRow& row = files.at(fileId);
@@ -445,7 +445,8 @@ std::vector<SearchPage> SearchIndex::searchOnce(const SearchQuery& query) {
       if (runStart < 0) return;
       around.bind(1, fileId).bind(2, runStart).bind(3, runEnd);
       while (around.step()) {
-        page.lines.emplace(static_cast<std::size_t>(around.integer(0)), std::string(around.text(1)));
+        page.lines.emplace(static_cast<std::size_t>(around.integer(0)),
+                           std::string(around.text(1)));
       }
       around.reset();
     };

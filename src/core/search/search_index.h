@@ -26,13 +26,13 @@ class SqliteDb;
 
 // One file with lines that match, and the lines shown around them.
 struct SearchPage {
-  std::string file;               // relative to the vault root, with "/"
-  std::optional<EntryKey> page;   // nothing for an Org file of the person's own
-  std::optional<DayDate> first;   // the first and last day of the page's period
+  std::string file;              // relative to the vault root, with "/"
+  std::optional<EntryKey> page;  // nothing for an Org file of the person's own
+  std::optional<DayDate> first;  // the first and last day of the page's period
   std::optional<DayDate> last;
-  bool pinned = false;            // an Org file named in the pins
-  std::vector<std::size_t> matches;           // numbers of the matching lines, ascending
-  std::map<std::size_t, std::string> lines;   // matching lines and their neighbours, by number
+  bool pinned = false;                       // an Org file named in the pins
+  std::vector<std::size_t> matches;          // numbers of the matching lines, ascending
+  std::map<std::size_t, std::string> lines;  // matching lines and their neighbours, by number
 
   bool operator==(const SearchPage&) const = default;
 };
@@ -40,7 +40,7 @@ struct SearchPage {
 class SearchIndex {
  public:
   struct Options {
-    std::filesystem::path vault;        // the vault root
+    std::filesystem::path vault;  // the vault root
     VaultFormat format = VaultFormat::markdown;
     std::filesystem::path cacheFolder;  // where the databases are kept; created when missing
     bool orgFiles = false;              // also index the vault's other Org files

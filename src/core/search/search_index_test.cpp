@@ -4,9 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <algorithm>
 #include <map>
 #include <random>
 #include <set>
@@ -106,7 +106,8 @@ INSTANTIATE_TEST_SUITE_P(BothSyntaxes, SearchIndexTest,
 
 TEST_P(SearchIndexTest, FoldsCaseAndAccentsBothWays) {
   const std::string day = "days/2026-09-16" + ext();
-  EXPECT_EQ(find("café"), (std::vector<std::string>{day + ":12", "days/2025-01-02" + ext() + ":1"}));
+  EXPECT_EQ(find("café"),
+            (std::vector<std::string>{day + ":12", "days/2025-01-02" + ext() + ":1"}));
   EXPECT_EQ(find("CAFE mueller").size(), 0u);
   EXPECT_EQ(find("cafe muller"), std::vector<std::string>{day + ":12"});
 }
@@ -226,8 +227,9 @@ TEST_P(SearchIndexTest, OtherOrgFilesOnlyWhenAskedAndPinnedFirst) {
   dir_.write("vault/archive/old.org", "* Coffee from long ago\n");
   auto o = options();
   const auto without = find("coffee", o);
-  EXPECT_TRUE(std::none_of(without.begin(), without.end(),
-                           [](const std::string& s) { return s.find("notes.org") != std::string::npos; }));
+  EXPECT_TRUE(std::none_of(without.begin(), without.end(), [](const std::string& s) {
+    return s.find("notes.org") != std::string::npos;
+  }));
   o.orgFiles = true;
   o.orgSkip = {"archive"};
   o.orgPins = {"projects/garden.org"};
@@ -252,9 +254,9 @@ TEST(SearchIndexMarks, MarksTheRawBytesOfFoldedMatches) {
 // finds, over pages full of accents and capitals.
 TEST(SearchIndexAgreement, SameLinesAsAScanOfEveryFile) {
   testing::TempDir dir;
-  const std::vector<std::string> vocabulary = {"café", "Cafe", "CAFÉ", "naïve", "Naive", "résumé",
-                                               "Resume", "straße", "STRASSE", "über", "uber",
-                                               "coffee", "tea", "Ångström", "x", "ab"};
+  const std::vector<std::string> vocabulary = {
+      "café",    "Cafe", "CAFÉ", "naïve",  "Naive", "résumé",   "Resume", "straße",
+      "STRASSE", "über", "uber", "coffee", "tea",   "Ångström", "x",      "ab"};
   std::mt19937 random(42);
   std::map<std::string, std::string> texts;
   for (int d = 1; d <= 60; ++d) {
@@ -273,8 +275,8 @@ TEST(SearchIndexAgreement, SameLinesAsAScanOfEveryFile) {
   o.vault = dir.path() / "vault";
   o.cacheFolder = dir.path() / "cache";
   SearchIndex index(o);
-  for (const std::string word : {"cafe", "CAFÉ", "naive", "resume", "strasse", "über", "ab",
-                                 "angstrom", "e s", "offe"}) {
+  for (const std::string word :
+       {"cafe", "CAFÉ", "naive", "resume", "strasse", "über", "ab", "angstrom", "e s", "offe"}) {
     const std::string folded = TextCache::fold(word);
     std::set<std::string> expected;
     for (const auto& [file, text] : texts) {
@@ -285,7 +287,8 @@ TEST(SearchIndexAgreement, SameLinesAsAScanOfEveryFile) {
       }
     }
     std::set<std::string> found;
-    for (const SearchPage& page : index.search(SearchQuery::parse("\"" + std::string(word) + "\""))) {
+    for (const SearchPage& page :
+         index.search(SearchQuery::parse("\"" + std::string(word) + "\""))) {
       for (std::size_t n : page.matches) found.insert(page.file + ":" + std::to_string(n));
     }
     EXPECT_EQ(found, expected) << word;

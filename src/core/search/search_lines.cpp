@@ -15,8 +15,8 @@ bool isBlank(char c) { return c == ' ' || c == '\t'; }
 
 bool isTagByte(char c) {
   const auto u = static_cast<unsigned char>(c);
-  return u >= 0x80 || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') ||
-         (c >= '0' && c <= '9') || c == '_' || c == '-' || c == '/';
+  return u >= 0x80 || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
+         c == '_' || c == '-' || c == '/';
 }
 
 bool startsTag(char c) {

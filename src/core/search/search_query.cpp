@@ -13,7 +13,9 @@ namespace {
 
 bool isBlank(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
 
-std::string inQuotes(std::string_view text) { return "\xE2\x80\x9C" + std::string(text) + "\xE2\x80\x9D"; }
+std::string inQuotes(std::string_view text) {
+  return "\xE2\x80\x9C" + std::string(text) + "\xE2\x80\x9D";
+}
 
 // A tag as written after "tag:" or in a setting: "#work" and "work" name the same tag.
 std::string tagName(std::string_view text) {
@@ -30,7 +32,8 @@ void addUnique(std::vector<std::string>& list, std::string value) {
 
 DayDate dayBound(std::string_view word, std::string_view value) {
   if (auto day = DayDate::parse(value)) return *day;
-  throw SearchQueryError(inQuotes(word) + " is not a day; write days as YYYY-MM-DD, as in from:2026-01-31.");
+  throw SearchQueryError(inQuotes(word) +
+                         " is not a day; write days as YYYY-MM-DD, as in from:2026-01-31.");
 }
 
 SearchKind kindBound(std::string_view word, std::string_view value) {
@@ -128,7 +131,9 @@ std::optional<SearchKind> searchKindNamed(std::string_view name) {
   return std::nullopt;
 }
 
-SearchQuery SearchQuery::parse(std::string_view text) { return checked(readWords(text), "The search"); }
+SearchQuery SearchQuery::parse(std::string_view text) {
+  return checked(readWords(text), "The search");
+}
 
 SearchQuery SearchQuery::fromSaved(const SavedSearch& saved) {
   SearchQuery query = readWords(saved.words);

@@ -19,8 +19,8 @@ struct SavedFilter;
 // Where a line stands in the vault: the journal (a day's journal and notes), the inbox, an
 // outcomes section, a reflection (or a year's gratitude), or anywhere else.
 enum class SearchKind { journal, inbox, outcomes, reflections, other };
-inline constexpr std::array<std::string_view, 5> kSearchKindNames = {
-    "journal", "inbox", "outcomes", "reflections", "other"};
+inline constexpr std::array<std::string_view, 5> kSearchKindNames = {"journal", "inbox", "outcomes",
+                                                                     "reflections", "other"};
 std::optional<SearchKind> searchKindNamed(std::string_view name);
 
 // A query that cannot be read; the message is one sentence for the person.

@@ -40,19 +40,24 @@ TEST(SearchQuery, ReadsEachPartOfTheLanguage) {
       {"coffee coffee", words({"coffee"})},
       {"a - b", words({"a", "-", "b"})},
       {"tag:Work", with(SearchQuery{}, [](SearchQuery& q) { q.tags = {"work"}; })},
-      {"tag:#Café -tag:old", with(SearchQuery{}, [](SearchQuery& q) {
-         q.tags = {"cafe"};
-         q.excludedTags = {"old"};
-       })},
-      {"in:journal in:INBOX",
-       with(SearchQuery{}, [](SearchQuery& q) { q.kinds = {K::journal, K::inbox}; })},
-      {"-in:inbox", with(SearchQuery{}, [](SearchQuery& q) {
-         q.kinds = {K::journal, K::outcomes, K::reflections, K::other};
-       })},
-      {"run from:2026-01-01 to:2026-03-31", with(words({"run"}), [&](SearchQuery& q) {
-         q.from = jan1;
-         q.to = mar31;
-       })},
+      {"tag:#Café -tag:old", with(SearchQuery{},
+                                  [](SearchQuery& q) {
+                                    q.tags = {"cafe"};
+                                    q.excludedTags = {"old"};
+                                  })},
+      {"in:journal in:INBOX", with(SearchQuery{},
+                                   [](SearchQuery& q) {
+                                     q.kinds = {K::journal, K::inbox};
+                                   })},
+      {"-in:inbox", with(SearchQuery{},
+                         [](SearchQuery& q) {
+                           q.kinds = {K::journal, K::outcomes, K::reflections, K::other};
+                         })},
+      {"run from:2026-01-01 to:2026-03-31", with(words({"run"}),
+                                                 [&](SearchQuery& q) {
+                                                   q.from = jan1;
+                                                   q.to = mar31;
+                                                 })},
       // A field without a value, or one the language does not know, is a word.
       {"tag: to:", words({"tag:", "to:"})},
       {"http://example.org", words({"http://example.org"})},
@@ -67,11 +72,12 @@ TEST(SearchQuery, RefusesWhatCannotBeReadWithOneSentence) {
       {"", "The search asks for nothing"},
       {"   \"\"  ", "The search asks for nothing"},
       {"in:diary", "\xE2\x80\x9Cin:diary\xE2\x80\x9D names no part of the vault"},
-      {"from:2026-13-01", "\xE2\x80\x9C" "from:2026-13-01\xE2\x80\x9D is not a day"},
+      {"from:2026-13-01",
+       "\xE2\x80\x9C"
+       "from:2026-13-01\xE2\x80\x9D is not a day"},
       {"to:yesterday", "is not a day"},
       {"from:2026-03-01 to:2026-02-01", "which end before they begin"},
-      {"-in:journal -in:inbox -in:outcomes -in:reflections -in:other",
-       "leaves out every part"},
+      {"-in:journal -in:inbox -in:outcomes -in:reflections -in:other", "leaves out every part"},
   };
   for (const auto& [text, message] : rejected) {
     try {
@@ -92,8 +98,8 @@ TEST(SearchQuery, SavedSearchesAndFiltersBecomeQueries) {
   expected.kinds = {K::journal};
   EXPECT_EQ(SearchQuery::fromSaved(saved), expected);
 
-  SavedFilter any{"Family", {"Mum", "dad"}, false, "", std::nullopt, std::nullopt, false,
-                  std::nullopt};
+  SavedFilter any{"Family",     {"Mum", "dad"}, false, "",
+                  std::nullopt, std::nullopt,   false, std::nullopt};
   SearchQuery anyExpected;
   anyExpected.anyTags = {"mum", "dad"};
   EXPECT_EQ(SearchQuery::fromFilter(any), anyExpected);

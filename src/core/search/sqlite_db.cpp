@@ -31,8 +31,8 @@ bool SqliteError::damaged() const {
 }
 
 SqliteStatement::SqliteStatement(sqlite3* db, std::string_view sql) : db_(db) {
-  const int code = sqlite3_prepare_v2(db, sql.data(), static_cast<int>(sql.size()), &statement_,
-                                      nullptr);
+  const int code =
+      sqlite3_prepare_v2(db, sql.data(), static_cast<int>(sql.size()), &statement_, nullptr);
   if (code != SQLITE_OK) fail(db, code);
 }
 

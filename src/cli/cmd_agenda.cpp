@@ -3,6 +3,7 @@
 #include <ostream>
 
 #include "cli/cmd_inbox_vault.h"
+#include "cli/cmd_search_support.h"
 #include "cli/command.h"
 #include "core/agenda/agenda.h"
 
@@ -34,6 +35,17 @@ class AgendaCommand final : public Command {
     InboxVault vault = InboxVault::open(context, true);
     std::vector<AgendaItem> items;
     guarded(vault, [&] { items = Agenda::build(*vault.store, today, days_); });
+    // The person's own Org files join the agenda unless the settings turn them off.
+    const SearchVault settings = SearchVault::open(context);
+    const VaultConfig defaults;
+    const VaultConfig& config = settings.config ? *settings.config : defaults;
+    if (config.orgAgenda) {
+      std::vector<std::string> skip = config.orgSkip;
+      skip.insert(skip.end(), config.agendaSkip.begin(), config.agendaSkip.end());
+      Agenda::merge(items,
+                    Agenda::orgFileItems(vault.store->paths(), skip, config.orgPins,
+                                         config.orgKeywords, today, today.adding(days_ - 1)));
+    }
 
     if (context.json) {
       Json out = Json::object();
@@ -68,9 +80,11 @@ class AgendaCommand final : public Command {
           source = "outcome of " + (item.page ? item.page->description() : std::string());
           break;
         case AgendaItem::Kind::planning:
-          source = std::string(item.planning == AgendaItem::Planning::deadline ? "deadline"
-                                                                               : "scheduled") +
-                   ", " + (item.page ? item.page->description() : std::string());
+          source =
+              std::string(item.planning == AgendaItem::Planning::deadline ? "deadline"
+                                                                          : "scheduled") +
+              ", " +
+              (item.file ? *item.file : (item.page ? item.page->description() : std::string()));
           break;
       }
       line += "  " + paint.dim("(" + source + ")");

@@ -7,6 +7,7 @@
 #include <ostream>
 
 #include "cli/cmd_inbox_vault.h"
+#include "cli/cmd_search_support.h"
 #include "cli/command.h"
 #include "cli/vault_settings.h"
 #include "core/calendar/day_date.h"
@@ -115,6 +116,13 @@ class OpenCommand final : public Command {
     if (dryRun_) {
       context.out << Json(*link).dump(2) << "\n";
       return 0;
+    }
+    if (const auto* find = std::get_if<DeepLink::Find>(&link->payload)) {
+      // A find link runs the search itself: the results are what the person asked to see.
+      const SearchVault vault = SearchVault::open(context);
+      const std::string asked = "\"" + find->query + "\"";
+      return printSearch(context, asked, parseQuery(find->query),
+                         runSearch(context, vault, parseQuery(find->query), 1));
     }
     const Action action = follow(*link, context);
     if (context.json) {
@@ -277,7 +285,8 @@ class OpenCommand final : public Command {
               return action;
             },
             [&](const DL::Find& v) -> Action {
-              return {"Would search the vault for " + inQuotes(v.query) + ".", std::nullopt};
+              // Reached only through follow() callers other than run(), which searches itself.
+              return {"Search the vault for " + inQuotes(v.query) + ".", std::nullopt};
             },
             [&](const DL::DraftsWindow& v) -> Action {
               return {v.name ? "Would open the drafts window at " + inQuotes(*v.name) + "."

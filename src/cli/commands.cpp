@@ -32,6 +32,10 @@ std::unique_ptr<Command> makeInitCommand();
 std::unique_ptr<Command> makeReflectCommand();
 std::unique_ptr<Command> makeEditCommand();
 std::unique_ptr<Command> makeCompletionCommand();
+std::unique_ptr<Command> makeSearchCommand();
+std::unique_ptr<Command> makeTagsCommand();
+std::unique_ptr<Command> makeTasksCommand();
+std::unique_ptr<Command> makeOnThisDayCommand();
 
 std::vector<std::unique_ptr<Command>> allCommands() {
   std::vector<std::unique_ptr<Command>> commands;
@@ -62,6 +66,10 @@ std::vector<std::unique_ptr<Command>> allCommands() {
   commands.push_back(makeReflectCommand());
   commands.push_back(makeEditCommand());
   commands.push_back(makeCompletionCommand());
+  commands.push_back(makeSearchCommand());
+  commands.push_back(makeTagsCommand());
+  commands.push_back(makeTasksCommand());
+  commands.push_back(makeOnThisDayCommand());
   return commands;
 }
 

@@ -5,9 +5,12 @@
 #include <algorithm>
 #include <set>
 
+#include "core/agenda/org_file_reader.h"
+#include "core/agenda/org_files.h"
 #include "core/calendar/periods.h"
 #include "core/format/text_util.h"
 #include "core/records/repeat.h"
+#include "core/store/text_cache.h"
 #include "core/store/vault_store.h"
 
 namespace trivo {
@@ -230,6 +233,29 @@ std::vector<AgendaItem> Agenda::build(VaultStore& store, const DayDate& from, st
   return items;
 }
 
+std::vector<AgendaItem> Agenda::orgFileItems(const VaultPaths& paths,
+                                             const std::vector<std::string>& skip,
+                                             const std::vector<std::string>& pins,
+                                             std::string_view keywords, const DayDate& from,
+                                             const DayDate& through) {
+  std::vector<AgendaItem> items;
+  for (const OrgFile& org : OrgFiles::list(paths, skip, pins)) {
+    const auto read = TextCache::shared().read(org.file);
+    if (!read) continue;
+    auto found = OrgFileReader::items(read->text, org.relative, from, through, keywords);
+    items.insert(items.end(), std::make_move_iterator(found.begin()),
+                 std::make_move_iterator(found.end()));
+  }
+  sortWithinDays(items);
+  return items;
+}
+
+void Agenda::merge(std::vector<AgendaItem>& agenda, std::vector<AgendaItem> more) {
+  agenda.insert(agenda.end(), std::make_move_iterator(more.begin()),
+                std::make_move_iterator(more.end()));
+  sortWithinDays(agenda);
+}
+
 void to_json(Json& j, const AgendaItem& item) {
   j = Json::object();
   json::put(j, "day", item.day);
@@ -244,6 +270,7 @@ void to_json(Json& j, const AgendaItem& item) {
   } else {
     j["planning"] = nullptr;
   }
+  json::put(j, "file", item.file);
 }
 
 }  // namespace trivo

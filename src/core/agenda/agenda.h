@@ -18,6 +18,7 @@
 namespace trivo {
 
 class VaultStore;
+class VaultPaths;
 
 struct AgendaItem {
   enum class Kind { inbox, outcome, planning };
@@ -33,6 +34,8 @@ struct AgendaItem {
   std::optional<std::int64_t> number;  // an inbox item's number, as inbox listings print it
   std::optional<EntryKey> page;        // the page an outcome or planning line is written on
   std::optional<Planning> planning;
+  // An Org file of the person's own that holds the planning line, relative to the vault root.
+  std::optional<std::string> file;
 
   bool operator==(const AgendaItem&) const = default;
 };
@@ -63,6 +66,17 @@ class Agenda {
   // The planning entries of one page's text between `from` and `through` inclusive.
   static std::vector<AgendaItem> planningLines(std::string_view text, const EntryKey& page,
                                                const DayDate& from, const DayDate& through);
+
+  // The planning entries between `from` and `through` of the vault's other Org files (those that
+  // OrgFiles::list finds, less `skip`), read by OrgFileReader with `keywords` for files that
+  // declare none; files named in `pins` first. Unreadable files are passed over.
+  static std::vector<AgendaItem> orgFileItems(const VaultPaths& paths,
+                                              const std::vector<std::string>& skip,
+                                              const std::vector<std::string>& pins,
+                                              std::string_view keywords, const DayDate& from,
+                                              const DayDate& through);
+  // Adds `more` to an agenda built by `build`, keeping its order: by day, timed entries first.
+  static void merge(std::vector<AgendaItem>& agenda, std::vector<AgendaItem> more);
 };
 
 void to_json(Json& j, const AgendaItem& item);

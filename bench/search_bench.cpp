@@ -1,0 +1,130 @@
+// Full-text search over a ten-year vault: building the index from nothing, a query after one page
+// changed (the index brought up to date first, as every search does), and a query when nothing
+// changed. The vault is $TRIVO_BENCH_VAULT, else one made by the shared generator
+// (python3 genvault.py OUT --years 10 --format md --seed 42; $TRIVO_GENVAULT names the script).
+// The after-an-edit case appends lines to one page of that vault.
+#include <benchmark/benchmark.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <optional>
+#include <string>
+
+#include "core/search/search_index.h"
+
+namespace trivo {
+namespace {
+
+namespace fs = std::filesystem;
+
+struct BenchVault {
+  BenchVault() {
+    std::string pattern = (fs::temp_directory_path() / "trivo-search-bench-XXXXXX").string();
+    if (!mkdtemp(pattern.data())) std::abort();
+    scratch = pattern;
+    if (const char* given = std::getenv("TRIVO_BENCH_VAULT")) {
+      vault = given;
+      return;
+    }
+    const char* script = std::getenv("TRIVO_GENVAULT");
+    const fs::path generator =
+        script ? fs::path(script)
+               : fs::path(TRIVO_SOURCE_DIR) / ".." / "shared" / "tools" / "genvault.py";
+    if (!fs::exists(generator)) return;
+    const fs::path out = scratch / "vault";
+    const std::string command = "python3 '" + generator.string() + "' '" + out.string() +
+                                "' --years 10 --format md --seed 42 > /dev/null";
+    if (std::system(command.c_str()) == 0) vault = out;
+  }
+  ~BenchVault() { fs::remove_all(scratch); }
+
+  [[nodiscard]] SearchIndex::Options options() const {
+    SearchIndex::Options o;
+    o.vault = *vault;
+    o.cacheFolder = scratch / "cache";
+    return o;
+  }
+
+  fs::path scratch;
+  std::optional<fs::path> vault;
+};
+
+BenchVault& benchVault() {
+  static BenchVault shared;
+  return shared;
+}
+
+void BM_SearchFirstBuild(benchmark::State& state) {
+  BenchVault& bench = benchVault();
+  if (!bench.vault) {
+    state.SkipWithError("no vault: set TRIVO_BENCH_VAULT or TRIVO_GENVAULT");
+    return;
+  }
+  std::size_t files = 0;
+  for (auto _ : state) {
+    state.PauseTiming();
+    fs::remove_all(bench.scratch / "cache");
+    state.ResumeTiming();
+    SearchIndex index(bench.options());
+    files = index.refresh().read;
+  }
+  state.counters["files"] = static_cast<double>(files);
+  state.counters["index MiB"] = static_cast<double>(fs::file_size(SearchIndex::databaseFile(
+                                    bench.scratch / "cache", *bench.vault))) /
+                                (1024.0 * 1024.0);
+}
+BENCHMARK(BM_SearchFirstBuild)->Unit(benchmark::kMillisecond)->Iterations(2);
+
+// A query in a fresh process after an edit: open the index, re-read the changed page, search.
+void BM_SearchAfterAnEdit(benchmark::State& state) {
+  BenchVault& bench = benchVault();
+  if (!bench.vault) {
+    state.SkipWithError("no vault: set TRIVO_BENCH_VAULT or TRIVO_GENVAULT");
+    return;
+  }
+  SearchIndex(bench.options()).refresh();
+  const fs::path page = *bench.vault / "days" / "2020-06-15.md";
+  std::size_t round = 0;
+  std::size_t lines = 0;
+  for (auto _ : state) {
+    state.PauseTiming();
+    {
+      std::ofstream out(page, std::ios::app);
+      out << "- 23:59 — benchmark coffee note " << round++ << "\n";
+    }
+    state.ResumeTiming();
+    SearchIndex index(bench.options());
+    lines = 0;
+    for (const SearchPage& p : index.search(SearchQuery::parse("coffee")))
+      lines += p.matches.size();
+  }
+  state.counters["matching lines"] = static_cast<double>(lines);
+}
+BENCHMARK(BM_SearchAfterAnEdit)->Unit(benchmark::kMillisecond);
+
+// The same query when nothing changed, with the index already open (a long-running process).
+void BM_SearchWarm(benchmark::State& state) {
+  BenchVault& bench = benchVault();
+  if (!bench.vault) {
+    state.SkipWithError("no vault: set TRIVO_BENCH_VAULT or TRIVO_GENVAULT");
+    return;
+  }
+  SearchIndex index(bench.options());
+  index.refresh();
+  const std::string query = state.range(0) == 0 ? "coffee" : "\"parser rewrite\" -good";
+  const SearchQuery parsed = SearchQuery::parse(query);
+  std::size_t lines = 0;
+  for (auto _ : state) {
+    lines = 0;
+    for (const SearchPage& p : index.search(parsed)) lines += p.matches.size();
+  }
+  state.SetLabel(query);
+  state.counters["matching lines"] = static_cast<double>(lines);
+}
+BENCHMARK(BM_SearchWarm)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
+
+}  // namespace
+}  // namespace trivo

@@ -1,0 +1,107 @@
+// The full-text index of a vault: an SQLite FTS5 database (trigram tokens over case- and
+// accent-folded lines) kept in the user's cache folder, one per vault, brought up to date from
+// file sizes and modification times before each search. The database is only a cache: one that
+// is missing, damaged or of another layout is deleted and built again from the pages.
+#pragma once
+
+#include <cstddef>
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "core/calendar/day_date.h"
+#include "core/search/search_query.h"
+#include "core/vault/entry_key.h"
+#include "core/vault/vault_format.h"
+
+namespace trivo {
+
+class SqliteDb;
+
+// One file with lines that match, and the lines shown around them.
+struct SearchPage {
+  std::string file;              // relative to the vault root, with "/"
+  std::optional<EntryKey> page;  // nothing for an Org file of the person's own
+  std::optional<DayDate> first;  // the first and last day of the page's period
+  std::optional<DayDate> last;
+  bool pinned = false;                       // an Org file named in the pins
+  std::vector<std::size_t> matches;          // numbers of the matching lines, ascending
+  std::map<std::size_t, std::string> lines;  // matching lines and their neighbours, by number
+
+  bool operator==(const SearchPage&) const = default;
+};
+
+class SearchIndex {
+ public:
+  struct Options {
+    std::filesystem::path vault;  // the vault root
+    VaultFormat format = VaultFormat::markdown;
+    std::filesystem::path cacheFolder;  // where the databases are kept; created when missing
+    bool orgFiles = false;              // also index the vault's other Org files
+    std::vector<std::string> orgSkip;   // which of them to leave out
+    std::vector<std::string> orgPins;   // which of them come first
+    std::size_t context = 1;            // neighbours shown on each side of a matching line
+    // Told how far a build that reads every file has come (files read, files in all); called
+    // only when the database was missing or thrown away.
+    std::function<void(std::size_t, std::size_t)> progress;
+  };
+
+  // What bringing the index up to date did.
+  struct Refresh {
+    bool rebuilt = false;     // the database was missing, damaged or stale and was made anew
+    std::size_t read = 0;     // files read because they were new or changed
+    std::size_t removed = 0;  // files gone from the vault
+    bool operator==(const Refresh&) const = default;
+  };
+
+  // "$XDG_CACHE_HOME/trivo" when that variable holds an absolute path, else "~/.cache/trivo";
+  // nothing when neither can be formed.
+  static std::optional<std::filesystem::path> defaultCacheFolder(const char* xdgCacheHome,
+                                                                 const char* home);
+  // The database file of a vault: "search-<hash of the vault's absolute path>.sqlite".
+  static std::filesystem::path databaseFile(const std::filesystem::path& cacheFolder,
+                                            const std::filesystem::path& vault);
+
+  // Opens the vault's database, creating it (or replacing a damaged one) as needed; the files
+  // are read on the first refresh. Throws SqliteError when the cache folder cannot hold a
+  // database at all.
+  explicit SearchIndex(Options options);
+  ~SearchIndex();
+  SearchIndex(const SearchIndex&) = delete;
+  SearchIndex& operator=(const SearchIndex&) = delete;
+
+  // Reads the files that are new or whose size or modification time changed, and forgets those
+  // that are gone, in one transaction. A database found damaged meanwhile is rebuilt once.
+  Refresh refresh();
+  // Brings the index up to date, then finds the matching lines: pages with days newest first
+  // (by their last day, then their first), then the inbox, then other Org files (pinned first,
+  // then by path).
+  std::vector<SearchPage> search(const SearchQuery& query);
+  [[nodiscard]] const Refresh& lastRefresh() const { return lastRefresh_; }
+  [[nodiscard]] const std::filesystem::path& file() const { return file_; }
+
+  // The byte ranges of `line` where the query's words and phrases match, folded as the index
+  // folds, sorted and merged; for marking them on a terminal.
+  static std::vector<std::pair<std::size_t, std::size_t>> marks(std::string_view line,
+                                                                const SearchQuery& query);
+
+ private:
+  void open();
+  void discard();
+  Refresh refreshOnce();
+  std::vector<SearchPage> searchOnce(const SearchQuery& query);
+
+  Options options_;
+  std::filesystem::path file_;
+  std::unique_ptr<SqliteDb> db_;
+  bool fresh_ = false;  // the database was created by this object and holds no file yet
+  Refresh lastRefresh_;
+};
+
+}  // namespace trivo

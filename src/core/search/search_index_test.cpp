@@ -1,0 +1,300 @@
+// Search over real temporary vaults in both syntaxes: folding, the query language, lines and
+// their kinds and tags, incremental updates, and indexes that are damaged on disk.
+#include "core/search/search_index.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <random>
+#include <set>
+
+#include "core/search/search_lines.h"
+#include "core/store/text_cache.h"
+#include "testing/scoped_env.h"
+
+namespace trivo {
+namespace {
+
+namespace fs = std::filesystem;
+
+const std::string kMarkdownDay = R"(---
+date: 2026-09-16
+type: day
+---
+# Wednesday, 16 September 2026
+
+## Outcomes
+- [ ] Ship the report #work
+- [ ] Call the bank
+
+## Notes
+Coffee at the Café Müller with Ana.
+Bought COFFEE beans.
+
+## Journal
+- 09:14 — Met Ana at the park #friends
+  she moved to Lyon
+- 18:00 — Decaf coffee, sadly
+
+## Sessions
+)";
+
+const std::string kOrgDay = R"(#+title: Wednesday, 16 September 2026
+#+date: 2026-09-16
+#+type: day
+#+TODO: TODO NEXT | DONE
+
+
+* Outcomes
+** TODO Ship the report :work:
+** TODO Call the bank
+
+* Notes
+Coffee at the Café Müller with Ana.
+Bought COFFEE beans.
+
+* Journal
+- [2026-09-16 Wed 09:14] Met Ana at the park #friends
+  she moved to Lyon
+- [2026-09-16 Wed 18:00] Decaf coffee, sadly
+)";
+
+class SearchIndexTest : public ::testing::TestWithParam<VaultFormat> {
+ protected:
+  std::string ext() const { return GetParam() == VaultFormat::org ? ".org" : ".md"; }
+  fs::path vault() const { return dir_.path() / "vault"; }
+
+  void writePage(const std::string& relative, const std::string& text) const {
+    dir_.write("vault/" + relative, text);
+  }
+
+  SearchIndex::Options options() const {
+    SearchIndex::Options o;
+    o.vault = vault();
+    o.format = GetParam();
+    o.cacheFolder = dir_.path() / "cache";
+    o.context = 1;
+    return o;
+  }
+
+  // "file:line" for every matching line, in the order found.
+  std::vector<std::string> find(const std::string& query, SearchIndex::Options o) const {
+    SearchIndex index(std::move(o));
+    std::vector<std::string> out;
+    for (const SearchPage& page : index.search(SearchQuery::parse(query))) {
+      for (std::size_t n : page.matches) out.push_back(page.file + ":" + std::to_string(n));
+    }
+    return out;
+  }
+  std::vector<std::string> find(const std::string& query) const { return find(query, options()); }
+
+  void SetUp() override {
+    writePage("days/2026-09-16" + ext(), GetParam() == VaultFormat::org ? kOrgDay : kMarkdownDay);
+    writePage("days/2025-01-02" + ext(), "Cafe notes from last year\n");
+    writePage("weeks/2026-W38" + ext(), "Weekly coffee review\n");
+    writePage("inbox" + ext(), "- [ ] buy coffee filters #errands\n");
+  }
+
+  testing::TempDir dir_;
+};
+
+INSTANTIATE_TEST_SUITE_P(BothSyntaxes, SearchIndexTest,
+                         ::testing::Values(VaultFormat::markdown, VaultFormat::org));
+
+TEST_P(SearchIndexTest, FoldsCaseAndAccentsBothWays) {
+  const std::string day = "days/2026-09-16" + ext();
+  EXPECT_EQ(find("café"),
+            (std::vector<std::string>{day + ":12", "days/2025-01-02" + ext() + ":1"}));
+  EXPECT_EQ(find("CAFE mueller").size(), 0u);
+  EXPECT_EQ(find("cafe muller"), std::vector<std::string>{day + ":12"});
+}
+
+TEST_P(SearchIndexTest, NewestPageFirstThenTheInbox) {
+  const auto found = find("coffee");
+  const std::vector<std::string> files = [&] {
+    std::vector<std::string> f;
+    for (const auto& hit : found) f.push_back(hit.substr(0, hit.find(':')));
+    f.erase(std::unique(f.begin(), f.end()), f.end());
+    return f;
+  }();
+  // The week ends on Sunday 20 September, after the day page.
+  EXPECT_EQ(files, (std::vector<std::string>{"weeks/2026-W38" + ext(), "days/2026-09-16" + ext(),
+                                             "inbox" + ext()}));
+}
+
+TEST_P(SearchIndexTest, PhrasesWordsInAnyOrderAndLeftOutWords) {
+  const std::string day = "days/2026-09-16" + ext();
+  EXPECT_EQ(find("\"with ana\""), std::vector<std::string>{day + ":12"});
+  EXPECT_EQ(find("\"ana with\"").size(), 0u);
+  EXPECT_EQ(find("ana with"), std::vector<std::string>{day + ":12"});
+  EXPECT_EQ(find("coffee in:journal -decaf"), (std::vector<std::string>{day + ":12", day + ":13"}));
+  // Two-letter words are matched too, though the trigram index cannot look them up.
+  EXPECT_EQ(find("ly in:journal"), (std::vector<std::string>{day + ":17", day + ":18"}));
+}
+
+TEST_P(SearchIndexTest, TagsKindsAndDays) {
+  const std::string day = "days/2026-09-16" + ext();
+  EXPECT_EQ(find("tag:friends"), std::vector<std::string>{day + ":16"});
+  EXPECT_EQ(find("tag:work"), std::vector<std::string>{day + ":8"});
+  EXPECT_EQ(find("tag:errands coffee"), std::vector<std::string>{"inbox" + ext() + ":1"});
+  EXPECT_EQ(find("bank in:outcomes").size(), 1u);
+  EXPECT_EQ(find("bank in:journal").size(), 0u);
+  EXPECT_EQ(find("coffee in:inbox"), std::vector<std::string>{"inbox" + ext() + ":1"});
+  EXPECT_EQ(find("cafe to:2025-12-31"),
+            (std::vector<std::string>{"days/2025-01-02" + ext() + ":1"}));
+  // A week reaches into the days it spans; undated pages stay out of a bounded search.
+  EXPECT_EQ(find("coffee from:2026-09-20"),
+            (std::vector<std::string>{"weeks/2026-W38" + ext() + ":1"}));
+}
+
+TEST_P(SearchIndexTest, NeighboursAroundEachMatch) {
+  SearchIndex index(options());
+  const auto pages = index.search(SearchQuery::parse("lyon"));
+  ASSERT_EQ(pages.size(), 1u);
+  EXPECT_EQ(pages[0].matches, std::vector<std::size_t>{17});
+  ASSERT_EQ(pages[0].lines.size(), 3u);
+  EXPECT_NE(pages[0].lines.at(16).find("Met Ana"), std::string::npos);
+  EXPECT_NE(pages[0].lines.at(18).find("Decaf"), std::string::npos);
+}
+
+TEST_P(SearchIndexTest, ReadsOnlyWhatChangedAndForgetsWhatIsGone) {
+  SearchIndex index(options());
+  EXPECT_EQ(index.refresh(), (SearchIndex::Refresh{true, 4, 0}));
+  EXPECT_EQ(index.refresh(), (SearchIndex::Refresh{false, 0, 0}));
+
+  writePage("days/2025-01-02" + ext(), "Tea notes from last year\n");
+  const SearchQuery cafe = SearchQuery::parse("cafe");
+  EXPECT_EQ(index.search(cafe).size(), 1u);
+  EXPECT_EQ(index.lastRefresh(), (SearchIndex::Refresh{false, 1, 0}));
+  EXPECT_EQ(index.search(SearchQuery::parse("tea")).size(), 1u);
+
+  fs::remove(vault() / ("weeks/2026-W38" + ext()));
+  EXPECT_EQ(index.search(SearchQuery::parse("weekly")).size(), 0u);
+  EXPECT_EQ(index.lastRefresh(), (SearchIndex::Refresh{false, 0, 1}));
+
+  // A second process opening the same database finds it up to date.
+  SearchIndex again(options());
+  EXPECT_EQ(again.refresh(), (SearchIndex::Refresh{false, 0, 0}));
+}
+
+TEST_P(SearchIndexTest, DamagedOrMissingDatabasesAreRebuiltNeverTrusted) {
+  const fs::path file = SearchIndex::databaseFile(dir_.path() / "cache", vault());
+  {
+    SearchIndex index(options());
+    index.refresh();
+  }
+  ASSERT_TRUE(fs::exists(file));
+  const auto size = fs::file_size(file);
+
+  auto rebuiltAndRight = [&](const std::string& damage) {
+    SearchIndex index(options());
+    EXPECT_EQ(find("cafe").size(), 2u) << damage;
+    EXPECT_TRUE(SearchIndex(options()).refresh() == (SearchIndex::Refresh{false, 0, 0})) << damage;
+  };
+
+  fs::resize_file(file, size / 2);
+  rebuiltAndRight("truncated to half");
+
+  fs::resize_file(file, 0);
+  rebuiltAndRight("truncated to nothing");
+
+  {
+    std::ofstream garbage(file, std::ios::binary | std::ios::trunc);
+    std::mt19937 random(7);
+    for (int i = 0; i < 100000; ++i) garbage.put(static_cast<char>(random()));
+  }
+  rebuiltAndRight("garbage");
+
+  {
+    // Damage inside an otherwise valid file: a page of the index overwritten.
+    SearchIndex(options()).refresh();
+    std::fstream inside(file, std::ios::binary | std::ios::in | std::ios::out);
+    inside.seekp(4096 * 2);
+    for (int i = 0; i < 4096; ++i) inside.put('\x5a');
+  }
+  rebuiltAndRight("a page overwritten");
+
+  fs::remove(file);
+  rebuiltAndRight("deleted");
+}
+
+TEST_P(SearchIndexTest, OtherOrgFilesOnlyWhenAskedAndPinnedFirst) {
+  dir_.write("vault/projects/garden.org", "* TODO Buy coffee plants\n");
+  dir_.write("vault/notes.org", "* Coffee tasting notes :tasting:\n");
+  dir_.write("vault/archive/old.org", "* Coffee from long ago\n");
+  auto o = options();
+  const auto without = find("coffee", o);
+  EXPECT_TRUE(std::none_of(without.begin(), without.end(), [](const std::string& s) {
+    return s.find("notes.org") != std::string::npos;
+  }));
+  o.orgFiles = true;
+  o.orgSkip = {"archive"};
+  o.orgPins = {"projects/garden.org"};
+  const auto with = find("coffee", o);
+  ASSERT_GE(with.size(), 2u);
+  EXPECT_EQ(with[with.size() - 2], "projects/garden.org:1");
+  EXPECT_EQ(with.back(), "notes.org:1");
+  EXPECT_EQ(find("tag:tasting", o), std::vector<std::string>{"notes.org:1"});
+}
+
+TEST(SearchIndexMarks, MarksTheRawBytesOfFoldedMatches) {
+  const SearchQuery q = SearchQuery::parse("cafe \"ANA\"");
+  const std::string line = "Café with Ana and Anaïs";
+  const auto marks = SearchIndex::marks(line, q);
+  ASSERT_EQ(marks.size(), 3u);
+  EXPECT_EQ(line.substr(marks[0].first, marks[0].second - marks[0].first), "Café");
+  EXPECT_EQ(line.substr(marks[1].first, marks[1].second - marks[1].first), "Ana");
+  EXPECT_EQ(line.substr(marks[2].first, marks[2].second - marks[2].first), "Ana");
+}
+
+// What the index finds for a plain word is exactly what a line-by-line scan of the folded text
+// finds, over pages full of accents and capitals.
+TEST(SearchIndexAgreement, SameLinesAsAScanOfEveryFile) {
+  testing::TempDir dir;
+  const std::vector<std::string> vocabulary = {
+      "café",    "Cafe", "CAFÉ", "naïve",  "Naive", "résumé",   "Resume", "straße",
+      "STRASSE", "über", "uber", "coffee", "tea",   "Ångström", "x",      "ab"};
+  std::mt19937 random(42);
+  std::map<std::string, std::string> texts;
+  for (int d = 1; d <= 60; ++d) {
+    std::string text;
+    for (int line = 0; line < 30; ++line) {
+      for (int w = 0; w < 6; ++w) text += vocabulary[random() % vocabulary.size()] + " ";
+      text += "\n";
+    }
+    char name[32];
+    std::snprintf(name, sizeof name, "days/2026-03-%02d.md", (d - 1) % 28 + 1);
+    const std::string file = d <= 28 ? name : "weeks/2026-W" + std::to_string(d - 18) + ".md";
+    texts[file] = text;
+    dir.write("vault/" + file, text);
+  }
+  SearchIndex::Options o;
+  o.vault = dir.path() / "vault";
+  o.cacheFolder = dir.path() / "cache";
+  SearchIndex index(o);
+  for (const std::string word :
+       {"cafe", "CAFÉ", "naive", "resume", "strasse", "über", "ab", "angstrom", "e s", "offe"}) {
+    const std::string folded = TextCache::fold(word);
+    std::set<std::string> expected;
+    for (const auto& [file, text] : texts) {
+      for (const SearchLine& line : searchLines(text, VaultFormat::markdown, std::nullopt)) {
+        if (TextCache::fold(line.text).find(folded) != std::string::npos) {
+          expected.insert(file + ":" + std::to_string(line.number));
+        }
+      }
+    }
+    std::set<std::string> found;
+    for (const SearchPage& page :
+         index.search(SearchQuery::parse("\"" + std::string(word) + "\""))) {
+      for (std::size_t n : page.matches) found.insert(page.file + ":" + std::to_string(n));
+    }
+    EXPECT_EQ(found, expected) << word;
+    EXPECT_FALSE(expected.empty()) << word;
+  }
+}
+
+}  // namespace
+}  // namespace trivo

@@ -239,11 +239,15 @@ std::vector<fs::path> LiveState::urls() {
   return result;
 }
 
-void LiveState::write(const LiveState& state) {
+namespace {
+
+void writeTo(const LiveState& state, bool firstOnly) {
   // Text that is not UTF-8 is replaced rather than failing the whole record.
   const std::string bytes = Json(state).dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
   std::lock_guard lock(lastWrittenMutex);
-  for (const auto& place : usablePlaces()) {
+  auto places = usablePlaces();
+  if (firstOnly && places.size() > 1) places.erase(places.begin() + 1, places.end());
+  for (const auto& place : places) {
     const fs::path target = place.folder / kLiveFile;
     auto [it, fresh] = lastWritten().try_emplace(target);
     if (!fresh && it->second == bytes) continue;
@@ -255,6 +259,12 @@ void LiveState::write(const LiveState& state) {
     }
   }
 }
+
+}  // namespace
+
+void LiveState::write(const LiveState& state) { writeTo(state, false); }
+
+void LiveState::restamp(const LiveState& state) { writeTo(state, true); }
 
 LiveState LiveState::read() {
   for (const auto& place : usablePlaces()) {

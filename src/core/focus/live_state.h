@@ -115,6 +115,10 @@ struct LiveState {
   // last wrote to those places (so the app may call this on every tick). Write errors are
   // ignored. Thread-safe.
   static void write(const LiveState& state);
+  // Writes the record to the first place only: a restamp of unchanged content, which only says
+  // the writer is still there. Readers take the first place that reads, so the others need the
+  // stamp only when the first is gone, and then the next full write reaches them.
+  static void restamp(const LiveState& state);
   // The first place whose record reads and decodes; otherwise the default record (phase idle,
   // stamp in the distant past).
   [[nodiscard]] static LiveState read();

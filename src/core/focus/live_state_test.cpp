@@ -159,6 +159,21 @@ TEST_F(LiveStateFiles, AnIdenticalRecordIsNotWrittenAgain) {
   EXPECT_EQ(LiveState::read(), changed);
 }
 
+TEST_F(LiveStateFiles, ARestampReachesTheFirstPlaceOnly) {
+  LiveState::write(sampleState());
+  const auto fallback = statOf(stateFile("live.json"));
+  LiveState later = sampleState();
+  later.stamp += 4s;
+  LiveState::restamp(later);
+  EXPECT_EQ(LiveState::read(), later);
+  EXPECT_EQ(statOf(stateFile("live.json")).st_ino, fallback.st_ino);
+  // With the first place gone, a restamp recreates it there.
+  std::filesystem::remove(groupFile("live.json"));
+  later.stamp += 4s;
+  LiveState::restamp(later);
+  EXPECT_EQ(LiveState::read(), later);
+}
+
 TEST_F(LiveStateFiles, TextThatIsNotUtf8IsReplacedNotFatal) {
   LiveState s = sampleState();
   s.subject = std::string("Caf\xC3", 4);

@@ -602,10 +602,15 @@ struct VaultService::Impl {
   void writeLiveState(bool heartbeatDue) {
     if (!feedsWidgets()) return;
     LiveState state = compose();
-    if (!heartbeatDue && lastWritten && *lastWritten == state) return;
+    const bool unchanged = lastWritten && *lastWritten == state;
+    if (!heartbeatDue && unchanged) return;
     lastWritten = state;
     state.stamp = real.now();
-    LiveState::write(state);
+    if (unchanged) {
+      LiveState::restamp(state);
+    } else {
+      LiveState::write(state);
+    }
     lastStamp = Steady::now();
   }
 

@@ -30,6 +30,7 @@ std::unique_ptr<Command> makeInitCommand();
 std::unique_ptr<Command> makeReflectCommand();
 std::unique_ptr<Command> makeEditCommand();
 std::unique_ptr<Command> makeCompletionCommand();
+std::unique_ptr<Command> makeConvertCommand();
 
 std::vector<std::unique_ptr<Command>> allCommands() {
   std::vector<std::unique_ptr<Command>> commands;
@@ -58,6 +59,7 @@ std::vector<std::unique_ptr<Command>> allCommands() {
   commands.push_back(makeReflectCommand());
   commands.push_back(makeEditCommand());
   commands.push_back(makeCompletionCommand());
+  commands.push_back(makeConvertCommand());
   return commands;
 }
 

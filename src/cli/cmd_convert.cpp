@@ -61,8 +61,13 @@ class ConvertCommand final : public Command {
       }
       if (!to_) throw UserError("Name the syntax to convert to with --to org or --to markdown.", 2);
       const VaultFormat to = *to_ == "org" ? VaultFormat::org : VaultFormat::markdown;
+      const char* name = to == VaultFormat::org ? "Org" : "Markdown";
       if (dryRun_) {
         const auto plan = converter.plan(to);
+        if (plan.from == to) {
+          context.out << "The vault is already written in " << name << "; nothing to convert.\n";
+          return 0;
+        }
         for (const auto& move : plan.pages) {
           context.out << move.from.generic_string() << " → " << move.to.generic_string() << "\n";
         }
@@ -74,9 +79,13 @@ class ConvertCommand final : public Command {
       }
       const auto outcome = converter.convert(to, progress);
       bar.finish();
+      if (outcome.plan.from == to) {
+        context.out << "The vault is already written in " << name << "; nothing to convert.\n";
+        return 0;
+      }
       warnIncomplete(context, outcome.plan);
       context.out << "Converted " << outcome.plan.pages.size() << " pages to "
-                  << (to == VaultFormat::org ? "Org" : "Markdown") << "; the old pages are kept in "
+                  << name << "; the old pages are kept in "
                   << outcome.kept.lexically_relative(root).generic_string()
                   << " (trivo convert --undo puts them back).\n";
       return 0;

@@ -187,6 +187,18 @@ std::string MarkupConverter::fromOrgMark(std::string_view s) {
       i += kZeroWidthSpace.size() + 1;
       continue;
     }
+    if (s.substr(i, 8) == "@@trivo:") {
+      const std::size_t end = s.find("@@", i + 8);
+      if (end != std::string_view::npos) {
+        const std::string_view inner = s.substr(i + 8, end - i - 8);
+        if (!inner.empty() && !isBlank(inner.front()) && !isBlank(inner.back()) &&
+            inner.find("--") == std::string_view::npos) {
+          out += "<!-- " + std::string(inner) + " -->";
+          i = end + 2;
+          continue;
+        }
+      }
+    }
     if (const std::size_t address = bareAddress(s, i)) {
       out.append(s.substr(i, address));
       i += address;
@@ -263,6 +275,19 @@ std::string MarkupConverter::toOrgMark(std::string_view s) {
         out += converted ? *converted : std::string(s.substr(i, link->length));
         i += link->length;
         continue;
+      }
+    }
+    if (s.substr(i, 5) == "<!-- ") {
+      // A hidden note: Org hides the same text as a snippet of the "trivo" back end.
+      const std::size_t end = s.find(" -->", i + 5);
+      if (end != std::string_view::npos) {
+        const std::string_view inner = s.substr(i + 5, end - i - 5);
+        if (!inner.empty() && !isBlank(inner.front()) && !isBlank(inner.back()) &&
+            inner.find("@@") == std::string_view::npos && inner.find("--") == std::string_view::npos) {
+          out += "@@trivo:" + std::string(inner) + "@@";
+          i = end + 4;
+          continue;
+        }
       }
     }
     if (c == '<') {

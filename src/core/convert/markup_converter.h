@@ -11,7 +11,7 @@ class MarkupConverter {
  public:
   // Org marks of one line as Markdown: "*b*" → "**b**", "/i/" → "*i*", "~c~" and "=c=" → "`c`",
   // "+s+" → "~~s~~", "[[https://x][d]]" → "[d](https://x)", "[[https://x]]" → "<https://x>",
-  // "[[file:media/a.png]]" → "![](media/a.png)". Links between pages and links without a scheme
+  // "[[file:media/a.png]]" → "![](media/a.png)", "@@trivo:note@@" → "<!-- note -->". Links between pages and links without a scheme
   // stay as written. A zero-width space that keeps a literal from reading as an Org mark is
   // taken off again.
   static std::string fromOrgMark(std::string_view line);

@@ -30,6 +30,7 @@ TEST(MarkupConverter, MarksConvertBothWaysAndComeBack) {
       {"snake_case_name and 2*3*4", "snake_case_name and 2*3*4"},
       {"a * b * c", "a * b * c"},
       {"", ""},
+      {"Ship it <!-- closed: 2026-09-16 10:02 -->", "Ship it @@trivo:closed: 2026-09-16 10:02@@"},
       // Markdown text that Org would read as a mark is kept from doing so.
       {"mount /usr/local/ first", "mount " + kZws + "/usr/local/ first"},
       {"=x= and ~y~", kZws + "=x= and " + kZws + "~y~"},

@@ -51,37 +51,39 @@ std::string withoutKeywords(std::string_view text) {
 PageConverter::PageConverter(YearMode yearMode, VaultFormat from, VaultFormat to)
     : from_(from),
       to_(to),
-      yearMode_(yearMode),
       reader_(yearMode, TextSyntax{from}),
       writer_(yearMode, TextSyntax{to}) {}
 
 std::string PageConverter::convert(const EntryKey& key, std::string_view text) const {
   if (from_ == to_) return std::string(text);
+  return convertWith(key, text, reader_, writer_, to_);
+}
+
+std::string PageConverter::convertWith(const EntryKey& key, std::string_view text,
+                                       const MarkdownSerializer& reader,
+                                       const MarkdownSerializer& writer, VaultFormat to) {
   return withPageKind(key, [&](auto kind, const auto& id) {
     using Kind = decltype(kind);
     using Entry = typename Kind::Entry;
-    Json json = Kind::parse(reader_, text, id);
-    if (to_ == VaultFormat::org) {
+    Json json = Kind::parse(reader, text, id);
+    if (to == VaultFormat::org) {
       convertStrings(json, [](std::string_view s) { return MarkupConverter::toOrg(s); });
     } else {
       convertStrings(json, [](std::string_view s) { return MarkupConverter::toMarkdown(s); });
     }
-    return Kind::render(writer_, json.template get<Entry>());
+    return Kind::render(writer, json.template get<Entry>());
   });
 }
 
-}  // namespace trivo
-
-namespace trivo {
-
 bool PageConverter::comesBack(const EntryKey& key, std::string_view text,
                               std::string_view converted) const {
+  if (from_ == to_) return true;
   try {
-    const PageConverter back(yearMode_, to_, from_);
     const std::string canonical = withPageKind(key, [&](auto kind, const auto& id) {
       return decltype(kind)::render(reader_, decltype(kind)::parse(reader_, text, id));
     });
-    return withoutKeywords(back.convert(key, converted)) == withoutKeywords(canonical);
+    const std::string back = convertWith(key, converted, writer_, reader_, from_);
+    return withoutKeywords(back) == withoutKeywords(canonical);
   } catch (const std::exception&) {
     return false;
   }

@@ -32,9 +32,12 @@ class PageConverter {
                                std::string_view converted) const;
 
  private:
+  static std::string convertWith(const EntryKey& key, std::string_view text,
+                                 const MarkdownSerializer& reader,
+                                 const MarkdownSerializer& writer, VaultFormat to);
+
   VaultFormat from_;
   VaultFormat to_;
-  YearMode yearMode_;
   MarkdownSerializer reader_;
   MarkdownSerializer writer_;
 };

@@ -181,7 +181,8 @@ class GeneratedVault : public ::testing::Test {
     fs::remove_all(dir);
     const auto r = testing::runExecutable(
         "/usr/bin/python3", {generator()->string(), dir.string(), "--years", "1",
-                             "--format", format, "--seed", "7"});
+                             "--format", format, "--seed", "7",
+                             "--inbox-items", "30"});
     EXPECT_EQ(r.exitCode, 0) << r.err;
     return dir;
   }

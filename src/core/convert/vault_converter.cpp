@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cerrno>
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include "core/config/config_store.h"
@@ -50,6 +51,17 @@ std::string readPage(const fs::path& root, const fs::path& relative) {
     throw ConversionError(fmt::format("{} cannot be read ({}); nothing was converted.",
                                       relative.string(), e.reason()));
   }
+}
+
+// Flushes everything written to the vault's file system so far: one call after many quick
+// writes costs far less than making each of them durable on its own.
+void syncVault(const fs::path& root) {
+  const int fd = ::open(root.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (fd < 0) throw FileError(errno, root, "open");
+  const int synced = ::syncfs(fd);
+  const int error = errno;
+  ::close(fd);
+  if (synced != 0) throw FileError(error, root, "sync");
 }
 
 }  // namespace
@@ -156,10 +168,8 @@ VaultConverter::Prepared VaultConverter::prepare(VaultFormat to) const {
     return prepared;
   }
   plan.from = detectVaultFormat(root_);
-  if (plan.from == to) {
-    throw ConversionError(fmt::format("The vault at {} is already written in {}.", root_.string(),
-                                      formatName(to)));
-  }
+  // Already there: nothing to do, which also makes running a finished conversion again harmless.
+  if (plan.from == to) return prepared;
   // The settings must be writable before any page moves, or the vault would end up converted
   // with settings that still name the old format.
   try {
@@ -205,6 +215,7 @@ VaultConverter::Prepared VaultConverter::prepare(VaultFormat to) const {
 
 VaultConverter::Outcome VaultConverter::convert(VaultFormat to, const ProgressReport& progress) {
   Prepared prepared = prepare(to);
+  if (prepared.plan.from == to) return Outcome{prepared.plan, {}};
   Record record;
   if (prepared.plan.resumes) {
     record = *unfinished();
@@ -236,6 +247,7 @@ VaultConverter::Outcome VaultConverter::convert(VaultFormat to, const ProgressRe
       }
       // The record is written last and durably: a folder without one is an unfinished copy
       // that changed nothing, and is never read as a conversion.
+      syncVault(root_);
       record.save();
     }
   }
@@ -249,6 +261,9 @@ void VaultConverter::finish(Record& record, const ProgressReport& progress,
   const std::size_t total = record.pages.size() * 2;
   {
     Coordinated::Lock lock(root_);
+    // All new pages first, then (once they are on the disk) the old ones go: a page is never
+    // missing in both forms, even after a power cut.
+    std::vector<fs::path> replaced;
     for (std::size_t i = 0; i < record.pages.size(); ++i) {
       const Move& move = record.pages[i];
       const fs::path old = root_ / move.from;
@@ -269,12 +284,16 @@ void VaultConverter::finish(Record& record, const ProgressReport& progress,
                                               e.what()));
           }
         }
-        AtomicWrite::write(text, root_ / move.to);
-        if (::unlink(old.c_str()) != 0 && errno != ENOENT) {
-          throw FileError(errno, old, "remove");
-        }
+        AtomicWrite::Options options;
+        options.durable = false;
+        AtomicWrite::write(text, root_ / move.to, options);
+        replaced.push_back(old);
       }
       if (progress) progress(record.pages.size() + i + 1, total);
+    }
+    syncVault(root_);
+    for (const fs::path& old : replaced) {
+      if (::unlink(old.c_str()) != 0 && errno != ENOENT) throw FileError(errno, old, "remove");
     }
   }
   setFormat(record.to);
@@ -342,15 +361,19 @@ std::size_t VaultConverter::undo(const ProgressReport& progress) {
   }
   {
     Coordinated::Lock lock(root_);
+    AtomicWrite::Options options;
+    options.durable = false;
     for (std::size_t i = 0; i < latest->pages.size(); ++i) {
-      const Move& move = latest->pages[i];
+      if (olds[i]) AtomicWrite::write(*olds[i], root_ / latest->pages[i].from, options);
+      if (progress) progress(i + 1, latest->pages.size());
+    }
+    syncVault(root_);
+    for (std::size_t i = 0; i < latest->pages.size(); ++i) {
       if (!olds[i]) continue;
-      AtomicWrite::write(*olds[i], root_ / move.from);
-      const fs::path converted = root_ / move.to;
+      const fs::path converted = root_ / latest->pages[i].to;
       if (::unlink(converted.c_str()) != 0 && errno != ENOENT) {
         throw FileError(errno, converted, "remove");
       }
-      if (progress) progress(i + 1, latest->pages.size());
     }
   }
   setFormat(latest->from);

@@ -56,8 +56,9 @@ class VaultConverter {
   VaultConverter(std::filesystem::path root, YearMode yearMode, const Clock& clock);
 
   // What converting to `to` would do, reading and converting every page in memory and writing
-  // nothing. Throws ConversionError naming the first page that cannot be read, a target file
-  // that already exists, or a vault already in that format.
+  // nothing; a vault already in that format has nothing to do (`from` == `to`, no pages).
+  // Throws ConversionError naming the first page that cannot be read or a target file that
+  // already exists.
   [[nodiscard]] Plan plan(VaultFormat to) const;
 
   // Converts the vault: every page, the settings' format, the old pages kept. Nothing is written

@@ -31,6 +31,8 @@ std::unique_ptr<Command> makeReflectCommand();
 std::unique_ptr<Command> makeEditCommand();
 std::unique_ptr<Command> makeCompletionCommand();
 std::unique_ptr<Command> makeConvertCommand();
+std::unique_ptr<Command> makeImportCommand();
+std::unique_ptr<Command> makeExportCommand();
 
 std::vector<std::unique_ptr<Command>> allCommands() {
   std::vector<std::unique_ptr<Command>> commands;
@@ -60,6 +62,8 @@ std::vector<std::unique_ptr<Command>> allCommands() {
   commands.push_back(makeEditCommand());
   commands.push_back(makeCompletionCommand());
   commands.push_back(makeConvertCommand());
+  commands.push_back(makeImportCommand());
+  commands.push_back(makeExportCommand());
   return commands;
 }
 

@@ -38,6 +38,23 @@ std::string identity(std::string_view text, const std::vector<ImportedEntry::Med
   return line.substr(first, line.find_last_not_of(" \t") + 1 - first);
 }
 
+// A journal entry runs to its first blank line, so the blank lines inside an imported text go.
+std::string withoutBlankLines(std::string_view text) {
+  std::string out;
+  std::size_t start = 0;
+  while (start <= text.size()) {
+    std::size_t end = text.find('\n', start);
+    if (end == std::string_view::npos) end = text.size();
+    const std::string_view line = text.substr(start, end - start);
+    if (line.find_first_not_of(" \t") != std::string_view::npos) {
+      if (!out.empty()) out += '\n';
+      out += line;
+    }
+    start = end + 1;
+  }
+  return out;
+}
+
 }  // namespace
 
 JournalImporter::Result JournalImporter::add(VaultStore& store,
@@ -72,7 +89,7 @@ JournalImporter::Result JournalImporter::add(VaultStore& store,
       if (known) {
         ++result.skipped;
       } else {
-        std::string text = e->text;
+        std::string text = withoutBlankLines(e->text);
         for (const auto& m : e->media) {
           const std::string link = store.importMedia(m.file, e->day, e->time);
           ++result.media;

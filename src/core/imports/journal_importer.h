@@ -22,7 +22,8 @@ class JournalImporter {
     bool operator==(const Result&) const = default;
   };
 
-  // Adds each entry to its day's journal, in time order among the entries there, unless the day
+  // Adds each entry to its day's journal (its blank lines left out: on the page a blank line
+  // ends an entry), in time order among the entries there, unless the day
   // already holds an entry at the same time whose first line is the same (pictures aside). Every
   // day page is read before anything is written: one that does not read stops the import
   // (ImportError naming the file) with nothing written. Pictures are copied for the entries

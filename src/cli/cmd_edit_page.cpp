@@ -9,6 +9,7 @@
 #include <ostream>
 
 #include "cli/vault_settings.h"
+#include "core/backup/backup_store.h"
 #include "core/store/atomic_write.h"
 #include "core/store/page_check.h"
 #include "core/store/serializer_codec.h"
@@ -32,6 +33,7 @@ std::unique_ptr<VaultStore> openPageStore(const fs::path& root, const Context& c
   options.debounce = std::chrono::milliseconds(0);
   options.clock = &context.clock;
   options.codec = SerializerCodec::forVault(vault, yearModeOf(root));
+  options.wrote = BackupStore::historyFor(VaultPaths(root, vault.format), context.clock);
   return std::make_unique<VaultStore>(vault, options);
 }
 

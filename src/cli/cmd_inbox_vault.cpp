@@ -5,6 +5,7 @@
 #include <cstdlib>
 
 #include "cli/vault_settings.h"
+#include "core/backup/backup_store.h"
 #include "core/format/serializer_error.h"
 #include "core/store/atomic_write.h"
 #include "core/store/serializer_codec.h"
@@ -25,6 +26,7 @@ InboxVault InboxVault::open(const Context& context, bool readOnly) {
   options.readOnly = readOnly;
   options.clock = &context.clock;
   options.codec = SerializerCodec::forVault(v, yearModeOf(vault.root));
+  if (!readOnly) options.wrote = BackupStore::historyFor(VaultPaths(vault.root, v.format), context.clock);
   vault.store = std::make_unique<VaultStore>(v, options);
   return vault;
 }

@@ -6,6 +6,7 @@
 
 #include "cli/day_argument.h"
 #include "cli/vault_settings.h"
+#include "core/backup/backup_store.h"
 #include "core/format/serializer_error.h"
 #include "core/inbox/inbox_error.h"
 #include "core/platform/device_identity.h"
@@ -42,6 +43,7 @@ DailyVault::DailyVault(const Context& context) : context_(context) {
   // recently elsewhere is not overwritten before that text has arrived here.
   options.cloud =
       std::make_shared<FileCloudSignal>(root_, DeviceIdentity::current(), context.clock);
+  options.wrote = BackupStore::historyFor(VaultPaths(root_, vault.format), context.clock);
   store_ = std::make_unique<VaultStore>(vault, options);
   model_ = std::make_unique<TodayModel>(*store_, context.clock,
                                         std::make_shared<FolderDayPageIndex>(store_->paths()));

@@ -33,6 +33,8 @@ std::unique_ptr<Command> makeCompletionCommand();
 std::unique_ptr<Command> makeConvertCommand();
 std::unique_ptr<Command> makeImportCommand();
 std::unique_ptr<Command> makeExportCommand();
+std::unique_ptr<Command> makeHistoryCommand();
+std::unique_ptr<Command> makeRestoreCommand();
 
 std::vector<std::unique_ptr<Command>> allCommands() {
   std::vector<std::unique_ptr<Command>> commands;
@@ -64,6 +66,8 @@ std::vector<std::unique_ptr<Command>> allCommands() {
   commands.push_back(makeConvertCommand());
   commands.push_back(makeImportCommand());
   commands.push_back(makeExportCommand());
+  commands.push_back(makeHistoryCommand());
+  commands.push_back(makeRestoreCommand());
   return commands;
 }
 

@@ -15,8 +15,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         const auto read = trivo::JournalFile::read(text, syntax, to, "fuzz");
         if (read.entries.empty()) std::abort();
         if (syntax == Syntax::markdown && to == trivo::VaultFormat::markdown) {
-          const auto again = trivo::JournalFile::read(
-              trivo::JournalFile::write(read.entries, to), syntax, to, "fuzz");
+          const auto again = trivo::JournalFile::read(trivo::JournalFile::write(read.entries, to),
+                                                      syntax, to, "fuzz");
           if (again.entries != read.entries) std::abort();
         }
       } catch (const trivo::ImportError&) {

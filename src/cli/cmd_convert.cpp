@@ -84,8 +84,8 @@ class ConvertCommand final : public Command {
         return 0;
       }
       warnIncomplete(context, outcome.plan);
-      context.out << "Converted " << outcome.plan.pages.size() << " pages to "
-                  << name << "; the old pages are kept in "
+      context.out << "Converted " << outcome.plan.pages.size() << " pages to " << name
+                  << "; the old pages are kept in "
                   << outcome.kept.lexically_relative(root).generic_string()
                   << " (trivo convert --undo puts them back).\n";
       return 0;

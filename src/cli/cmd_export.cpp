@@ -58,7 +58,7 @@ class ExportCommand final : public Command {
 
     const VaultFormat own = store.vault().format;
     const bool json = format_ == "json" || (context.json && !format_);
-    const VaultFormat target = !format_ || json ? own
+    const VaultFormat target = !format_ || json    ? own
                                : *format_ == "org" ? VaultFormat::org
                                                    : VaultFormat::markdown;
     std::vector<ImportedEntry> entries;
@@ -77,7 +77,8 @@ class ExportCommand final : public Command {
     if (json) {
       Json out = Json::array();
       for (const auto& e : entries) {
-        out.push_back({{"date", e.day.isoString()}, {"time", e.time.description()}, {"text", e.text}});
+        out.push_back(
+            {{"date", e.day.isoString()}, {"time", e.time.description()}, {"text", e.text}});
       }
       context.out << out.dump(2) << "\n";
     } else {

@@ -1,7 +1,8 @@
 // `trivo history [PAGE] [--snapshot]`: the versions of a page kept by backups and file history,
 // the list of snapshots, or a snapshot taken now.
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
 #include <ostream>
 
 #include "cli/cmd_convert_progress.h"
@@ -101,12 +102,12 @@ class HistoryCommand final : public Command {
     if (context.json) {
       Json out = Json::array();
       for (const auto& v : versions) {
-        out.push_back({{"version", v.blob.substr(0, 8)},
-                       {"blob", v.blob},
-                       {"time", isoInstantString(v.time)},
-                       {"source", v.source == BackupStore::Version::Source::snapshot
-                                      ? "snapshot"
-                                      : "before a write"}});
+        out.push_back(
+            {{"version", v.blob.substr(0, 8)},
+             {"blob", v.blob},
+             {"time", isoInstantString(v.time)},
+             {"source",
+              v.source == BackupStore::Version::Source::snapshot ? "snapshot" : "before a write"}});
       }
       context.out << out.dump(2) << "\n";
       return 0;
@@ -117,11 +118,9 @@ class HistoryCommand final : public Command {
     }
     std::size_t n = 0;
     for (const auto& v : versions) {
-      context.out << fmt::format("{:>3}  {}  {}  {}\n", ++n, v.blob.substr(0, 8),
-                                 localTime(v.time, context),
-                                 v.source == BackupStore::Version::Source::snapshot
-                                     ? "snapshot"
-                                     : "before a write");
+      context.out << fmt::format(
+          "{:>3}  {}  {}  {}\n", ++n, v.blob.substr(0, 8), localTime(v.time, context),
+          v.source == BackupStore::Version::Source::snapshot ? "snapshot" : "before a write");
     }
     return 0;
   }

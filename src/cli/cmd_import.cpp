@@ -23,7 +23,8 @@ class ScratchFolder {
     const char* tmp = std::getenv("TMPDIR");
     std::string pattern = std::string(tmp && *tmp ? tmp : "/tmp") + "/trivo-import-XXXXXX";
     if (::mkdtemp(pattern.data()) == nullptr) {
-      throw UserError("Cannot make a scratch folder in " + fs::path(pattern).parent_path().string() +
+      throw UserError("Cannot make a scratch folder in " +
+                      fs::path(pattern).parent_path().string() +
                       " to unpack the export; set TMPDIR to a writable folder.");
     }
     path_ = pattern;
@@ -104,10 +105,9 @@ class ImportCommand final : public Command {
     ProgressBar bar(context.err, "Importing", ProgressBar::forTerminal());
     guarded(vault, [&] {
       try {
-        result = JournalImporter::add(*vault.store, entries, [&bar](std::size_t done,
-                                                                    std::size_t total) {
-          bar.update(done, total);
-        });
+        result = JournalImporter::add(
+            *vault.store, entries,
+            [&bar](std::size_t done, std::size_t total) { bar.update(done, total); });
       } catch (const ImportError& e) {
         throw UserError(e.what(), 3);
       }

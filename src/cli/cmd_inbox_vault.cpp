@@ -26,7 +26,8 @@ InboxVault InboxVault::open(const Context& context, bool readOnly) {
   options.readOnly = readOnly;
   options.clock = &context.clock;
   options.codec = SerializerCodec::forVault(v, yearModeOf(vault.root));
-  if (!readOnly) options.wrote = BackupStore::historyFor(VaultPaths(vault.root, v.format), context.clock);
+  if (!readOnly)
+    options.wrote = BackupStore::historyFor(VaultPaths(vault.root, v.format), context.clock);
   vault.store = std::make_unique<VaultStore>(v, options);
   return vault;
 }

@@ -27,8 +27,7 @@ class RestoreCommand final : public Command {
   void define(CLI::App& app) override {
     app.add_option("PAGE", page_, "The page: a day, week, month, quarter, year or inbox")
         ->required();
-    app.add_option("VERSION", version_, "The version: its number or its first digits")
-        ->required();
+    app.add_option("VERSION", version_, "The version: its number or its first digits")->required();
   }
 
   int run(Context& context) override {

@@ -59,8 +59,8 @@ class ConvertCommand : public ::testing::Test {
     generated_ = new testing::TempDir();
     const fs::path to = generated_->path() / "vault";
     const auto r = testing::runExecutable(
-        "/usr/bin/python3",
-        {generator()->string(), to.string(), "--years", "1", "--format", "md", "--seed", "7", "--inbox-items", "20"});
+        "/usr/bin/python3", {generator()->string(), to.string(), "--years", "1", "--format", "md",
+                             "--seed", "7", "--inbox-items", "20"});
     if (r.exitCode != 0) {
       ADD_FAILURE() << r.err;
       return;
@@ -120,7 +120,7 @@ TEST_F(ConvertCommand, AKilledConversionLeavesEveryPageWholeAndTheNextRunFinishe
     const std::string program = testing::builtProgram("trivo");
     const std::string vaultArg = vault.string();
     std::vector<const char*> argv = {program.c_str(), "--vault", vaultArg.c_str(), "convert",
-                                     "--to", "org", nullptr};
+                                     "--to",          "org",     nullptr};
     const std::string configHome = "XDG_CONFIG_HOME=" + (dir_.path() / "config").string();
     std::vector<char*> env;
     for (char** e = environ; *e; ++e) env.push_back(*e);
@@ -180,9 +180,9 @@ TEST_F(ConvertCommand, DryRunListsThePagesAndUndoPutsThemBack) {
 // What Emacs's Org reads from a converted page, one line per outcome heading.
 std::string emacsReport(const fs::path& page) {
   const auto r = testing::runExecutable(
-      "/usr/bin/timeout", {"60", "emacs", "--batch", "-Q", "-l",
-                           std::string(TRIVO_SOURCE_DIR) + "/tests/emacs/org_pages.el", "report",
-                           page.string()});
+      "/usr/bin/timeout",
+      {"60", "emacs", "--batch", "-Q", "-l",
+       std::string(TRIVO_SOURCE_DIR) + "/tests/emacs/org_pages.el", "report", page.string()});
   EXPECT_EQ(r.exitCode, 0) << r.err;
   return r.out;
 }
@@ -194,13 +194,13 @@ TEST_F(ConvertCommand, EmacsReadsTheOutcomesAsTheMarkdownPagesHadThem) {
   ASSERT_EQ(trivo(source_, {"convert", "--to", "org"}).exitCode, 0);
   // Friday 9 January: two outcomes done, one open, and focus sessions on both done ones.
   const std::string day = emacsReport(source_ / "days/2026-01-09.org");
-  for (const char* line : {
-           "** TODO Pair with José on the parser → #2 | closed - | scheduled <2026-01-09 Fri> | "
-           "deadline - | clocked 0 |",
-           "** DONE Fix the flaky sync test → #3 | closed - | scheduled <2026-01-09 Fri> | "
-           "deadline - | clocked 45 |",
-           "** DONE Fix the leaking kitchen tap | closed - | scheduled <2026-01-09 Fri> | "
-           "deadline - | clocked 25 |"}) {
+  for (const char* line :
+       {"** TODO Pair with José on the parser → #2 | closed - | scheduled <2026-01-09 Fri> | "
+        "deadline - | clocked 0 |",
+        "** DONE Fix the flaky sync test → #3 | closed - | scheduled <2026-01-09 Fri> | "
+        "deadline - | clocked 45 |",
+        "** DONE Fix the leaking kitchen tap | closed - | scheduled <2026-01-09 Fri> | "
+        "deadline - | clocked 25 |"}) {
     EXPECT_NE(day.find(line), std::string::npos) << line << "\n" << day;
   }
   // A week's outcomes carry their deadline on its Sunday.

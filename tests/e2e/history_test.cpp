@@ -16,7 +16,8 @@ class HistoryCommand : public ::testing::Test {
   void SetUp() override { ASSERT_EQ(trivo({"init", dir_.path().string() + "/v"}).exitCode, 0); }
 
   testing::ProcessResult trivo(std::vector<std::string> args) {
-    if (args.front() != "init") args.insert(args.begin(), {"--vault", (dir_.path() / "v").string()});
+    if (args.front() != "init")
+      args.insert(args.begin(), {"--vault", (dir_.path() / "v").string()});
     testing::ProcessOptions options;
     options.env["XDG_CONFIG_HOME"] = (dir_.path() / "config").string();
     options.env["XDG_DATA_HOME"] = (dir_.path() / "data").string();

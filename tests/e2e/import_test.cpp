@@ -82,7 +82,8 @@ TEST_F(ImportCommand, DayOneFolderAndZipImportEachEntryOnce) {
   // The same export into an Org vault: the text converted, the photos linked the Org way.
   const auto org = in("b", {"import", "dayone", zip.string()});
   EXPECT_EQ(org.exitCode, 0) << org.err;
-  EXPECT_NE(filesOf("b").at("days/2026-03-14.org")
+  EXPECT_NE(filesOf("b")
+                .at("days/2026-03-14.org")
                 .find("  Lunch: /bacalhau/ at [[https://example.org/ze][Zé da Mouraria]].\n"),
             std::string::npos)
       << filesOf("b").at("days/2026-03-14.org");
@@ -91,7 +92,8 @@ TEST_F(ImportCommand, DayOneFolderAndZipImportEachEntryOnce) {
 TEST_F(ImportCommand, JournalsImportOnceAndExportRangesReadBack) {
   dir_.write("diary.md",
              "# My diary\n\n## 2026-03-10 08:00 Run by the river\n5 km, *slow*.\n\n"
-             "## 2026-03-11\nRain all day.\n\n## 2026-03-12 21:30\nDinner with [Ana](https://ana.example).\n");
+             "## 2026-03-11\nRain all day.\n\n## 2026-03-12 21:30\nDinner with "
+             "[Ana](https://ana.example).\n");
   const auto first = in("a", {"import", "journal", (dir_.path() / "diary.md").string()});
   EXPECT_EQ(first.exitCode, 0) << first.err;
   EXPECT_EQ(first.out, "Imported 3 entries into 3 days.\n");
@@ -109,8 +111,7 @@ TEST_F(ImportCommand, JournalsImportOnceAndExportRangesReadBack) {
             "## 2026-03-11 00:00\nRain all day.\n\n## 2026-03-12 21:30\nDinner with "
             "[Ana](https://ana.example).\n");
   const auto json = in("a", {"export", "journal", "--to", "2026-03-10", "--format", "json"});
-  EXPECT_EQ(Json::parse(json.out),
-            Json::parse(R"([{"date": "2026-03-10", "time": "08:00",
+  EXPECT_EQ(Json::parse(json.out), Json::parse(R"([{"date": "2026-03-10", "time": "08:00",
                              "text": "Run by the river\n5 km, *slow*."}])"));
 
   // An Org export of the whole journal, imported into the Org vault, exports the same again.

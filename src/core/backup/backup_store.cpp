@@ -226,9 +226,8 @@ std::vector<BackupStore::Version> BackupStore::versions(const fs::path& page) co
 
 std::optional<std::string> BackupStore::text(std::string_view prefix) const {
   if (prefix.size() < 4 || prefix.size() > 64 ||
-      !std::all_of(prefix.begin(), prefix.end(), [](char c) {
-        return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f');
-      })) {
+      !std::all_of(prefix.begin(), prefix.end(),
+                   [](char c) { return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f'); })) {
     return std::nullopt;
   }
   std::optional<fs::path> found;
@@ -271,8 +270,8 @@ void BackupStore::collectGarbage() {
     AtomicWrite::write(text, folder_ / kHistory);
   }
   std::error_code ec;
-  for (auto it = fs::recursive_directory_iterator(folder_ / "blobs", ec);
-       !ec && it != fs::end(it); it.increment(ec)) {
+  for (auto it = fs::recursive_directory_iterator(folder_ / "blobs", ec); !ec && it != fs::end(it);
+       it.increment(ec)) {
     if (!it->is_regular_file(ec)) continue;
     const std::string name = it->path().filename().string();
     if (isDigest(name) && !used.count(name)) fs::remove(it->path(), ec);
@@ -304,12 +303,12 @@ BackupStore::Settings BackupStore::settingsOf(const std::filesystem::path& vault
   if (auto it = backup->find("enabled"); it != backup->end() && it->is_boolean()) {
     settings.enabled = it->get<bool>();
   }
-  if (auto it = backup->find("intervalMinutes"); it != backup->end() && it->is_number_integer() &&
-                                                  it->get<std::int64_t>() > 0) {
+  if (auto it = backup->find("intervalMinutes");
+      it != backup->end() && it->is_number_integer() && it->get<std::int64_t>() > 0) {
     settings.intervalMinutes = it->get<std::int64_t>();
   }
-  if (auto it = backup->find("keep"); it != backup->end() && it->is_number_integer() &&
-                                       it->get<std::int64_t>() > 0) {
+  if (auto it = backup->find("keep");
+      it != backup->end() && it->is_number_integer() && it->get<std::int64_t>() > 0) {
     settings.keep = it->get<std::int64_t>();
   }
   return settings;

@@ -57,8 +57,7 @@ TEST_F(Backups, TwoSnapshotsOfAnUnchangedVaultShareEveryText) {
   EXPECT_EQ(second.newBlobs, 0u);
   EXPECT_EQ(blobs(), stored);
   EXPECT_EQ(pagesOf(first.file), pagesOf(second.file));
-  EXPECT_EQ(pagesOf(first.file)["inbox.md"],
-            sha256Hex("---\ntype: inbox\n---\n- [ ] Pay rent\n"));
+  EXPECT_EQ(pagesOf(first.file)["inbox.md"], sha256Hex("---\ntype: inbox\n---\n- [ ] Pay rent\n"));
   EXPECT_EQ(backups_.snapshots(), (std::vector<fs::path>{first.file, second.file}));
 }
 
@@ -89,8 +88,8 @@ TEST_F(Backups, EveryWriteOfTheStoreKeepsThePageAsItWasBefore) {
   options.clock = &clock_;
   options.keepOnDisk = false;
   options.codec = SerializerCodec::forVault(vault, YearMode::quarter);
-  options.wrote = BackupStore::historyHook(
-      std::make_shared<BackupStore>(folder_.path(), clock_), VaultPaths(vault_.path(), "md"));
+  options.wrote = BackupStore::historyHook(std::make_shared<BackupStore>(folder_.path(), clock_),
+                                           VaultPaths(vault_.path(), "md"));
   VaultStore store(vault, options);
   const DayDate day = *DayDate::parse("2026-03-14");
   const std::string before = *store.loadText(EntryKey::day(day));

@@ -283,7 +283,8 @@ std::string MarkupConverter::toOrgMark(std::string_view s) {
       if (end != std::string_view::npos) {
         const std::string_view inner = s.substr(i + 5, end - i - 5);
         if (!inner.empty() && !isBlank(inner.front()) && !isBlank(inner.back()) &&
-            inner.find("@@") == std::string_view::npos && inner.find("--") == std::string_view::npos) {
+            inner.find("@@") == std::string_view::npos &&
+            inner.find("--") == std::string_view::npos) {
           out += "@@trivo:" + std::string(inner) + "@@";
           i = end + 4;
           continue;

@@ -11,9 +11,9 @@ class MarkupConverter {
  public:
   // Org marks of one line as Markdown: "*b*" → "**b**", "/i/" → "*i*", "~c~" and "=c=" → "`c`",
   // "+s+" → "~~s~~", "[[https://x][d]]" → "[d](https://x)", "[[https://x]]" → "<https://x>",
-  // "[[file:media/a.png]]" → "![](media/a.png)", "@@trivo:note@@" → "<!-- note -->". Links between pages and links without a scheme
-  // stay as written. A zero-width space that keeps a literal from reading as an Org mark is
-  // taken off again.
+  // "[[file:media/a.png]]" → "![](media/a.png)", "@@trivo:note@@" → "<!-- note -->". Links between
+  // pages and links without a scheme stay as written. A zero-width space that keeps a literal from
+  // reading as an Org mark is taken off again.
   static std::string fromOrgMark(std::string_view line);
   // The inverse: Markdown marks of one line as Org ("_i_" comes back as "*i*", "__b__" as "**b**",
   // "../media/" as "media/"). Text that Org would read as a mark although Markdown does not

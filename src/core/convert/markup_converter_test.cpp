@@ -51,7 +51,8 @@ TEST(MarkupConverter, OtherSpellingsComeBackInOneForm) {
 }
 
 TEST(MarkupConverter, WrappedIsBoldOrItalicOfAtLeastThreeCharacters) {
-  for (const char* yes : {"*a*", "/ab/", "*a b*"}) EXPECT_TRUE(MarkupConverter::wrapped(yes)) << yes;
+  for (const char* yes : {"*a*", "/ab/", "*a b*"})
+    EXPECT_TRUE(MarkupConverter::wrapped(yes)) << yes;
   for (const char* no : {"**", "*a", "**a**", "//a//", "/", "a/b/", "_a_"}) {
     EXPECT_FALSE(MarkupConverter::wrapped(no)) << no;
   }

@@ -33,8 +33,8 @@ class PageConverter {
 
  private:
   static std::string convertWith(const EntryKey& key, std::string_view text,
-                                 const MarkdownSerializer& reader,
-                                 const MarkdownSerializer& writer, VaultFormat to);
+                                 const MarkdownSerializer& reader, const MarkdownSerializer& writer,
+                                 VaultFormat to);
 
   VaultFormat from_;
   VaultFormat to_;

@@ -30,9 +30,12 @@ std::string readFile(const fs::path& path) {
 // Org's open keywords other than TODO (NEXT, WAITING …) written as TODO: in Markdown an open
 // outcome is an open box, so that is how such an outcome comes back.
 std::string withPlainKeywords(std::string text) {
-  for (const auto& [word, plain] : std::vector<std::pair<std::string, std::string>>{
-           {"NEXT", "TODO"}, {"INPROCESS", "TODO"}, {"WAITING", "TODO"}, {"WAIT", "TODO"},
-           {"CANCELED", "CANCELLED"}}) {
+  for (const auto& [word, plain] :
+       std::vector<std::pair<std::string, std::string>>{{"NEXT", "TODO"},
+                                                        {"INPROCESS", "TODO"},
+                                                        {"WAITING", "TODO"},
+                                                        {"WAIT", "TODO"},
+                                                        {"CANCELED", "CANCELLED"}}) {
     const std::string from = "\n** " + word + " ";
     for (auto at = text.find(from); at != std::string::npos; at = text.find(from, at)) {
       text.replace(at, from.size(), "\n** " + plain + " ");
@@ -44,18 +47,23 @@ std::string withPlainKeywords(std::string text) {
 EntryKey keyOfPage(std::string_view text) {
   for (const auto& [field, make] :
        std::vector<std::pair<std::string, std::function<std::optional<EntryKey>(std::string)>>>{
-           {"date: ", [](std::string v) -> std::optional<EntryKey> {
+           {"date: ",
+            [](std::string v) -> std::optional<EntryKey> {
               auto d = DayDate::parse(v);
               return d ? std::optional(EntryKey::day(*d)) : std::nullopt;
             }},
-           {"week: ", [](std::string v) -> std::optional<EntryKey> {
-              auto w = ISOWeek::parse(v);
-              return w ? std::optional(EntryKey::week(*w)) : std::nullopt;
-            }},
-           {"month: ", [](std::string v) -> std::optional<EntryKey> {
-              auto m = YearMonth::parse(v);
-              return m ? std::optional(EntryKey::month(*m)) : std::nullopt;
-            }},
+           {"week: ",
+            [](std::string v) -> std::
+                                  optional<EntryKey> {
+                                    auto w = ISOWeek::parse(v);
+                                    return w ? std::optional(EntryKey::week(*w)) : std::nullopt;
+                                  }},
+           {"month: ",
+            [](std::string v) -> std::
+                                  optional<EntryKey> {
+                                    auto m = YearMonth::parse(v);
+                                    return m ? std::optional(EntryKey::month(*m)) : std::nullopt;
+                                  }},
            {"quarter: ", [](std::string v) -> std::optional<EntryKey> {
               auto q = YearQuarter::parse(v);
               return q ? std::optional(EntryKey::quarter(*q)) : std::nullopt;
@@ -108,15 +116,15 @@ TEST(PageConverter, HandWrittenMarkdownComesBackAfterOrg) {
   const PageConverter toMarkdown(YearMode::quarter, VaultFormat::org, VaultFormat::markdown);
   const EntryKey key = EntryKey::day(*DayDate::parse("2026-09-16"));
   const std::string org = toOrg.convert(key, kOddDay);
-  for (const char* line : {"* Things of my own", "** A part of my own", "#+begin_src sh",
-                           "Kept *as* it stands, +mostly+.", "+ a loose list",
-                           "** DONE Ship the *report* → #2",
-                           "Some /slanted/ and *strong* words, [[file:media/cat.png]] and 2*3*4.",
-                           "#+mood: /great/"}) {
+  for (const char* line :
+       {"* Things of my own", "** A part of my own", "#+begin_src sh",
+        "Kept *as* it stands, +mostly+.", "+ a loose list", "** DONE Ship the *report* → #2",
+        "Some /slanted/ and *strong* words, [[file:media/cat.png]] and 2*3*4.",
+        "#+mood: /great/"}) {
     EXPECT_NE(org.find(std::string(line) + "\n"), std::string::npos) << line << "\n" << org;
   }
-  const auto codec = SerializerCodec::forVault(Vault{"/v", VaultFormat::markdown, "en", {}},
-                                               YearMode::quarter);
+  const auto codec =
+      SerializerCodec::forVault(Vault{"/v", VaultFormat::markdown, "en", {}}, YearMode::quarter);
   std::string expected = codec->rewrite(key, kOddDay);
   // The documented rewrites: one spelling per mark, and media links from the vault's root.
   for (const auto& [from, to] : std::vector<std::pair<std::string, std::string>>{
@@ -138,14 +146,14 @@ TEST(PageConverter, PagesThatDoNotReadAreNotConverted) {
 // reported as not coming back.
 TEST(PageConverter, HandEditedTestPagesComeBack) {
   std::size_t pages = 0;
-  for (const auto& entry : fs::directory_iterator(fs::path(TRIVO_SOURCE_DIR) / "tests/data/pages")) {
+  for (const auto& entry :
+       fs::directory_iterator(fs::path(TRIVO_SOURCE_DIR) / "tests/data/pages")) {
     const bool org = entry.path().extension() == ".org";
     const VaultFormat from = org ? VaultFormat::org : VaultFormat::markdown;
     const VaultFormat to = org ? VaultFormat::markdown : VaultFormat::org;
     const std::string text = readFile(entry.path());
     const EntryKey key = keyOfPage(text);
-    const auto codec =
-        SerializerCodec::forVault(Vault{"/v", from, "en", {}}, YearMode::quarter);
+    const auto codec = SerializerCodec::forVault(Vault{"/v", from, "en", {}}, YearMode::quarter);
     const std::string canonical = withPlainKeywords(codec->rewrite(key, text));
     const std::string converted = PageConverter(YearMode::quarter, from, to).convert(key, text);
     const std::string back = PageConverter(YearMode::quarter, to, from).convert(key, converted);
@@ -155,7 +163,8 @@ TEST(PageConverter, HandEditedTestPagesComeBack) {
     EXPECT_EQ(comesBack, name != "inbox.org") << name;
     ++pages;
     if (name == "inbox.org") continue;
-    EXPECT_TRUE(back == canonical) << unifiedDiff(canonical, back, entry.path().filename().string(), "back");
+    EXPECT_TRUE(back == canonical)
+        << unifiedDiff(canonical, back, entry.path().filename().string(), "back");
   }
   EXPECT_GE(pages, 8u);
 }
@@ -165,7 +174,7 @@ class GeneratedVault : public ::testing::Test {
   // The shared vault generator lies beside the repository (and CI's clone of it).
   static std::optional<fs::path> generator() {
     for (const fs::path& candidate : {fs::path(TRIVO_SOURCE_DIR) / "../shared/tools/genvault.py",
-                                     fs::path("/work/shared/tools/genvault.py")}) {
+                                      fs::path("/work/shared/tools/genvault.py")}) {
       if (fs::exists(candidate)) return candidate;
     }
     return std::nullopt;
@@ -176,13 +185,12 @@ class GeneratedVault : public ::testing::Test {
   }
 
   static fs::path generate(const std::string& format) {
-    const fs::path dir = fs::temp_directory_path() /
-                         ("trivo-convert-" + format + "-" + std::to_string(::getpid()));
+    const fs::path dir =
+        fs::temp_directory_path() / ("trivo-convert-" + format + "-" + std::to_string(::getpid()));
     fs::remove_all(dir);
     const auto r = testing::runExecutable(
-        "/usr/bin/python3", {generator()->string(), dir.string(), "--years", "1",
-                             "--format", format, "--seed", "7",
-                             "--inbox-items", "30"});
+        "/usr/bin/python3", {generator()->string(), dir.string(), "--years", "1", "--format",
+                             format, "--seed", "7", "--inbox-items", "30"});
     EXPECT_EQ(r.exitCode, 0) << r.err;
     return dir;
   }
@@ -193,15 +201,16 @@ class GeneratedVault : public ::testing::Test {
     const fs::path dir = generate(folder);
     const PageConverter there(YearMode::quarter, from, to);
     const PageConverter back(YearMode::quarter, to, from);
-    const auto codec = SerializerCodec::forVault(Vault{dir, from, "en", std::nullopt},
-                                                 YearMode::quarter);
+    const auto codec =
+        SerializerCodec::forVault(Vault{dir, from, "en", std::nullopt}, YearMode::quarter);
     std::size_t pages = 0;
     for (const PageFile& page : findPageFiles({dir})) {
       const std::string text = readFile(page.path);
       const std::string canonical = withPlainKeywords(codec->rewrite(page.key, text));
       const std::string converted = there.convert(page.key, text);
       const std::string again = back.convert(page.key, converted);
-      EXPECT_TRUE(again == canonical) << unifiedDiff(canonical, again, page.relative.string(), "back");
+      EXPECT_TRUE(again == canonical)
+          << unifiedDiff(canonical, again, page.relative.string(), "back");
       ++pages;
     }
     EXPECT_GT(pages, 300u);

@@ -4,13 +4,12 @@
 // old file removed) and last the settings' format changes and the record is marked finished.
 #include "core/convert/vault_converter.h"
 
+#include <fcntl.h>
 #include <fmt/format.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
-
-#include <fcntl.h>
-#include <unistd.h>
 
 #include "core/config/config_store.h"
 #include "core/convert/page_converter.h"
@@ -98,7 +97,8 @@ struct VaultConverter::Record {
       r.from = *from;
       r.to = *to;
       for (const Json& m : json->at("pages")) {
-        Move move{fs::path(m.at("from").get<std::string>()), fs::path(m.at("to").get<std::string>())};
+        Move move{fs::path(m.at("from").get<std::string>()),
+                  fs::path(m.at("to").get<std::string>())};
         // A record is ours, but a path leaving the vault is never followed.
         if (move.from.is_absolute() || move.to.is_absolute()) return std::nullopt;
         for (const auto& part : move.from) {
@@ -144,9 +144,7 @@ std::optional<VaultConverter::Record> VaultConverter::unfinished() const {
   return std::nullopt;
 }
 
-VaultConverter::Plan VaultConverter::plan(VaultFormat to) const {
-  return prepare(to).plan;
-}
+VaultConverter::Plan VaultConverter::plan(VaultFormat to) const { return prepare(to).plan; }
 
 VaultConverter::Prepared VaultConverter::prepare(VaultFormat to) const {
   Prepared prepared;
@@ -185,8 +183,8 @@ VaultConverter::Prepared VaultConverter::prepare(VaultFormat to) const {
   try {
     files = findPageFiles({root_});
   } catch (const fs::filesystem_error& e) {
-    throw ConversionError(fmt::format("{} cannot be read: {}.", e.path1().string(),
-                                      e.code().message()));
+    throw ConversionError(
+        fmt::format("{} cannot be read: {}.", e.path1().string(), e.code().message()));
   }
   for (const PageFile& page : files) {
     // Pages of a vault nested inside this one belong to that vault.
@@ -194,9 +192,9 @@ VaultConverter::Prepared VaultConverter::prepare(VaultFormat to) const {
     const Move move{page.relative, withExtension(page.relative, to)};
     std::error_code ec;
     if (fs::exists(root_ / move.to, ec)) {
-      throw ConversionError(fmt::format(
-          "{} already exists beside {}; move one of them away, then convert again.",
-          move.to.string(), move.from.string()));
+      throw ConversionError(
+          fmt::format("{} already exists beside {}; move one of them away, then convert again.",
+                      move.to.string(), move.from.string()));
     }
     const std::string text = readPage(root_, move.from);
     try {
@@ -221,10 +219,9 @@ VaultConverter::Outcome VaultConverter::convert(VaultFormat to, const ProgressRe
     record = *unfinished();
   } else {
     const LocalReading t = clock_.local(clock_.now());
-    record.folder =
-        root_ / ".trivo" /
-        fmt::format("{}{:04}{:02}{:02}-{:02}{:02}{:02}", kFolderPrefix, t.year, t.month, t.day,
-                    t.hour, t.minute, t.second);
+    record.folder = root_ / ".trivo" /
+                    fmt::format("{}{:04}{:02}{:02}-{:02}{:02}{:02}", kFolderPrefix, t.year, t.month,
+                                t.day, t.hour, t.minute, t.second);
     // Two conversions within one second (an undo and a redo) get folders of their own.
     for (int n = 2; fs::exists(record.folder); ++n) {
       record.folder.replace_filename(fmt::format("{}{:04}{:02}{:02}-{:02}{:02}{:02}-{}",
@@ -280,8 +277,8 @@ void VaultConverter::finish(Record& record, const ProgressReport& progress,
           try {
             text = converter.convert(*key, readPage(root_, move.from));
           } catch (const SerializerError& e) {
-            throw ConversionError(fmt::format("{} cannot be read: {}", move.from.string(),
-                                              e.what()));
+            throw ConversionError(
+                fmt::format("{} cannot be read: {}", move.from.string(), e.what()));
           }
         }
         AtomicWrite::Options options;
@@ -354,8 +351,8 @@ std::size_t VaultConverter::undo(const ProgressReport& progress) {
     }
     std::error_code ec;
     if (fs::exists(root_ / move.from, ec)) {
-      throw ConversionError(fmt::format("{} exists again; move it away, then undo.",
-                                        move.from.string()));
+      throw ConversionError(
+          fmt::format("{} exists again; move it away, then undo.", move.from.string()));
     }
     olds.push_back(std::move(old));
   }

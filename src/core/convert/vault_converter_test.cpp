@@ -34,7 +34,8 @@ class ConvertVault : public ::testing::Test {
           "- [x] Ship the **report** → #2\n- [ ]\n- [ ]\n\n## Notes\nSee "
           "[the site](https://example.org) and ![](media/cat.png).\n");
     write("weeks/2026-W38.md", "---\nweek: 2026-W38\ntype: week\n---\n\n## Outcomes\n- [ ] Plan\n");
-    write("inbox.md", "---\ntype: inbox\n---\n# Inbox\n- [ ] Pay rent <!-- captured: 2026-09-06 -->\n");
+    write("inbox.md",
+          "---\ntype: inbox\n---\n# Inbox\n- [ ] Pay rent <!-- captured: 2026-09-06 -->\n");
     write("notes.md", "not a page, left alone\n");
     write("media/cat.png", "PNG");
   }
@@ -55,8 +56,8 @@ class ConvertVault : public ::testing::Test {
         continue;
       }
       if (it->is_regular_file()) {
-        out[it->path().lexically_relative(root_).generic_string()] = read(
-            it->path().lexically_relative(root_).string());
+        out[it->path().lexically_relative(root_).generic_string()] =
+            read(it->path().lexically_relative(root_).string());
       }
     }
     return out;
@@ -80,11 +81,10 @@ TEST_F(ConvertVault, ConvertKeepsTheOldPagesAndUndoPutsBackEveryByte) {
   EXPECT_EQ(after.count("days/2026-09-16.md"), 0u);
   EXPECT_EQ(after.at("notes.md"), before.at("notes.md"));
   EXPECT_EQ(after.at("media/cat.png"), "PNG");
-  EXPECT_NE(after.at("days/2026-09-16.org").find(
-                "** DONE Ship the *report* → #2\n"),
+  EXPECT_NE(after.at("days/2026-09-16.org").find("** DONE Ship the *report* → #2\n"),
             std::string::npos);
-  EXPECT_NE(after.at("days/2026-09-16.org").find(
-                "See [[https://example.org][the site]] and [[file:media/cat.png]].\n"),
+  EXPECT_NE(after.at("days/2026-09-16.org")
+                .find("See [[https://example.org][the site]] and [[file:media/cat.png]].\n"),
             std::string::npos);
   EXPECT_EQ(detectVaultFormat(root_), VaultFormat::org);
   for (const char* page : {"days/2026-09-16.md", "weeks/2026-W38.md", "inbox.md"}) {

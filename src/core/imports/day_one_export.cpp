@@ -98,9 +98,10 @@ DayOneExport::Read DayOneExport::parse(std::string_view jsonText, const fs::path
   std::size_t number = 0;
   for (const Json& e : json.at("entries")) {
     ++number;
-    const auto* created = e.is_object() && e.contains("creationDate") && e["creationDate"].is_string()
-                              ? &e["creationDate"].get_ref<const std::string&>()
-                              : nullptr;
+    const auto* created =
+        e.is_object() && e.contains("creationDate") && e["creationDate"].is_string()
+            ? &e["creationDate"].get_ref<const std::string&>()
+            : nullptr;
     const auto instant = created ? parseIsoInstant(*created) : std::nullopt;
     if (!instant) {
       throw ImportError(fmt::format(
@@ -148,7 +149,8 @@ DayOneExport::Read DayOneExport::parse(std::string_view jsonText, const fs::path
         const std::string id = photo.value("identifier", std::string());
         // Only names that stay inside the photos folder.
         const auto plain = [](const std::string& s) {
-          return !s.empty() && s.find('/') == std::string::npos && s.find("..") == std::string::npos;
+          return !s.empty() && s.find('/') == std::string::npos &&
+                 s.find("..") == std::string::npos;
         };
         const fs::path file = photos / (md5 + "." + type);
         std::error_code ec;
@@ -186,12 +188,12 @@ DayOneExport::Read DayOneExport::read(const fs::path& source, VaultFormat to, Zo
   if (fs::is_directory(source, ec)) {
     const auto journals = journalsIn(source);
     if (journals.empty()) {
-      throw ImportError(fmt::format("{} holds no Day One journal (no .json file at its top).",
-                                    source.string()));
+      throw ImportError(
+          fmt::format("{} holds no Day One journal (no .json file at its top).", source.string()));
     }
     for (const auto& journal : journals) {
-      merge(out, parse(fileText(journal, journal.filename().string()), source / "photos", to,
-                       zones, journal.filename().string()));
+      merge(out, parse(fileText(journal, journal.filename().string()), source / "photos", to, zones,
+                       journal.filename().string()));
     }
     return out;
   }
@@ -223,10 +225,10 @@ DayOneExport::Read DayOneExport::read(const fs::path& source, VaultFormat to, Zo
       if (stat.size > kMaxJournalBytes) {
         throw ImportError(fmt::format("{}: {} is too large to be a journal.", shown, member));
       }
-      journals.emplace_back(member, readMember(archive.get(), static_cast<zip_uint64_t>(i),
-                                               stat.size, shown));
-    } else if (member.starts_with("photos/") && slash == member.rfind('/') &&
-               member.size() > 7 && member.find("..") == std::string::npos) {
+      journals.emplace_back(
+          member, readMember(archive.get(), static_cast<zip_uint64_t>(i), stat.size, shown));
+    } else if (member.starts_with("photos/") && slash == member.rfind('/') && member.size() > 7 &&
+               member.find("..") == std::string::npos) {
       if (stat.size > kMaxPhotoBytes) continue;
       const std::string bytes =
           readMember(archive.get(), static_cast<zip_uint64_t>(i), stat.size, shown);
@@ -234,8 +236,8 @@ DayOneExport::Read DayOneExport::read(const fs::path& source, VaultFormat to, Zo
     }
   }
   if (journals.empty()) {
-    throw ImportError(fmt::format("{} holds no Day One journal (no .json file at its top).",
-                                  shown));
+    throw ImportError(
+        fmt::format("{} holds no Day One journal (no .json file at its top).", shown));
   }
   std::sort(journals.begin(), journals.end());
   for (const auto& [member, text] : journals) {

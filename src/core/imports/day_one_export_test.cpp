@@ -79,8 +79,8 @@ TEST(DayOneExport, EntriesComeAtTheirLocalTimeWithTagsAndPhotos) {
   EXPECT_EQ(Coordinated::read(fromZip.entries[1].media[0].file),
             Coordinated::read(folder.entries[1].media[0].file));
 
-  const auto json = DayOneExport::read(kExport / "Journal.json", VaultFormat::org, zones,
-                                       scratch.path());
+  const auto json =
+      DayOneExport::read(kExport / "Journal.json", VaultFormat::org, zones, scratch.path());
   EXPECT_EQ(json.entries[0].text.substr(json.entries[0].text.rfind('\n') + 1),
             "Lunch: /bacalhau/ at [[https://example.org/ze][Zé da Mouraria]].");
 }

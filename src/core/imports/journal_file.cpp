@@ -13,7 +13,8 @@ namespace fs = std::filesystem;
 
 std::string_view trim(std::string_view s) {
   while (!s.empty() && (s.front() == ' ' || s.front() == '\t')) s.remove_prefix(1);
-  while (!s.empty() && (s.back() == ' ' || s.back() == '\t' || s.back() == '\r')) s.remove_suffix(1);
+  while (!s.empty() && (s.back() == ' ' || s.back() == '\t' || s.back() == '\r'))
+    s.remove_suffix(1);
   return s;
 }
 
@@ -72,9 +73,10 @@ std::optional<Dated> dated(std::string_view words, const std::string& where) {
   Dated out;
   auto day = DayDate::parse(stamp.substr(0, 10));
   if (!day) {
-    throw ImportError(fmt::format("{}: {} is not a day of the calendar; correct the heading, then "
-                                  "import again.",
-                                  where, stamp.substr(0, 10)));
+    throw ImportError(
+        fmt::format("{}: {} is not a day of the calendar; correct the heading, then "
+                    "import again.",
+                    where, stamp.substr(0, 10)));
   }
   out.day = *day;
   std::string_view rest = stamp.substr(10);
@@ -196,7 +198,8 @@ JournalFile::Read JournalFile::read(std::string_view text, Syntax syntax, VaultF
     if (!entry.empty()) {
       out.entries.push_back(ImportedEntry{open->heading.day,
                                           open->heading.time.value_or(ClockTime{}),
-                                          converted(entry, syntax, to), {}});
+                                          converted(entry, syntax, to),
+                                          {}});
     }
     open.reset();
   };
@@ -273,7 +276,10 @@ JournalFile::Read JournalFile::read(std::string_view text, Syntax syntax, VaultF
     throw ImportError(fmt::format(
         "{} holds no dated entries; a journal needs one heading per entry that starts with its "
         "date, such as \"{}2026-03-14 09:30\".",
-        name, syntax == Syntax::org ? "* " : syntax == Syntax::markdown ? "## " : ""));
+        name,
+        syntax == Syntax::org        ? "* "
+        : syntax == Syntax::markdown ? "## "
+                                     : ""));
   }
   return out;
 }

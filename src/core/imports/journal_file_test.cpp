@@ -22,25 +22,35 @@ struct Case {
 
 TEST(JournalFile, ReadsOneEntryPerDatedHeadingInEachSyntax) {
   const std::vector<Case> cases = {
-      {Syntax::markdown, VaultFormat::markdown,
+      {Syntax::markdown,
+       VaultFormat::markdown,
        "---\ntitle: Diary\n---\n# My diary\n\n## 2026-03-14 09:30 Coffee with *Ana*\nshe moved\n\n"
        "## 2026-03-15\nA quiet day.\n### Evening\nRead.\n\n",
        {entry("2026-03-14", 9, 30, "Coffee with *Ana*\nshe moved"),
         entry("2026-03-15", 0, 0, "A quiet day.\n### Evening\nRead.")}},
-      {Syntax::markdown, VaultFormat::org, "# 2026-03-14 — Walk with **Ben**\n### Later\n",
+      {Syntax::markdown,
+       VaultFormat::org,
+       "# 2026-03-14 — Walk with **Ben**\n### Later\n",
        {entry("2026-03-14", 0, 0, "Walk with *Ben*\n** Later")}},
-      {Syntax::org, VaultFormat::markdown,
+      {Syntax::org,
+       VaultFormat::markdown,
        "#+title: Journal\n* <2026-03-14 Sat 21:05> Dinner /late/\nCLOSED: [2026-03-14 Sat 22:00]\n"
        ":PROPERTIES:\n:ID: x\n:END:\nGood food.\n** [2026-03-16 Mon] Plain\n",
-       {entry("2026-03-14", 21, 5, "Dinner *late*\nGood food."), entry("2026-03-16", 0, 0, "Plain")}},
-      {Syntax::org, VaultFormat::org, "* 2026-03-14 7:05 Early\n",
+       {entry("2026-03-14", 21, 5, "Dinner *late*\nGood food."),
+        entry("2026-03-16", 0, 0, "Plain")}},
+      {Syntax::org,
+       VaultFormat::org,
+       "* 2026-03-14 7:05 Early\n",
        {entry("2026-03-14", 7, 5, "Early")}},
-      {Syntax::plain, VaultFormat::markdown,
+      {Syntax::plain,
+       VaultFormat::markdown,
        "2026-03-14 08:00 Up early\n\nWrote *nothing* down.\n2026-03-15: Rain\n",
        {entry("2026-03-14", 8, 0, "Up early\nWrote *nothing* down."),
         entry("2026-03-15", 0, 0, "Rain")}},
       // A dated heading with nothing under it adds nothing.
-      {Syntax::markdown, VaultFormat::markdown, "## 2026-03-14\n\n## 2026-03-15 Rain\n",
+      {Syntax::markdown,
+       VaultFormat::markdown,
+       "## 2026-03-14\n\n## 2026-03-15 Rain\n",
        {entry("2026-03-15", 0, 0, "Rain")}},
   };
   for (const Case& c : cases) {

@@ -26,7 +26,8 @@ std::string identity(std::string_view text, const std::vector<ImportedEntry::Med
     }
   }
   // Links to the vault's pictures, as an earlier import wrote them.
-  for (const auto& [open, close] : {std::pair{"![](media/", ")"}, std::pair{"[[file:media/", "]]"}}) {
+  for (const auto& [open, close] :
+       {std::pair{"![](media/", ")"}, std::pair{"[[file:media/", "]]"}}) {
     for (auto at = line.find(open); at != std::string::npos; at = line.find(open)) {
       const auto end = line.find(close, at + std::string_view(open).size());
       if (end == std::string::npos) break;
@@ -82,10 +83,9 @@ JournalImporter::Result JournalImporter::add(VaultStore& store,
     bool changed = false;
     for (const ImportedEntry* e : list) {
       const std::string id = identity(e->text, e->media);
-      const bool known =
-          std::any_of(page.journal.begin(), page.journal.end(), [&](const JournalEntry& j) {
-            return j.time == e->time && identity(j.text, {}) == id;
-          });
+      const bool known = std::any_of(
+          page.journal.begin(), page.journal.end(),
+          [&](const JournalEntry& j) { return j.time == e->time && identity(j.text, {}) == id; });
       if (known) {
         ++result.skipped;
       } else {

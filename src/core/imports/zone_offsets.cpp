@@ -25,8 +25,8 @@ bool plausibleName(std::string_view zone) {
     return false;
   }
   return std::all_of(zone.begin(), zone.end(), [](char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
-           c == '/' || c == '_' || c == '-' || c == '+';
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '/' ||
+           c == '_' || c == '-' || c == '+';
   });
 }
 
@@ -67,9 +67,9 @@ std::optional<ZoneInfoFiles::Zone> ZoneInfoFiles::parse(std::string_view bytes) 
   std::size_t p = at + kHeader;
   Zone zone;
   for (std::uint64_t i = 0; i < c.time; ++i, p += timeSize) {
-    zone.transitions.push_back(
-        timeSize == 8 ? static_cast<std::int64_t>(bigEndian64(bytes, p))
-                      : static_cast<std::int64_t>(static_cast<std::int32_t>(bigEndian32(bytes, p))));
+    zone.transitions.push_back(timeSize == 8 ? static_cast<std::int64_t>(bigEndian64(bytes, p))
+                                             : static_cast<std::int64_t>(static_cast<std::int32_t>(
+                                                   bigEndian32(bytes, p))));
   }
   for (std::uint64_t i = 0; i < c.time; ++i, ++p) {
     const auto type = static_cast<std::uint8_t>(bytes[p]);

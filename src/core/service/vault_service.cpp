@@ -187,7 +187,8 @@ struct VaultService::Impl {
     const auto folder = BackupStore::folderFor(o.root);
     if (!folder) return;
     BackupStore backups(*folder, real);
-    const auto interval = std::chrono::minutes(std::max<std::int64_t>(config.backup.intervalMinutes, 1));
+    const auto interval =
+        std::chrono::minutes(std::max<std::int64_t>(config.backup.intervalMinutes, 1));
     if (!nextBackup) {
       const auto last = backups.lastSnapshot();
       nextBackup = last ? *last + interval : real.now();
@@ -195,8 +196,8 @@ struct VaultService::Impl {
     if (real.now() < *nextBackup) return;
     try {
       const auto done = backups.snapshot(o.root, config.backup.keep);
-      say("Backed up " + std::to_string(done.pages) + " pages (" +
-          std::to_string(done.newBlobs) + " changed) to " + folder->string() + ".");
+      say("Backed up " + std::to_string(done.pages) + " pages (" + std::to_string(done.newBlobs) +
+          " changed) to " + folder->string() + ".");
     } catch (const std::exception& e) {
       say(std::string("The backup failed: ") + e.what());
     }

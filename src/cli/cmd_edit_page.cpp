@@ -9,6 +9,7 @@
 #include <ostream>
 
 #include "cli/vault_settings.h"
+#include "core/backup/backup_store.h"
 #include "core/store/atomic_write.h"
 #include "core/store/page_check.h"
 #include "core/store/serializer_codec.h"

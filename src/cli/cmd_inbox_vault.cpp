@@ -5,6 +5,7 @@
 #include <cstdlib>
 
 #include "cli/vault_settings.h"
+#include "core/backup/backup_store.h"
 #include "core/format/serializer_error.h"
 #include "core/store/atomic_write.h"
 #include "core/store/serializer_codec.h"

@@ -6,6 +6,7 @@
 
 #include "cli/day_argument.h"
 #include "cli/vault_settings.h"
+#include "core/backup/backup_store.h"
 #include "core/format/serializer_error.h"
 #include "core/inbox/inbox_error.h"
 #include "core/platform/device_identity.h"

@@ -36,6 +36,11 @@ std::unique_ptr<Command> makeSearchCommand();
 std::unique_ptr<Command> makeTagsCommand();
 std::unique_ptr<Command> makeTasksCommand();
 std::unique_ptr<Command> makeOnThisDayCommand();
+std::unique_ptr<Command> makeConvertCommand();
+std::unique_ptr<Command> makeImportCommand();
+std::unique_ptr<Command> makeExportCommand();
+std::unique_ptr<Command> makeHistoryCommand();
+std::unique_ptr<Command> makeRestoreCommand();
 
 std::vector<std::unique_ptr<Command>> allCommands() {
   std::vector<std::unique_ptr<Command>> commands;
@@ -70,6 +75,11 @@ std::vector<std::unique_ptr<Command>> allCommands() {
   commands.push_back(makeTagsCommand());
   commands.push_back(makeTasksCommand());
   commands.push_back(makeOnThisDayCommand());
+  commands.push_back(makeConvertCommand());
+  commands.push_back(makeImportCommand());
+  commands.push_back(makeExportCommand());
+  commands.push_back(makeHistoryCommand());
+  commands.push_back(makeRestoreCommand());
   return commands;
 }
 

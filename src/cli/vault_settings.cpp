@@ -2,6 +2,7 @@
 #include "cli/vault_settings.h"
 
 
+#include "core/backup/backup_store.h"
 #include "core/platform/device_identity.h"
 #include "core/store/atomic_write.h"
 #include "core/store/cloud_signal.h"
@@ -43,6 +44,8 @@ std::unique_ptr<VaultStore> openCommandStore(const std::filesystem::path& root,
     // recently elsewhere is not overwritten before that text has arrived here.
     options.cloud =
         std::make_shared<FileCloudSignal>(root, DeviceIdentity::current(), context.clock);
+    // Every page's text before a write by Trivo is kept in its file history.
+    options.wrote = BackupStore::historyFor(VaultPaths(root, vault.format), context.clock);
   }
   return std::make_unique<VaultStore>(vault, options);
 }

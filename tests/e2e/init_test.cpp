@@ -167,7 +167,7 @@ TEST(Completion, BashCompletesCommandsAndTheirOptionsFromTheRegistry) {
   EXPECT_EQ(bashComplete(bash.out, "trivo init --"), "--org\n--sample\n--help\n");
   EXPECT_EQ(bashComplete(bash.out, "trivo check --r"), "--roundtrip\n");
   EXPECT_EQ(bashComplete(bash.out, "trivo config g"), "get\n");
-  EXPECT_EQ(bashComplete(bash.out, "trivo help co"), "config\ncompletion\n");
+  EXPECT_EQ(bashComplete(bash.out, "trivo help co"), "config\ncompletion\nconvert\n");
   EXPECT_EQ(bashComplete(bash.out, "trivo --j"), "--json\n");
 }
 

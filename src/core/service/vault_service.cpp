@@ -19,6 +19,7 @@
 #include <thread>
 #include <vector>
 
+#include "core/backup/backup_store.h"
 #include "core/calendar/clock_time.h"
 #include "core/calendar/day_date.h"
 #include "core/config/config_store.h"
@@ -140,6 +141,8 @@ struct VaultService::Impl {
   DesktopNotifier desktop;
   Notifier* notifier;
   std::unique_ptr<InboxAlerts> alerts;
+  // When the next backup snapshot is due (read from the newest snapshot at the first look).
+  std::optional<Instant> nextBackup;
   std::unique_ptr<TickPlayer> player;
   bool soundFailed = false;
 
@@ -190,6 +193,30 @@ struct VaultService::Impl {
         real(o.realClock ? *o.realClock : SystemClock::shared()),
         notifier(o.notifier ? o.notifier : &desktop) {}
 
+  // Takes a snapshot of the pages when `backup.intervalMinutes` have passed since the last one.
+  void backupIfDue() {
+    if (!config.backup.enabled || o.foreground) return;
+    // Most wake-ups come long before the next snapshot: they must cost nothing here.
+    if (nextBackup && real.now() < *nextBackup) return;
+    const auto folder = BackupStore::folderFor(o.root);
+    if (!folder) return;
+    BackupStore backups(*folder, real);
+    const auto interval =
+        std::chrono::minutes(std::max<std::int64_t>(config.backup.intervalMinutes, 1));
+    if (!nextBackup) {
+      const auto last = backups.lastSnapshot();
+      nextBackup = last ? *last + interval : real.now();
+    }
+    if (real.now() < *nextBackup) return;
+    // Only a failure is worth a line of the log; a backup that worked is the normal case.
+    try {
+      (void)backups.snapshot(o.root, config.backup.keep);
+    } catch (const std::exception& e) {
+      say(std::string("The backup failed: ") + e.what());
+    }
+    nextBackup = real.now() + interval;
+  }
+
   void say(const std::string& line) const {
     if (o.log) *o.log << line << std::endl;
   }
@@ -223,6 +250,7 @@ struct VaultService::Impl {
     storeOptions.clock = &real;
     storeOptions.codec = SerializerCodec::forVault(vault, config.yearMode);
     storeOptions.cloud = std::make_shared<FileCloudSignal>(o.root, o.device, real);
+    storeOptions.wrote = BackupStore::historyFor(VaultPaths(o.root, format), real);
     store = std::make_unique<VaultStore>(vault, storeOptions);
     sessionLog = std::make_unique<DayPageSessionLog>(*store);
 
@@ -724,6 +752,7 @@ struct VaultService::Impl {
         refreshView();
       }
       if (alerts) alerts->fire();
+      backupIfDue();
       if (othersDirty && config.focus.syncAcross) {
         othersDirty = false;
         others = LiveSession::others(o.root, o.device.id, real.now());

@@ -333,6 +333,7 @@ void VaultStore::flushLocked() {
     }
     cloud_->touched(file);
     ++writeCount_;
+    if (options_.wrote) options_.wrote(key, disk);
     undoStack_.push_back(Step{key, disk, job.text});
     if (undoStack_.size() > kUndoLimit) undoStack_.erase(undoStack_.begin());
     redoStack_.clear();
@@ -410,6 +411,7 @@ void VaultStore::putLocked(const std::optional<std::string>& text, const EntryKe
       throw VaultError::changedOnDisk(key);
     }
     cloud_->touched(file);
+    if (options_.wrote) options_.wrote(key, expected);
     snapshots_[key] = *text;
   } else {
     if (onDiskLocked(key) != expected) throw VaultError::changedOnDisk(key);

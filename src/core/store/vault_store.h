@@ -9,6 +9,7 @@
 #include <condition_variable>
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -82,6 +83,10 @@ class VaultStore {
     // (RefusedTexts::folderFor), unless `keepOnDisk` is false (then only in memory).
     std::shared_ptr<RefusedTexts> keep;
     bool keepOnDisk = true;
+    // Told after each page this store writes (saves, undo, redo) with the text the file held
+    // before (none when it did not exist), on the writing thread with the store's lock held:
+    // keep it short and never call back into the store. File history keeps these texts.
+    std::function<void(const EntryKey&, const std::optional<std::string>& before)> wrote;
   };
 
   // An undoable write: the text before (none when the file did not exist) and after.

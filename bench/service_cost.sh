@@ -6,10 +6,14 @@ build=${1:-build}
 seconds=${2:-60}
 trivo=$(realpath "$build/trivo")
 work=$(mktemp -d)
-trap 'kill "$pid" 2>/dev/null || true; rm -rf "$work"' EXIT
-mkdir -p "$work/vault/.trivo" "$work/group" "$work/state" "$work/config"
-chmod 700 "$work/group"
-export TRIVO_VAULT="$work/vault" TRIVO_GROUP_DIR="$work/group" XDG_STATE_HOME="$work/state" \
+group=""
+trap 'kill "$pid" 2>/dev/null || true; rm -rf "$work" ${group:+"$group"}' EXIT
+# The shared folder is $XDG_RUNTIME_DIR/trivo on a desktop, which is memory (tmpfs): measure it
+# there when the machine has one, as the service will run.
+if [ -d /dev/shm ] && [ -w /dev/shm ]; then group=$(mktemp -d -p /dev/shm); else group=$work/group; fi
+mkdir -p "$work/vault/.trivo" "$group" "$work/state" "$work/config"
+chmod 700 "$group"
+export TRIVO_VAULT="$work/vault" TRIVO_GROUP_DIR="$group" XDG_STATE_HOME="$work/state" \
   XDG_CONFIG_HOME="$work/config" PULSE_SERVER=unix:/nonexistent \
   DBUS_SESSION_BUS_ADDRESS=unix:path=/nonexistent
 unset XDG_RUNTIME_DIR

@@ -429,7 +429,11 @@ std::vector<SearchPage> SearchIndex::searchOnce(const SearchQuery& query) {
   auto around =
       db_->prepare("SELECT line, text FROM lines WHERE file = ? AND line BETWEEN ? AND ?");
   const auto context = static_cast<std::int64_t>(options_.context);
-  for (const auto& [fileId, numbers] : found) {
+  for (const auto& entry : found) {
+    // Named variables, not structured bindings: the lambda below captures the id, which
+    // clang 14 does not allow of a binding.
+    const auto& fileId = entry.first;
+    const auto& numbers = entry.second;
     const FileRow& row = files.at(fileId);
     SearchPage page;
     page.file = row.path;

@@ -288,12 +288,25 @@ std::string JournalFile::write(const std::vector<ImportedEntry>& entries, VaultF
   std::string out;
   for (const ImportedEntry& e : entries) {
     if (!out.empty()) out += '\n';
-    if (format == VaultFormat::org) {
-      out += "* " + TextSyntax::inactiveStamp(e.day, e.time) + "\n";
-    } else {
-      out += "## " + e.day.isoString() + " " + e.time.description() + "\n";
+    const auto syntax =
+        format == VaultFormat::org ? JournalFile::Syntax::org : JournalFile::Syntax::markdown;
+    // A first line that would itself read as a dated heading stays on the entry's heading, as
+    // its title, so that reading the file back never splits the entry in two.
+    const std::string_view first = std::string_view(e.text).substr(0, e.text.find('\n'));
+    bool onHeading = false;
+    if (auto words = headingWords(first, syntax)) {
+      try {
+        onHeading = dated(*words, "").has_value();
+      } catch (const ImportError&) {
+        onHeading = true;  // a heading with a date that does not read would be refused
+      }
     }
-    out += e.text + "\n";
+    if (format == VaultFormat::org) {
+      out += "* " + TextSyntax::inactiveStamp(e.day, e.time);
+    } else {
+      out += "## " + e.day.isoString() + " " + e.time.description();
+    }
+    out += onHeading ? " " + e.text + "\n" : "\n" + e.text + "\n";
   }
   return out;
 }

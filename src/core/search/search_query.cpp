@@ -11,10 +11,22 @@
 namespace trivo {
 namespace {
 
-bool isBlank(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
+// Every control character separates words: none can be typed into a line of a page that the
+// search would match, and folding would not keep them as they are.
+bool isBlank(char c) { return static_cast<unsigned char>(c) <= 0x20 || c == 0x7F; }
 
+// The person's word inside a sentence: control characters (a NUL would end the message where it
+// stands) are shown as U+FFFD.
 std::string inQuotes(std::string_view text) {
-  return "\xE2\x80\x9C" + std::string(text) + "\xE2\x80\x9D";
+  std::string shown;
+  for (char c : text) {
+    if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) {
+      shown += "\xEF\xBF\xBD";
+    } else {
+      shown += c;
+    }
+  }
+  return "\xE2\x80\x9C" + shown + "\xE2\x80\x9D";
 }
 
 // A tag as written after "tag:" or in a setting: "#work" and "work" name the same tag.

@@ -11,12 +11,7 @@
 namespace trivo::cli {
 
 ChainPage chainPage(const std::string& page, const Context& context) {
-  std::filesystem::path root;
-  try {
-    root = locateVault(VaultSearch::fromProcess(context.vault));
-  } catch (const VaultNotFound& e) {
-    throw UserError(e.what());
-  }
+  const std::filesystem::path root = commandVault(context);
   const auto target = parsePageAddress(page, DayDate::today(context.clock), yearModeOf(root));
   if (!target) {
     throw UserError("\"" + page +

@@ -8,6 +8,7 @@
 #include <ostream>
 
 #include "cli/command.h"
+#include "cli/vault_settings.h"
 #include "core/focus/audio_sink.h"
 #include "core/focus/tick_player.h"
 #include "core/service/service_lock.h"
@@ -44,12 +45,7 @@ class AppCommand final : public Command {
 
   int run(Context& context) override {
     if (printUnit_ || installUnit_) return unit(context);
-    fs::path root;
-    try {
-      root = locateVault(VaultSearch::fromProcess(context.vault));
-    } catch (const VaultNotFound& e) {
-      throw UserError(e.what());
-    }
+    const fs::path root = commandVault(context);
     const auto lockFile = serviceLockFile(root);
     if (!lockFile) {
       throw UserError(

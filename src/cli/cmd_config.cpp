@@ -5,6 +5,7 @@
 #include <ostream>
 
 #include "cli/command.h"
+#include "cli/vault_settings.h"
 #include "core/config/config_store.h"
 #include "core/store/atomic_write.h"
 #include "core/vault/vault_locator.h"
@@ -53,12 +54,7 @@ class ConfigCommand final : public Command {
   }
 
   int run(Context& context) override {
-    fs::path root;
-    try {
-      root = locateVault(VaultSearch::fromProcess(context.vault));
-    } catch (const VaultNotFound& e) {
-      throw UserError(e.what());
-    }
+    const fs::path root = commandVault(context);
     std::error_code ec;
     if (!fs::is_directory(root, ec)) {
       throw UserError("The vault folder " + root.string() + " does not exist.");

@@ -42,12 +42,7 @@ class ConvertCommand final : public Command {
   }
 
   int run(Context& context) override {
-    fs::path root;
-    try {
-      root = locateVault(VaultSearch::fromProcess(context.vault));
-    } catch (const VaultNotFound& e) {
-      throw UserError(e.what());
-    }
+    const fs::path root = commandVault(context);
     VaultConverter converter(root, yearModeOf(root), context.clock);
     ProgressBar bar(context.err, undo_ ? "Undoing" : "Converting", ProgressBar::forTerminal());
     const auto progress = [&bar](std::size_t done, std::size_t total) { bar.update(done, total); };

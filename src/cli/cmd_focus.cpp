@@ -11,6 +11,7 @@
 #include <thread>
 
 #include "cli/command.h"
+#include "cli/vault_settings.h"
 #include "core/focus/audio_sink.h"
 #include "core/focus/live_state.h"
 #include "core/focus/tick_player.h"
@@ -77,12 +78,7 @@ class FocusCommand final : public Command {
 
   int run(Context& context) override {
     Order order = parse();
-    fs::path root;
-    try {
-      root = locateVault(VaultSearch::fromProcess(context.vault));
-    } catch (const VaultNotFound& e) {
-      throw UserError(e.what());
-    }
+    const fs::path root = commandVault(context);
     const auto lockFile = serviceLockFile(root);
     const std::optional<pid_t> holder = lockFile ? ServiceLock::holder(*lockFile) : std::nullopt;
     if (action_ == "status") return status(context, holder.has_value());

@@ -28,12 +28,7 @@ class PathCommand final : public Command {
   }
 
   int run(Context& context) override {
-    std::filesystem::path root;
-    try {
-      root = locateVault(VaultSearch::fromProcess(context.vault));
-    } catch (const VaultNotFound& e) {
-      throw UserError(e.what());
-    }
+    const std::filesystem::path root = commandVault(context);
     const auto target = parsePageAddress(page_, DayDate::today(context.clock), yearModeOf(root));
     if (!target) {
       throw UserError("\"" + page_ +

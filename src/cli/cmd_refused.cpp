@@ -8,6 +8,7 @@
 #include <ostream>
 
 #include "cli/command.h"
+#include "cli/vault_settings.h"
 #include "core/store/atomic_write.h"
 #include "core/store/refused_resolver.h"
 #include "core/store/store_errors.h"
@@ -53,12 +54,7 @@ class RefusedCommand final : public Command {
   }
 
   int run(Context& context) override {
-    fs::path root;
-    try {
-      root = locateVault(VaultSearch::fromProcess(context.vault));
-    } catch (const VaultNotFound& e) {
-      throw UserError(e.what());
-    }
+    const fs::path root = commandVault(context);
     RefusedResolver resolver(Vault{root, detectVaultFormat(root), "en", std::nullopt});
     if (action_.empty()) return list(resolver, root, context);
     if (!number_) throw UserError("Name the text by the number trivo refused lists.", 2);

@@ -22,6 +22,14 @@ YearMode yearModeOf(const std::filesystem::path& root) {
       .value_or(YearMode::quarter);
 }
 
+std::filesystem::path commandVault(const Context& context) {
+  try {
+    return locateVault(VaultSearch::fromProcess(context.vault));
+  } catch (const VaultNotFound& e) {
+    throw UserError(e.what());
+  }
+}
+
 std::unique_ptr<VaultStore> openCommandStore(const std::filesystem::path& root,
                                              const Context& context, StoreWrites writes) {
   const Vault vault{root, detectVaultFormat(root), "en", std::nullopt};

@@ -14,6 +14,10 @@ namespace trivo::cli {
 // The vault's year mode from its settings file; anything unreadable means the default (quarter).
 YearMode yearModeOf(const std::filesystem::path& root);
 
+// The vault the command works on (--vault, TRIVO_VAULT, the folders upward, the default);
+// refused with the locator's sentence when there is none.
+std::filesystem::path commandVault(const Context& context);
+
 // How a command writes: never; all at once when it has done everything it was asked (a refusal
 // half-way leaves every page as it was); or each save at once.
 enum class StoreWrites { never, whenDone, atOnce };

@@ -82,6 +82,8 @@ class Scratch {
  private:
   void finish();
   void release();
+  // Appends bytes another program wrote into the replaced file to the one now in place.
+  bool appendTail(std::string_view tail);
 
   FileSystem& fs_;
   Options options_;

@@ -222,9 +222,30 @@ bool Scratch::commitIf(const std::optional<std::string>& expected) {
     swappedOut.reset();
   }
   if (swappedOut == expected) {
-    fs_.unlink(scratch_.c_str());  // the old text, now replaced
-    finish();
-    return true;
+    // A program that opened the old file before the swap (a shell's `>>`) may still write into
+    // it. Look at it once more after the folder sync, which takes a while, before letting it go.
+    if (options_.durable) syncFolder(fs_, folder_);
+    std::optional<std::string> late;
+    try {
+      late = Coordinated::readIfExists(scratch_, &fs_);
+    } catch (const FileError&) {
+      late = expected;
+    }
+    if (late == expected || !late) {
+      fs_.unlink(scratch_.c_str());  // the old text, now replaced
+      placed_ = true;
+      release();
+      return true;
+    }
+    // Written to after the swap. When it was only appended to, the tail goes after our text, as
+    // it would have had it come a moment later. Anything else: their text goes back in place
+    // and ours is not written.
+    if (late->starts_with(*expected) && appendTail(std::string_view(*late).substr(expected->size()))) {
+      fs_.unlink(scratch_.c_str());
+      placed_ = true;
+      release();
+      return true;
+    }
   }
   if (fs_.rename(scratch_.c_str(), target_.c_str(), RENAME_EXCHANGE) != 0) {
     // Cannot swap back: their text must win, ours is kept by the caller.
@@ -238,6 +259,15 @@ bool Scratch::commitIf(const std::optional<std::string>& expected) {
     throw FileError(code, target_, "write");
   }
   return false;
+}
+
+bool Scratch::appendTail(std::string_view tail) {
+  const int fd = fs_.open(target_.c_str(), O_WRONLY | O_APPEND | O_NOFOLLOW | O_CLOEXEC, 0);
+  if (fd < 0) return false;
+  int code = writeAll(fs_, fd, tail);
+  if (code == 0 && options_.durable) code = retryingSync(fs_, fd, false);
+  fs_.close(fd);
+  return code == 0;
 }
 
 void write(std::string_view bytes, const fs::path& target, const Options& options) {

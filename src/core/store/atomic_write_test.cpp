@@ -1,6 +1,7 @@
 #include "core/store/atomic_write.h"
 
 #include <gtest/gtest.h>
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -144,6 +145,62 @@ TEST(AtomicWrite, ConditionalReplaceKeepsAnEditMadeAfterTheScratchWasWritten) {
   EXPECT_EQ(countScratch(dir.path()), 0u);
   EXPECT_FALSE(AtomicWrite::replaceIf("x", dir.path() / "gone.md", "was here"));
   EXPECT_FALSE(fs::exists(dir.path() / "gone.md"));
+}
+
+// Appends through a descriptor opened on the old file before the swap, landing while the folder
+// is synced: a shell's `>>` preempted between its open and its write.
+class WriterAfterTheSwap : public FileSystem {
+ public:
+  WriterAfterTheSwap(const fs::path& page, std::string text)
+      : fd_(::open(page.c_str(), O_WRONLY | O_APPEND)),
+        text_(std::move(text)) {}
+  ~WriterAfterTheSwap() override { ::close(fd_); }
+  int syncFolder(int fd) override {
+    if (!text_.empty()) {
+      EXPECT_EQ(::write(fd_, text_.data(), text_.size()), static_cast<ssize_t>(text_.size()));
+      text_.clear();
+    }
+    return FileSystem::syncFolder(fd);
+  }
+
+ private:
+  int fd_;
+  std::string text_;
+};
+
+TEST(AtomicWrite, ConditionalReplaceKeepsWhatAnOpenDescriptorWritesIntoTheOldFile) {
+  TempDir dir;
+  const fs::path target = dir.write("page.md", "base\n");
+  {
+    WriterAfterTheSwap shell(target, "appended late\n");
+    AtomicWrite::Options options;
+    options.fileSystem = &shell;
+    EXPECT_TRUE(AtomicWrite::replaceIf("base\nours\n", target, "base\n", options));
+  }
+  EXPECT_EQ(dir.read("page.md"), "base\nours\nappended late\n");
+  {
+    // The old file rewritten in place, not extended: theirs goes back, ours is not written.
+    const fs::path other = dir.write("other.md", "one\ntwo\n");
+    AtomicWrite::Options options;
+    int fd = ::open(other.c_str(), O_WRONLY);
+    struct Rewriter : FileSystem {
+      int fd;
+      bool done = false;
+      int syncFolder(int folder) override {
+        if (!done) {
+          EXPECT_EQ(::pwrite(fd, "ONE", 3, 0), 3);
+          done = true;
+        }
+        return FileSystem::syncFolder(folder);
+      }
+    } rewriter;
+    rewriter.fd = fd;
+    options.fileSystem = &rewriter;
+    EXPECT_FALSE(AtomicWrite::replaceIf("ours\n", other, "one\ntwo\n", options));
+    ::close(fd);
+    EXPECT_EQ(dir.read("other.md"), "ONE\ntwo\n");
+  }
+  EXPECT_EQ(countScratch(dir.path()), 0u);
 }
 
 TEST(AtomicWrite, ReadOnlyFolderRefusesWithoutLeavingAnything) {

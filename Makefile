@@ -38,10 +38,11 @@ app: build
 test: build
 	ctest --test-dir $(BUILD) --output-on-failure -j $(JOBS)
 
-# The build a packager makes: Release with the default options (warnings are not errors), of
-# the programs and the library (the tests run in the other builds).
+# The build a packager makes: Release (warnings are not errors), of the programs and the library
+# (the tests run in the other builds), every file compiled on its own, which proves that each
+# includes what it uses.
 release: deps
-	cmake -S . -B $(REL_BUILD) $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=Release
+	cmake -S . -B $(REL_BUILD) $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=Release -DTRIVO_UNITY=OFF
 	cmake --build $(REL_BUILD) -j $(JOBS) --target trivo trivo-widgets trivo-app TrivoCore
 
 sanitize: deps

@@ -12,15 +12,12 @@ namespace {
 
 constexpr std::array<const char*, 7> kWeekdays = {"Monday", "Tuesday",  "Wednesday", "Thursday",
                                                   "Friday", "Saturday", "Sunday"};
-constexpr std::array<const char*, 12> kMonths = {"January",   "February", "March",    "April",
-                                                 "May",       "June",     "July",     "August",
-                                                 "September", "October",  "November", "December"};
 
 }  // namespace
 
 std::string longDayText(const DayDate& day) {
   return std::string(kWeekdays[static_cast<std::size_t>(weekdayIndex(day.weekday()))]) + " " +
-         std::to_string(day.day) + " " + kMonths[static_cast<std::size_t>(day.month - 1)] + " " +
+         std::to_string(day.day) + " " + std::string(englishMonthName(day.month)) + " " +
          std::to_string(day.year);
 }
 
@@ -36,7 +33,7 @@ std::string pageId(const EntryKey& key) {
 std::string shortDayText(const DayDate& day) {
   return std::string(kWeekdays[static_cast<std::size_t>(weekdayIndex(day.weekday()))], 3) + " " +
          std::to_string(day.day) + " " +
-         std::string(kMonths[static_cast<std::size_t>(day.month - 1)], 3);
+         std::string(englishMonthName(day.month).substr(0, 3));
 }
 
 std::string reflectionOfferText(const CadenceEngine::ReflectionOffer& offer) {

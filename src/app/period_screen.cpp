@@ -9,6 +9,7 @@
 
 #include "app/app_session.h"
 #include "app/display_text.h"
+#include "core/calendar/day_date.h"
 #include "core/planning/outcome_tree.h"
 #include "core/planning/reflection_questions.h"
 #include "core/planning/serves_progress.h"
@@ -90,10 +91,7 @@ std::string titleOf(const EntryKey& page) {
            kShort[last.month - 1] + " " + std::to_string(last.year);
   }
   if (const auto* m = page.asMonth()) {
-    static constexpr const char* kMonths[] = {"January",   "February", "March",    "April",
-                                              "May",       "June",     "July",     "August",
-                                              "September", "October",  "November", "December"};
-    return std::string(kMonths[m->month - 1]) + " " + std::to_string(m->year);
+    return std::string(englishMonthName(m->month)) + " " + std::to_string(m->year);
   }
   if (const auto* q = page.asQuarter()) {
     return "Quarter " + std::to_string(q->quarter) + ", " + std::to_string(q->year);

@@ -28,11 +28,11 @@ namespace {
 namespace fs = std::filesystem;
 
 template <class... Ts>
-struct Overloaded : Ts... {
+struct OpenOverloaded : Ts... {
   using Ts::operator()...;
 };
 template <class... Ts>
-Overloaded(Ts...) -> Overloaded<Ts...>;
+OpenOverloaded(Ts...) -> OpenOverloaded<Ts...>;
 
 std::string inQuotes(std::string_view text) { return "\"" + std::string(text) + "\""; }
 
@@ -256,7 +256,7 @@ class OpenCommand final : public Command {
   Action follow(const DeepLink& link, const Context& context) {
     using DL = DeepLink;
     return std::visit(
-        Overloaded{
+        OpenOverloaded{
             [&](const DL::Open& v) -> Action {
               if (const auto* key = std::get_if<PageKey>(&v.destination.value);
                   key && key->kind == PageKey::Kind::period && key->period) {

@@ -25,7 +25,7 @@ namespace trivo {
 namespace {
 
 namespace fs = std::filesystem;
-using Files = std::map<std::string, std::string>;
+using ConvertedFiles = std::map<std::string, std::string>;
 
 std::optional<fs::path> generator() {
   for (const fs::path& candidate : {fs::path(TRIVO_SOURCE_DIR) / "../shared/tools/genvault.py",
@@ -35,8 +35,8 @@ std::optional<fs::path> generator() {
   return std::nullopt;
 }
 
-Files pagesOf(const fs::path& root) {
-  Files out;
+ConvertedFiles pagesOf(const fs::path& root) {
+  ConvertedFiles out;
   for (auto it = fs::recursive_directory_iterator(root); it != fs::end(it); ++it) {
     if (it->path().filename() == ".trivo") {
       it.disable_recursion_pending();
@@ -105,12 +105,12 @@ class ConvertCommand : public ::testing::Test {
 };
 
 TEST_F(ConvertCommand, AKilledConversionLeavesEveryPageWholeAndTheNextRunFinishes) {
-  const Files original = pagesOf(source_);
+  const ConvertedFiles original = pagesOf(source_);
   const fs::path reference = copyOf("reference");
   const auto started = std::chrono::steady_clock::now();
   ASSERT_EQ(trivo(reference, {"convert", "--to", "org"}).exitCode, 0);
   const auto took = std::chrono::steady_clock::now() - started;
-  const Files converted = pagesOf(reference);
+  const ConvertedFiles converted = pagesOf(reference);
 
   std::mt19937 random(std::random_device{}());
   for (int run = 0; run < 3; ++run) {
@@ -136,7 +136,7 @@ TEST_F(ConvertCommand, AKilledConversionLeavesEveryPageWholeAndTheNextRunFinishe
     ::waitpid(pid, &status, 0);
 
     // Each page is there as it was, or converted whole (or, for a moment, both).
-    const Files left = pagesOf(vault);
+    const ConvertedFiles left = pagesOf(vault);
     for (const auto& [path, text] : left) {
       if (path.ends_with(".org")) {
         EXPECT_EQ(text, converted.at(path)) << path << " after " << delay.count() << "µs";
@@ -157,7 +157,7 @@ TEST_F(ConvertCommand, AKilledConversionLeavesEveryPageWholeAndTheNextRunFinishe
 }
 
 TEST_F(ConvertCommand, DryRunListsThePagesAndUndoPutsThemBack) {
-  const Files original = pagesOf(source_);
+  const ConvertedFiles original = pagesOf(source_);
   const auto dry = trivo(source_, {"convert", "--to", "org", "--dry-run"});
   EXPECT_EQ(dry.exitCode, 0) << dry.err;
   EXPECT_NE(dry.out.find("days/2026-01-09.md → days/2026-01-09.org\n"), std::string::npos);

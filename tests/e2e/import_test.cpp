@@ -14,7 +14,7 @@ namespace trivo {
 namespace {
 
 namespace fs = std::filesystem;
-using Files = std::map<std::string, std::string>;
+using ImportedFiles = std::map<std::string, std::string>;
 
 const fs::path kDayOne = fs::path(TRIVO_SOURCE_DIR) / "tests/data/dayone";
 
@@ -38,8 +38,8 @@ class ImportCommand : public ::testing::Test {
     return trivo(args);
   }
 
-  Files filesOf(const std::string& name) const {
-    Files out;
+  ImportedFiles filesOf(const std::string& name) const {
+    ImportedFiles out;
     for (const auto& entry : fs::recursive_directory_iterator(vault(name))) {
       if (entry.is_regular_file() && entry.path().string().find("/.trivo/") == std::string::npos) {
         out[entry.path().lexically_relative(vault(name)).generic_string()] =
@@ -58,7 +58,7 @@ TEST_F(ImportCommand, DayOneFolderAndZipImportEachEntryOnce) {
   EXPECT_EQ(first.out, "Imported 4 entries into 3 days with 2 photos.\n");
   EXPECT_EQ(first.err,
             "trivo: 1 photos named by entries are not in the export and were left out.\n");
-  const Files once = filesOf("a");
+  const ImportedFiles once = filesOf("a");
   EXPECT_NE(once.at("days/2026-03-15.md")
                 .find("- 08:40 — Ramen in Shibuya after the flight #travel #food\n"
                       "  ![](media/2026-03-15-0840-238a3aa138b286f85d133b8e9160d775.png)\n"),
@@ -100,7 +100,7 @@ TEST_F(ImportCommand, JournalsImportOnceAndExportRangesReadBack) {
   EXPECT_EQ(first.err,
             "trivo: 1 lines above the first dated heading belong to no entry and were not "
             "imported.\n");
-  const Files once = filesOf("a");
+  const ImportedFiles once = filesOf("a");
   EXPECT_EQ(in("a", {"import", "journal", (dir_.path() / "diary.md").string()}).out,
             "Imported 0 entries into 0 days; 3 were there already.\n");
   EXPECT_EQ(filesOf("a"), once);
@@ -124,7 +124,7 @@ TEST_F(ImportCommand, JournalsImportOnceAndExportRangesReadBack) {
 }
 
 TEST_F(ImportCommand, DamagedInputIsRefusedWithNothingWritten) {
-  const Files before = filesOf("a");
+  const ImportedFiles before = filesOf("a");
   dir_.write("broken.zip", std::string("PK\x03\x04", 4) + "cut short");
   const auto zip = in("a", {"import", "dayone", (dir_.path() / "broken.zip").string()});
   EXPECT_EQ(zip.exitCode, 2);
@@ -139,7 +139,7 @@ TEST_F(ImportCommand, DamagedInputIsRefusedWithNothingWritten) {
             "as Org stamps; correct it, then import again.\n");
   // A day page that does not read stops the import before any page or photo is written.
   dir_.write("a/days/2026-03-15.md", "---\nnot a field\n---\n");
-  const Files withBadPage = filesOf("a");
+  const ImportedFiles withBadPage = filesOf("a");
   const auto bad = in("a", {"import", "dayone", kDayOne.string()});
   EXPECT_EQ(bad.exitCode, 3);
   EXPECT_EQ(bad.err,

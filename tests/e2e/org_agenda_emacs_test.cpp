@@ -86,7 +86,7 @@ const char* kAgendaLisp = R"((progn
       (forward-line 1)))
   (setq command-line-args-left nil)))";
 
-std::optional<std::string> findEmacs() {
+std::optional<std::string> findEmacsProgram() {
   const char* path = std::getenv("PATH");
   std::stringstream dirs(path ? path : "/usr/bin");
   std::string dir;
@@ -98,7 +98,7 @@ std::optional<std::string> findEmacs() {
 }
 
 TEST(OrgAgendaInEmacs, EmacsAndTrivoListTheSameItemsOnTheSameDays) {
-  const auto emacs = findEmacs();
+  const auto emacs = findEmacsProgram();
   if (!emacs) {
     GTEST_SKIP() << "emacs is not installed (scripts/install-deps installs emacs-nox), so the "
                     "agenda is not checked against Emacs";

@@ -21,7 +21,7 @@ namespace {
 namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 
-std::size_t count(const std::string& text, const std::string& part) {
+std::size_t occurrences(const std::string& text, const std::string& part) {
   std::size_t n = 0;
   for (auto at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) ++n;
   return n;
@@ -143,8 +143,8 @@ TEST_F(ServiceNotifications, AnAlertThirtyMinutesBeforeSixIsShownOnceAtHalfPastF
   auto service = this->start(clock);
   // The rent's alert (17:00) fell before the service started: it is shown at once, as late.
   std::string calls = mock_.calls(1000ms);
-  EXPECT_EQ(count(calls, "\"Pay the rent\""), 1u) << calls;
-  EXPECT_EQ(count(calls, "Late: Due 2026-09-16 17:15 (15 minutes before)"), 1u) << calls;
+  EXPECT_EQ(occurrences(calls, "\"Pay the rent\""), 1u) << calls;
+  EXPECT_EQ(occurrences(calls, "Late: Due 2026-09-16 17:15 (15 minutes before)"), 1u) << calls;
 
   for (int i = 0; i < 30 && calls.find("Call Anna") == std::string::npos; ++i) {
     calls = mock_.calls(500ms);
@@ -155,15 +155,15 @@ TEST_F(ServiceNotifications, AnAlertThirtyMinutesBeforeSixIsShownOnceAtHalfPastF
   // Late only by how long a loaded machine takes to wake the service.
   EXPECT_LT(*shown, *parseIsoInstant("2026-09-16T17:31:00Z")) << calls;
   calls = mock_.calls(2000ms);
-  EXPECT_EQ(count(calls, "\"Call Anna\""), 1u) << calls;
-  EXPECT_EQ(count(calls, "\"Due 2026-09-16 18:00 (30 minutes before)\""), 1u) << calls;
+  EXPECT_EQ(occurrences(calls, "\"Call Anna\""), 1u) << calls;
+  EXPECT_EQ(occurrences(calls, "\"Due 2026-09-16 18:00 (30 minutes before)\""), 1u) << calls;
   EXPECT_EQ(service->stop(5000), 0);
 
   // A restart remembers what was shown.
   auto again = this->start(clock);
   calls = mock_.calls(1000ms);
-  EXPECT_EQ(count(calls, "Call Anna"), 1u) << calls;
-  EXPECT_EQ(count(calls, "Pay the rent"), 1u) << calls;
+  EXPECT_EQ(occurrences(calls, "Call Anna"), 1u) << calls;
+  EXPECT_EQ(occurrences(calls, "Pay the rent"), 1u) << calls;
   EXPECT_EQ(again->stop(5000), 0);
 }
 
@@ -174,7 +174,7 @@ TEST_F(ServiceNotifications, ACueThatAsksToNotifyShowsItsText) {
   const auto r = testing::runTrivo({"focus", "start", "20", "Essay"}, options(",1," + anchor_));
   ASSERT_EQ(r.exitCode, 0) << r.err;
   const std::string calls = mock_.calls(1000ms);
-  EXPECT_EQ(count(calls, "\"Focus started: Essay\""), 1u) << calls;
+  EXPECT_EQ(occurrences(calls, "\"Focus started: Essay\""), 1u) << calls;
   EXPECT_EQ(service->stop(5000), 0);
 }
 

@@ -24,7 +24,7 @@ namespace {
 namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 
-constexpr const char* kDay = "2026-09-16";
+constexpr const char* kServiceDay = "2026-09-16";
 
 bool waitFor(const std::function<bool()>& done, std::chrono::milliseconds timeout) {
   const auto deadline = std::chrono::steady_clock::now() + timeout;
@@ -35,12 +35,12 @@ bool waitFor(const std::function<bool()>& done, std::chrono::milliseconds timeou
   return done();
 }
 
-std::string readAll(const fs::path& file) {
+std::string readWhole(const fs::path& file) {
   std::ifstream in(file, std::ios::binary);
   return {std::istreambuf_iterator<char>(in), {}};
 }
 
-std::size_t count(const std::string& text, const std::string& part) {
+std::size_t countOf(const std::string& text, const std::string& part) {
   std::size_t n = 0;
   for (auto at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) ++n;
   return n;
@@ -75,7 +75,7 @@ class Service : public ::testing::Test {
              {"PULSE_SERVER", "unix:/nonexistent"},
              {"DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent"},
              {"TRIVO_SERVICE_CLOCK",
-              std::string(kDay) + "T09:00:00Z," + std::to_string(scale_) + "," + anchor_}};
+              std::string(kServiceDay) + "T09:00:00Z," + std::to_string(scale_) + "," + anchor_}};
     return o;
   }
 
@@ -99,14 +99,14 @@ class Service : public ::testing::Test {
 
   LiveState live() const {
     try {
-      return Json::parse(readAll(group_.path() / "live.json")).get<LiveState>();
+      return Json::parse(readWhole(group_.path() / "live.json")).get<LiveState>();
     } catch (const std::exception&) {
       return LiveState{};
     }
   }
 
-  fs::path dayPage() const { return vault_.path() / "days" / (std::string(kDay) + ".md"); }
-  std::string log() const { return readAll(errFile_); }
+  fs::path dayPage() const { return vault_.path() / "days" / (std::string(kServiceDay) + ".md"); }
+  std::string log() const { return readWhole(errFile_); }
 
   // The service's snapshot file, by the rule the service follows under this XDG_STATE_HOME.
   fs::path snapshotFile() const {
@@ -119,7 +119,7 @@ TEST_F(Service, AnOutcomeWrittenIntoTheDayPageReachesLiveStateWithinASecond) {
   auto service = start();
   ASSERT_EQ(live().set, 0);
   const auto written = std::chrono::steady_clock::now();
-  vault_.write(fs::path("days") / (std::string(kDay) + ".md"),
+  vault_.write(fs::path("days") / (std::string(kServiceDay) + ".md"),
                "---\ndate: 2026-09-16\ntype: day\n---\n# Wednesday, 16 September 2026\n\n"
                "## Outcomes\n- [x] Ship the release\n- [ ] Write the essay\n- [ ]\n");
   ASSERT_TRUE(waitFor([&] { return live().set == 2; }, 3s)) << log();
@@ -143,12 +143,12 @@ TEST_F(Service, FocusStartThroughTheServiceLogsAOneMinuteSession) {
   const auto r = trivo({"focus", "start", "1", "Write"});
   ASSERT_EQ(r.exitCode, 0) << r.err;
   EXPECT_EQ(r.out.rfind("Focusing on Write", 0), 0u) << r.out;
-  ASSERT_TRUE(waitFor([&] { return readAll(dayPage()).find("· 1m · Write") != std::string::npos; },
+  ASSERT_TRUE(waitFor([&] { return readWhole(dayPage()).find("· 1m · Write") != std::string::npos; },
                       10s))
-      << readAll(dayPage()) << log();
+      << readWhole(dayPage()) << log();
   EXPECT_TRUE(waitFor([&] { return live().todayMinutes == 1; }, 2s));
   EXPECT_EQ(live().phase, LiveState::Phase::idle);
-  EXPECT_EQ(count(readAll(dayPage()), "Write"), 1u);
+  EXPECT_EQ(countOf(readWhole(dayPage()), "Write"), 1u);
   // Other devices learn about the session through the vault, and about its end too.
   EXPECT_TRUE(fs::is_empty(vault_.path() / ".trivo" / "live"));
   EXPECT_EQ(service->stop(5000), 0);
@@ -174,7 +174,7 @@ TEST_F(Service, ASessionSurvivesSigkillAndARestart) {
   std::this_thread::sleep_for(1s);
   ASSERT_EQ(::kill(pid, SIGKILL), 0);
   first.reset();  // reaps the killed child
-  EXPECT_EQ(readAll(dayPage()).find("Write"), std::string::npos);
+  EXPECT_EQ(readWhole(dayPage()).find("Write"), std::string::npos);
   EXPECT_TRUE(fs::exists(snapshotFile()));
   fs::remove(group_.path() / "live.json");  // so that what is read next is the new service's
 
@@ -184,10 +184,10 @@ TEST_F(Service, ASessionSurvivesSigkillAndARestart) {
   EXPECT_EQ(resumed.started, before.started);
   EXPECT_EQ(resumed.ends, before.ends);
   EXPECT_EQ(resumed.subject, std::optional<std::string>("Write"));
-  ASSERT_TRUE(waitFor([&] { return readAll(dayPage()).find("· 1m · Write") != std::string::npos; },
+  ASSERT_TRUE(waitFor([&] { return readWhole(dayPage()).find("· 1m · Write") != std::string::npos; },
                       15s))
       << log();
-  EXPECT_EQ(count(readAll(dayPage()), "Write"), 1u);
+  EXPECT_EQ(countOf(readWhole(dayPage()), "Write"), 1u);
   EXPECT_EQ(second->stop(5000), 0);
 }
 
@@ -202,8 +202,8 @@ TEST_F(Service, CommandsOlderThanAMinuteOrBrokenAreDroppedWithOneLine) {
   std::this_thread::sleep_for(200ms);
   EXPECT_EQ(live().phase, LiveState::Phase::idle);
   const std::string err = log();
-  EXPECT_EQ(count(err, "is older than a minute; it is dropped.\n"), 1u) << err;
-  EXPECT_EQ(count(err, "is not a command; it is dropped.\n"), 1u) << err;
+  EXPECT_EQ(countOf(err, "is older than a minute; it is dropped.\n"), 1u) << err;
+  EXPECT_EQ(countOf(err, "is not a command; it is dropped.\n"), 1u) << err;
 
   // An order without minutes or subject, as older widgets write it, is still obeyed.
   group_.write("command.json",
@@ -228,12 +228,12 @@ TEST_F(Service, DamagedFilesAreReportedInOneLineEachAndNeverStopIt) {
   auto service = start();
   ASSERT_TRUE(waitFor([&] { return live().vault.has_value(); }, 2s));
   const std::string err = log();
-  EXPECT_EQ(count(err, "cannot be read; it is replaced.\n"), 1u) << err;
-  EXPECT_EQ(count(err, "cannot be read; it is ignored.\n"), 1u) << err;
-  EXPECT_EQ(count(err, "config.json cannot be read"), 1u) << err;
-  EXPECT_EQ(count(err, "\n"), 3u) << err;
+  EXPECT_EQ(countOf(err, "cannot be read; it is replaced.\n"), 1u) << err;
+  EXPECT_EQ(countOf(err, "cannot be read; it is ignored.\n"), 1u) << err;
+  EXPECT_EQ(countOf(err, "config.json cannot be read"), 1u) << err;
+  EXPECT_EQ(countOf(err, "\n"), 3u) << err;
   // The settings file is the user's: it is reported, never rewritten.
-  EXPECT_EQ(readAll(vault_.path() / ".trivo" / "config.json"), "[1, 2");
+  EXPECT_EQ(readWhole(vault_.path() / ".trivo" / "config.json"), "[1, 2");
   EXPECT_EQ(trivo({"focus", "start", "5"}).exitCode, 0);
   EXPECT_EQ(service->stop(5000), 0);
 }
@@ -270,7 +270,7 @@ TEST_F(Service, WithoutAServiceFocusStartRunsInTheForegroundAndLogs) {
   ASSERT_EQ(r.exitCode, 0) << r.err;
   EXPECT_NE(r.out.find("Logged 1 minute of Read the paper into today's page."), std::string::npos)
       << r.out;
-  EXPECT_NE(readAll(dayPage()).find("· 1m · Read the paper"), std::string::npos);
+  EXPECT_NE(readWhole(dayPage()).find("· 1m · Read the paper"), std::string::npos);
   EXPECT_FALSE(fs::exists(snapshotFile()));
 }
 
@@ -281,7 +281,7 @@ TEST_F(Service, AForegroundSessionEndedEarlyLogsWhatWasFocused) {
   ASSERT_TRUE(focus.readLine(5000));
   std::this_thread::sleep_for(2500ms);  // two and a half minutes of session time
   EXPECT_EQ(focus.stop(5000), 0);
-  EXPECT_NE(readAll(dayPage()).find("· 2m · Draft"), std::string::npos) << readAll(dayPage());
+  EXPECT_NE(readWhole(dayPage()).find("· 2m · Draft"), std::string::npos) << readWhole(dayPage());
 }
 
 TEST_F(Service, CtrlCAtATerminalAsksBeforeLoggingTheSession) {
@@ -299,7 +299,7 @@ TEST_F(Service, CtrlCAtATerminalAsksBeforeLoggingTheSession) {
               std::string::npos)
         << focus.output();
   }
-  const std::string page = readAll(dayPage());
+  const std::string page = readWhole(dayPage());
   EXPECT_EQ(page.find("Dropped"), std::string::npos) << page;
   EXPECT_NE(page.find("m · Kept"), std::string::npos) << page;
 }
@@ -330,9 +330,9 @@ TEST_F(Service, OneVaultFeedsTheWidgetsAndAnotherTakesOverWhenItStops) {
                                otherErr.string()},
       otherOptions);
   ASSERT_TRUE(second->readLine(10000));
-  ASSERT_TRUE(waitFor([&] { return readAll(otherErr).find("feeds the widgets") != std::string::npos; },
+  ASSERT_TRUE(waitFor([&] { return readWhole(otherErr).find("feeds the widgets") != std::string::npos; },
                       5s))
-      << readAll(otherErr);
+      << readWhole(otherErr);
   EXPECT_EQ(live().vault, vault_.path().filename().string());
 
   // A focus order for the second vault would reach the first vault's service: refused.
@@ -343,7 +343,7 @@ TEST_F(Service, OneVaultFeedsTheWidgetsAndAnotherTakesOverWhenItStops) {
 
   ASSERT_EQ(first->stop(5000), 0);
   EXPECT_TRUE(waitFor([&] { return live().vault == other.path().filename().string(); }, 8s));
-  EXPECT_NE(readAll(otherErr).find("This service feeds the widgets now."), std::string::npos);
+  EXPECT_NE(readWhole(otherErr).find("This service feeds the widgets now."), std::string::npos);
 }
 
 TEST_F(Service, PinnedDraftsReachTheLiveStateWhenWrittenOrPinned) {

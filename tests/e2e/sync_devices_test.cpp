@@ -32,7 +32,7 @@ namespace fs = std::filesystem;
 using std::chrono::steady_clock;
 using testing::SyncthingDevice;
 
-const DayDate kDay{2026, 11, 23};
+const DayDate kSyncDay{2026, 11, 23};
 
 // Short by default: Syncthing can replace a page in the instant between its own check for a
 // local change and its rename, and over a long run that window is met now and then (one line of
@@ -101,7 +101,7 @@ struct Side {
 
   [[nodiscard]] std::unique_ptr<VaultStore> open() const {
     VaultStore::Options options;
-    options.debounce = std::chrono::hours(1);  // every write is an explicit flush
+    options.debounce = std::chrono::hours(1);  // every writeLines is an explicit flush
     options.codec = SerializerCodec::forVault(vault(), YearMode::quarter);
     options.cloud = std::make_shared<FileCloudSignal>(root, identity, SystemClock::shared());
     options.keep = std::make_shared<RefusedTexts>(kept);
@@ -121,7 +121,7 @@ struct Writing {
 // edited for a moment, then saved. The pauses let Syncthing carry some changes across between
 // two saves and replace the page in the middle of others, so quiet saves, saves the store must
 // refuse and saves Syncthing must resolve with a conflict copy all occur.
-Writing write(const Side& side, std::chrono::seconds length, unsigned seed) {
+Writing writeLines(const Side& side, std::chrono::seconds length, unsigned seed) {
   Writing done;
   std::mt19937 random(seed);
   std::uniform_int_distribution<int> pause(100, 700);
@@ -138,7 +138,7 @@ Writing write(const Side& side, std::chrono::seconds length, unsigned seed) {
       const std::string line = std::string("synced line ") + token;
       try {
         if (i % 2 == 0) {
-          DayEntry day = store->day(kDay);
+          DayEntry day = store->day(kSyncDay);
           edit();
           CarryItem item;
           item.text = line;
@@ -150,7 +150,7 @@ Writing write(const Side& side, std::chrono::seconds length, unsigned seed) {
           InboxItem item;
           item.id = InboxItem::newId();
           item.text = line;
-          item.captured = kDay;
+          item.captured = kSyncDay;
           inbox.items.push_back(item);
           store->save(inbox);
         }
@@ -192,7 +192,7 @@ TEST(SyncDevices, EveryLineWrittenOnTwoDevicesIsOnBothKeptOrInAConflictCopy) {
   // The vault starts on device A, as a person's would, and reaches B through Syncthing.
   {
     const auto store = a.open();
-    DayEntry day = store->day(kDay);
+    DayEntry day = store->day(kSyncDay);
     CarryItem item;
     item.text = "started on a";
     day.checklist.push_back(item);
@@ -222,8 +222,8 @@ TEST(SyncDevices, EveryLineWrittenOnTwoDevicesIsOnBothKeptOrInAConflictCopy) {
   const auto length = std::chrono::seconds(writingSeconds());
   Writing wroteA;
   Writing wroteB;
-  std::thread writerA([&] { wroteA = write(a, length, 1); });
-  std::thread writerB([&] { wroteB = write(b, length, 2); });
+  std::thread writerA([&] { wroteA = writeLines(a, length, 1); });
+  std::thread writerB([&] { wroteB = writeLines(b, length, 2); });
   writerA.join();
   writerB.join();
   EXPECT_TRUE(wroteA.errors.empty()) << "device A: " << wroteA.errors.front();
@@ -239,7 +239,7 @@ TEST(SyncDevices, EveryLineWrittenOnTwoDevicesIsOnBothKeptOrInAConflictCopy) {
   const VaultPaths pathsB(b.root, VaultFormat::markdown);
   std::string pagesA;
   std::string pagesB;
-  for (const EntryKey& key : {EntryKey::day(kDay), EntryKey::inbox()}) {
+  for (const EntryKey& key : {EntryKey::day(kSyncDay), EntryKey::inbox()}) {
     pagesA += readAll(pathsA.urlFor(key));
     pagesB += readAll(pathsB.urlFor(key));
   }

@@ -39,7 +39,7 @@ std::string rawAnswer(int port, const std::string& request) {
   setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof timeout);
   std::string answer;
   if (connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 &&
-      write(fd, request.data(), request.size()) == static_cast<ssize_t>(request.size())) {
+      ::write(fd, request.data(), request.size()) == static_cast<ssize_t>(request.size())) {
     char buffer[4096];
     for (ssize_t n; (n = read(fd, buffer, sizeof buffer)) > 0;) {
       answer.append(buffer, static_cast<std::size_t>(n));
@@ -61,7 +61,7 @@ int rawStatus(int port, const std::string& request) {
   setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof timeout);
   int status = 0;
   if (connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 &&
-      write(fd, request.data(), request.size()) == static_cast<ssize_t>(request.size())) {
+      ::write(fd, request.data(), request.size()) == static_cast<ssize_t>(request.size())) {
     char buffer[256] = {};
     if (read(fd, buffer, sizeof buffer - 1) > 12) {
       status = std::atoi(buffer + 9);  // "HTTP/1.1 403 ..."
@@ -222,7 +222,7 @@ class DevToolsBrowser {
     Json message = {{"id", ++lastId_}, {"method", method}, {"params", std::move(params)}};
     if (!session.empty()) message["sessionId"] = session;
     const std::string text = message.dump() + '\0';
-    if (write(to_, text.data(), text.size()) != static_cast<ssize_t>(text.size())) return nullptr;
+    if (::write(to_, text.data(), text.size()) != static_cast<ssize_t>(text.size())) return nullptr;
     const auto until = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
     for (;;) {
       for (auto end = buffer_.find('\0'); end != std::string::npos; end = buffer_.find('\0')) {

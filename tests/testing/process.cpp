@@ -133,7 +133,7 @@ ProcessResult runExecutable(const std::string& path, const std::vector<std::stri
   close(errPipe[1]);
   std::size_t written = 0;
   while (written < options.input.size()) {
-    ssize_t n = write(inPipe[1], options.input.data() + written, options.input.size() - written);
+    ssize_t n = ::write(inPipe[1], options.input.data() + written, options.input.size() - written);
     if (n < 0 && errno == EINTR) continue;
     if (n <= 0) break;
     written += static_cast<std::size_t>(n);
@@ -204,7 +204,7 @@ bool TerminalProcess::waitForOutput(const std::string& text, int timeoutMs) {
 }
 
 void TerminalProcess::type(const std::string& bytes) {
-  if (write(master_, bytes.data(), bytes.size()) != static_cast<ssize_t>(bytes.size())) {
+  if (::write(master_, bytes.data(), bytes.size()) != static_cast<ssize_t>(bytes.size())) {
     throw std::runtime_error("writing to the terminal failed");
   }
 }

@@ -9,15 +9,15 @@
 namespace trivo {
 namespace {
 
-bool isBlank(char c) { return c == ' ' || c == '\t'; }
+bool isSpaceOrTab(char c) { return c == ' ' || c == '\t'; }
 
-std::vector<std::string_view> words(std::string_view text) {
+std::vector<std::string_view> wordsOfLine(std::string_view text) {
   std::vector<std::string_view> out;
   std::size_t at = 0;
   while (at < text.size()) {
-    while (at < text.size() && isBlank(text[at])) ++at;
+    while (at < text.size() && isSpaceOrTab(text[at])) ++at;
     std::size_t end = at;
-    while (end < text.size() && !isBlank(text[end])) ++end;
+    while (end < text.size() && !isSpaceOrTab(text[end])) ++end;
     if (end > at) out.push_back(text.substr(at, end - at));
     at = end;
   }
@@ -28,7 +28,7 @@ void readSequence(std::string_view value, OrgFileReader::Keywords& keywords) {
   std::vector<std::string> before;
   std::vector<std::string> after;
   bool bar = false;
-  for (std::string_view word : words(value)) {
+  for (std::string_view word : wordsOfLine(value)) {
     if (word == "|") {
       bar = true;
       continue;
@@ -56,19 +56,19 @@ std::optional<std::string_view> sequenceLine(std::string_view line) {
   return line.substr(colon + 1);
 }
 
-struct Stamp {
+struct PlanningStamp {
   DayDate day;
   std::optional<ClockTime> time;
   std::optional<Repeat> repeats;
 };
 
 // The inside of an active stamp: "2026-09-11 Fri 10:00-11:00 +1w -2d".
-std::optional<Stamp> readStamp(std::string_view inner) {
-  const auto parts = words(inner);
+std::optional<PlanningStamp> readPlanningStamp(std::string_view inner) {
+  const auto parts = wordsOfLine(inner);
   if (parts.empty()) return std::nullopt;
   const auto day = DayDate::parse(parts[0]);
   if (!day) return std::nullopt;
-  Stamp stamp{*day, std::nullopt, std::nullopt};
+  PlanningStamp stamp{*day, std::nullopt, std::nullopt};
   for (std::size_t i = 1; i < parts.size(); ++i) {
     const std::string_view part = parts[i];
     if (!stamp.time && !part.empty() && part[0] >= '0' && part[0] <= '9' &&
@@ -83,12 +83,12 @@ std::optional<Stamp> readStamp(std::string_view inner) {
 
 struct Planning {
   AgendaItem::Planning kind;
-  Stamp stamp;
+  PlanningStamp stamp;
 };
 
 // A planning line: only keywords with stamps, as Org reads it. Nothing when the line is
 // anything else (a sentence that mentions SCHEDULED: is body text).
-std::optional<std::vector<Planning>> readPlanning(std::string_view line) {
+std::optional<std::vector<Planning>> readOrgPlanning(std::string_view line) {
   std::string_view rest = text::trim(line);
   if (rest.empty()) return std::nullopt;
   std::vector<Planning> found;
@@ -112,7 +112,7 @@ std::optional<std::vector<Planning>> readPlanning(std::string_view line) {
     const std::size_t end = rest.find(close);
     if (end == std::string_view::npos) return std::nullopt;
     if (kind && rest[0] == '<') {
-      if (auto stamp = readStamp(rest.substr(1, end - 1))) found.push_back({*kind, *stamp});
+      if (auto stamp = readPlanningStamp(rest.substr(1, end - 1))) found.push_back({*kind, *stamp});
     }
     rest = rest.substr(end + 1);
     // A range's second stamp ("<…>--<…>") belongs to the first.
@@ -126,7 +126,7 @@ std::optional<std::vector<Planning>> readPlanning(std::string_view line) {
   return found;
 }
 
-struct Heading {
+struct OrgHeading {
   std::size_t level = 0;
   std::string_view keyword;
   bool comment = false;
@@ -134,11 +134,11 @@ struct Heading {
   std::string title;
 };
 
-std::optional<Heading> readHeading(std::string_view line, const OrgFileReader::Keywords& keys) {
+std::optional<OrgHeading> readOrgHeading(std::string_view line, const OrgFileReader::Keywords& keys) {
   std::size_t level = 0;
   while (level < line.size() && line[level] == '*') ++level;
-  if (level == 0 || level >= line.size() || !isBlank(line[level])) return std::nullopt;
-  Heading heading;
+  if (level == 0 || level >= line.size() || !isSpaceOrTab(line[level])) return std::nullopt;
+  OrgHeading heading;
   heading.level = level;
   std::string_view rest = text::trim(line.substr(level));
   auto firstWord = [&] { return rest.substr(0, std::min(rest.find_first_of(" \t"), rest.size())); };
@@ -151,7 +151,7 @@ std::optional<Heading> readHeading(std::string_view line, const OrgFileReader::K
     rest = text::trimStart(rest.substr(first.size()));
   }
   if (rest.size() >= 4 && rest.starts_with("[#") && rest[3] == ']' &&
-      (rest.size() == 4 || isBlank(rest[4]))) {
+      (rest.size() == 4 || isSpaceOrTab(rest[4]))) {
     rest = text::trimStart(rest.substr(4));
   }
   if (firstWord() == "COMMENT") {
@@ -198,7 +198,7 @@ std::vector<AgendaItem> OrgFileReader::items(std::string_view text, const std::s
   // While set, headings deeper than this level lie in a commented or archived tree.
   std::optional<std::size_t> skippedBelow;
   for (std::size_t i = 0; i < lines.size(); ++i) {
-    const auto heading = readHeading(text::withoutCR(lines[i]), keys);
+    const auto heading = readOrgHeading(text::withoutCR(lines[i]), keys);
     if (!heading) continue;
     if (skippedBelow && heading->level > *skippedBelow) continue;
     skippedBelow.reset();
@@ -209,7 +209,7 @@ std::vector<AgendaItem> OrgFileReader::items(std::string_view text, const std::s
     const bool done =
         std::find(keys.done.begin(), keys.done.end(), heading->keyword) != keys.done.end();
     if (done || i + 1 >= lines.size()) continue;
-    const auto planning = readPlanning(text::withoutCR(lines[i + 1]));
+    const auto planning = readOrgPlanning(text::withoutCR(lines[i + 1]));
     if (!planning) continue;
     for (const Planning& entry : *planning) {
       std::vector<DayDate> days;

@@ -69,7 +69,7 @@ std::map<std::string, std::string> pagesOf(const fs::path& snapshot, Instant* ti
   return out;
 }
 
-void syncFolder(const fs::path& folder) {
+void syncBackupFolder(const fs::path& folder) {
   const int fd = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   if (fd < 0) return;
   (void)::syncfs(fd);
@@ -136,7 +136,7 @@ BackupStore::SnapshotResult BackupStore::snapshot(
     result.file = folder_ / "snapshots" / fmt::format("{}-{}.json", stamp, n);
   }
   // The texts reach the disk before the snapshot that names them.
-  syncFolder(folder_);
+  syncBackupFolder(folder_);
   AtomicWrite::write(Json{{"time", isoInstantString(now)}, {"pages", listed}}.dump(1) + "\n",
                      result.file);
 

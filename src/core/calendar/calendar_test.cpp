@@ -42,7 +42,7 @@ TEST(DayDate, DayNumberMatchesChronoOverWideRangeIncludingNegativeYears) {
   for (int y = -2400; y <= 2800; y += 1) {
     for (unsigned m : {1u, 2u, 3u, 6u, 12u}) {
       for (unsigned d : {1u, 15u, 28u}) {
-        year_month_day ymd{year{y}, month{m}, day{d}};
+        year_month_day ymd{std::chrono::year{y}, std::chrono::month{m}, std::chrono::day{d}};
         const auto expected = sys_days(ymd).time_since_epoch().count() + 719468LL;
         const DayDate date{y, m, d};
         ASSERT_EQ(date.dayNumber(), expected) << date.isoString();

@@ -1,4 +1,5 @@
 // Day numbers, weekdays and the text form of a day.
+#include <array>
 #include "core/calendar/day_date.h"
 
 #include <charconv>
@@ -218,6 +219,14 @@ void from_json(const Json& j, Weekday& w) {
   auto raw = j.get<std::int64_t>();
   if (raw < 1 || raw > 7) throw RecordError("a weekday must be an integer 1-7");
   w = static_cast<Weekday>(raw);
+}
+
+std::string_view englishMonthName(std::int64_t month) {
+  static constexpr std::array<std::string_view, 12> kNames = {
+      "January", "February", "March",     "April",   "May",      "June",
+      "July",    "August",   "September", "October", "November", "December"};
+  return month >= 1 && month <= 12 ? kNames[static_cast<std::size_t>(month - 1)]
+                                   : std::string_view();
 }
 
 }  // namespace trivo

@@ -84,6 +84,9 @@ void from_json(const Json& j, DayDate& d);
 void to_json(Json& j, const Weekday& w);
 void from_json(const Json& j, Weekday& w);
 
+// The English name of a month, 1 to 12 ("January"); empty for any other number.
+std::string_view englishMonthName(std::int64_t month);
+
 namespace detail {
 // Checked integer arithmetic: overflow is a fatal error, never a wrap.
 std::int64_t checkedAdd(std::int64_t a, std::int64_t b);

@@ -17,7 +17,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string describe(ConfigError::Case which, const fs::path& path) {
+std::string describeConfigError(ConfigError::Case which, const fs::path& path) {
   switch (which) {
     case ConfigError::Case::corruptFile:
       return "The settings file " + path.string() +
@@ -107,12 +107,12 @@ void overlayDevice(Json& settings, const Json& device) {
   }
 }
 
-std::string fileText(const Json& j) { return j.dump(2) + "\n"; }
+std::string configFileText(const Json& j) { return j.dump(2) + "\n"; }
 
 }  // namespace
 
 ConfigError::ConfigError(Case which, const fs::path& path)
-    : std::runtime_error(describe(which, path)), which_(which) {}
+    : std::runtime_error(describeConfigError(which, path)), which_(which) {}
 
 const std::array<std::string_view, 38> ConfigStore::deviceKeyPaths = {
     "locale",
@@ -242,10 +242,10 @@ bool ConfigStore::saveOnce(const VaultConfig& config) const {
     for (auto path : formerDeviceKeyPaths) remove(device, path);
     std::error_code ec;
     if (!sameValue(device, oldDevice) || !fs::exists(*deviceURL_, ec)) {
-      AtomicWrite::write(fileText(device), *deviceURL_);
+      AtomicWrite::write(configFileText(device), *deviceURL_);
     }
   }
-  const std::string text = fileText(result);
+  const std::string text = configFileText(result);
   if (!(oldText && *oldText == text) && !AtomicWrite::replaceIf(text, url_, oldText)) {
     return false;
   }

@@ -13,18 +13,18 @@ namespace {
 
 constexpr std::string_view kZeroWidthSpace = "\xE2\x80\x8B";
 
-bool isBlank(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
+bool isWhite(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
 
 // Characters after which a mark may open, and before which one may close.
 bool opensAfter(std::string_view s, std::size_t i) {
   if (i == 0) return true;
   const char c = s[i - 1];
-  return isBlank(c) || std::string_view("-({'\"").find(c) != std::string_view::npos;
+  return isWhite(c) || std::string_view("-({'\"").find(c) != std::string_view::npos;
 }
 bool closesBefore(std::string_view s, std::size_t i) {
   if (i >= s.size()) return true;
   const char c = s[i];
-  return isBlank(c) || std::string_view("-.,:;!?'\")}").find(c) != std::string_view::npos;
+  return isWhite(c) || std::string_view("-.,:;!?'\")}").find(c) != std::string_view::npos;
 }
 
 // A span s[i, i+len) … s[p, p+len) of the same marker, with non-blank characters inside both
@@ -33,10 +33,10 @@ std::optional<std::size_t> spanEnd(std::string_view s, std::size_t i, std::strin
   const std::size_t n = marker.size();
   if (s.substr(i, n) != marker || !opensAfter(s, i)) return std::nullopt;
   const std::size_t inner = i + n;
-  if (inner >= s.size() || isBlank(s[inner]) || s[inner] == marker[0]) return std::nullopt;
+  if (inner >= s.size() || isWhite(s[inner]) || s[inner] == marker[0]) return std::nullopt;
   for (std::size_t p = s.find(marker, inner + 1); p != std::string_view::npos;
        p = s.find(marker, p + 1)) {
-    if (isBlank(s[p - 1]) || s[p - 1] == marker[0]) continue;
+    if (isWhite(s[p - 1]) || s[p - 1] == marker[0]) continue;
     if (p + n < s.size() && s[p + n] == marker[0]) continue;
     if (closesBefore(s, p + n)) return p;
   }
@@ -67,7 +67,7 @@ std::size_t bareAddress(std::string_view s, std::size_t i) {
   std::size_t k = i;
   while (k < s.size() && isSchemeChar(s[k])) ++k;
   if (k == i || s.substr(k, 3) != "://") return 0;
-  while (k < s.size() && !isBlank(s[k])) ++k;
+  while (k < s.size() && !isWhite(s[k])) ++k;
   return k - i;
 }
 
@@ -163,7 +163,7 @@ bool orgWouldConvert(std::string_view s, std::size_t i) {
   return link && orgLinkAsMarkdown(*link).has_value();
 }
 
-bool contains(std::string_view s, char c) { return s.find(c) != std::string_view::npos; }
+bool containsText(std::string_view s, char c) { return s.find(c) != std::string_view::npos; }
 
 }  // namespace
 
@@ -182,7 +182,7 @@ std::string MarkupConverter::fromOrgMark(std::string_view s) {
     // A zero-width space kept a literal from reading as a mark; Markdown needs no such help.
     if (s.substr(i, kZeroWidthSpace.size()) == kZeroWidthSpace &&
         i + kZeroWidthSpace.size() < s.size() &&
-        contains("/=~+*[", s[i + kZeroWidthSpace.size()])) {
+        containsText("/=~+*[", s[i + kZeroWidthSpace.size()])) {
       out += s[i + kZeroWidthSpace.size()];
       i += kZeroWidthSpace.size() + 1;
       continue;
@@ -191,7 +191,7 @@ std::string MarkupConverter::fromOrgMark(std::string_view s) {
       const std::size_t end = s.find("@@", i + 8);
       if (end != std::string_view::npos) {
         const std::string_view inner = s.substr(i + 8, end - i - 8);
-        if (!inner.empty() && !isBlank(inner.front()) && !isBlank(inner.back()) &&
+        if (!inner.empty() && !isWhite(inner.front()) && !isWhite(inner.back()) &&
             inner.find("--") == std::string_view::npos) {
           out += "<!-- " + std::string(inner) + " -->";
           i = end + 2;
@@ -214,20 +214,20 @@ std::string MarkupConverter::fromOrgMark(std::string_view s) {
       continue;
     }
     const char c = s[i];
-    if (contains("*/~=+", c)) {
+    if (containsText("*/~=+", c)) {
       const std::string_view marker = s.substr(i, 1);
       if (auto end = spanEnd(s, i, marker)) {
         const std::string_view inner = s.substr(i + 1, *end - i - 1);
         std::optional<std::string> converted;
-        if (c == '*' && !contains(inner, '*')) {
+        if (c == '*' && !containsText(inner, '*')) {
           converted = "**" + std::string(inner) + "**";
-        } else if (c == '/' && !contains(inner, '*')) {
+        } else if (c == '/' && !containsText(inner, '*')) {
           converted = "*" + std::string(inner) + "*";
-        } else if (c == '/' && !contains(inner, '_')) {
+        } else if (c == '/' && !containsText(inner, '_')) {
           converted = "_" + std::string(inner) + "_";
-        } else if ((c == '~' || c == '=') && !contains(inner, '`')) {
+        } else if ((c == '~' || c == '=') && !containsText(inner, '`')) {
           converted = "`" + std::string(inner) + "`";
-        } else if (c == '+' && !contains(inner, '~')) {
+        } else if (c == '+' && !containsText(inner, '~')) {
           converted = "~~" + std::string(inner) + "~~";
         }
         if (converted) {
@@ -264,12 +264,12 @@ std::string MarkupConverter::toOrgMark(std::string_view s) {
       if (auto link = markdownLinkAt(s, i)) {
         std::optional<std::string> converted;
         auto media = mediaPath(link->target);
-        const bool plainText = !contains(link->text, ']') && !contains(link->text, '[');
+        const bool plainText = !containsText(link->text, ']') && !containsText(link->text, '[');
         if (link->image && media && plainText) {
           converted = "[[file:" + std::string(*media) + "]" +
                       (link->text.empty() ? "" : "[" + std::string(link->text) + "]") + "]";
         } else if (!link->image && hasScheme(link->target) && !link->target.starts_with("file:") &&
-                   plainText && !link->text.empty() && !contains(link->target, ']')) {
+                   plainText && !link->text.empty() && !containsText(link->target, ']')) {
           converted = "[[" + std::string(link->target) + "][" + std::string(link->text) + "]]";
         }
         out += converted ? *converted : std::string(s.substr(i, link->length));
@@ -282,7 +282,7 @@ std::string MarkupConverter::toOrgMark(std::string_view s) {
       const std::size_t end = s.find(" -->", i + 5);
       if (end != std::string_view::npos) {
         const std::string_view inner = s.substr(i + 5, end - i - 5);
-        if (!inner.empty() && !isBlank(inner.front()) && !isBlank(inner.back()) &&
+        if (!inner.empty() && !isWhite(inner.front()) && !isWhite(inner.back()) &&
             inner.find("@@") == std::string_view::npos &&
             inner.find("--") == std::string_view::npos) {
           out += "@@trivo:" + std::string(inner) + "@@";
@@ -306,12 +306,12 @@ std::string MarkupConverter::toOrgMark(std::string_view s) {
     if (c == '`') {
       if (auto end = spanEnd(s, i, "`")) {
         const std::string_view inner = s.substr(i + 1, *end - i - 1);
-        if (!contains(inner, '~')) {
+        if (!containsText(inner, '~')) {
           out += "~" + std::string(inner) + "~";
           i = *end + 1;
           continue;
         }
-        if (!contains(inner, '=')) {
+        if (!containsText(inner, '=')) {
           out += "=" + std::string(inner) + "=";
           i = *end + 1;
           continue;
@@ -327,7 +327,7 @@ std::string MarkupConverter::toOrgMark(std::string_view s) {
         if (auto end = spanEnd(s, i, twice)) {
           const std::string_view inner = s.substr(i + 2, *end - i - 2);
           const char org = c == '~' ? '+' : '*';
-          if (!contains(inner, org)) {
+          if (!containsText(inner, org)) {
             out += org + std::string(inner) + org;
             i = *end + 2;
             continue;
@@ -336,7 +336,7 @@ std::string MarkupConverter::toOrgMark(std::string_view s) {
       } else if (c != '~') {
         if (auto end = spanEnd(s, i, s.substr(i, 1))) {
           const std::string_view inner = s.substr(i + 1, *end - i - 1);
-          if (!contains(inner, '/')) {
+          if (!containsText(inner, '/')) {
             out += "/" + std::string(inner) + "/";
             i = *end + 1;
             continue;
@@ -345,7 +345,7 @@ std::string MarkupConverter::toOrgMark(std::string_view s) {
       }
     }
     // Markdown text that Org would read as a mark.
-    if (contains("/=~+", c) && spanEnd(s, i, s.substr(i, 1))) {
+    if (containsText("/=~+", c) && spanEnd(s, i, s.substr(i, 1))) {
       out += kZeroWidthSpace;
       out += c;
       ++i;
@@ -354,7 +354,7 @@ std::string MarkupConverter::toOrgMark(std::string_view s) {
     if (s.substr(i, kZeroWidthSpace.size()) == kZeroWidthSpace) {
       // A zero-width space of the person's own before a mark character would be taken for ours.
       const std::size_t next = i + kZeroWidthSpace.size();
-      if (next < s.size() && contains("/=~+*[", s[next])) out += kZeroWidthSpace;
+      if (next < s.size() && containsText("/=~+*[", s[next])) out += kZeroWidthSpace;
     }
     out += c;
     ++i;
@@ -364,7 +364,7 @@ std::string MarkupConverter::toOrgMark(std::string_view s) {
 
 namespace {
 
-std::vector<std::string_view> splitLines(std::string_view text) {
+std::vector<std::string_view> splitIntoLines(std::string_view text) {
   std::vector<std::string_view> lines;
   std::size_t start = 0;
   while (start <= text.size()) {
@@ -394,9 +394,9 @@ std::string lowered(std::string_view s) {
 }
 
 // The words after a fence or block opener ("python" in "```python").
-std::string_view trimmed(std::string_view s) {
-  while (!s.empty() && isBlank(s.front())) s.remove_prefix(1);
-  while (!s.empty() && isBlank(s.back())) s.remove_suffix(1);
+std::string_view trimmedText(std::string_view s) {
+  while (!s.empty() && isWhite(s.front())) s.remove_prefix(1);
+  while (!s.empty() && isWhite(s.back())) s.remove_suffix(1);
   return s;
 }
 
@@ -407,14 +407,14 @@ std::string MarkupConverter::toOrg(std::string_view text) {
   out.reserve(text.size() + 16);
   std::optional<char> fence;  // the character of the open fence
   bool first = true;
-  for (std::string_view line : splitLines(text)) {
+  for (std::string_view line : splitIntoLines(text)) {
     if (!first) out += '\n';
     first = false;
     const std::string_view indent = leadingBlanks(line);
     const std::string_view rest = line.substr(indent.size());
     if (fence) {
       if (rest.size() >= 3 && rest.find_first_not_of(*fence) >= 3 &&
-          trimmed(rest).find_first_not_of(*fence) == std::string_view::npos) {
+          trimmedText(rest).find_first_not_of(*fence) == std::string_view::npos) {
         out += std::string(indent) + (*fence == '`' ? "#+end_src" : "#+end_example");
         fence.reset();
       } else {
@@ -426,9 +426,9 @@ std::string MarkupConverter::toOrg(std::string_view text) {
       const char c = rest[0];
       const std::size_t count = rest.find_first_not_of(c);
       const std::string_view info =
-          trimmed(count == std::string_view::npos ? std::string_view{} : rest.substr(count));
+          trimmedText(count == std::string_view::npos ? std::string_view{} : rest.substr(count));
       if (count == 3 || count == std::string_view::npos) {
-        if (!contains(info, '`') && !contains(info, '~')) {
+        if (!containsText(info, '`') && !containsText(info, '~')) {
           fence = c;
           out += std::string(indent) + (c == '`' ? "#+begin_src" : "#+begin_example") +
                  (info.empty() ? "" : " " + std::string(info));
@@ -457,14 +457,14 @@ std::string MarkupConverter::toMarkdown(std::string_view text) {
   out.reserve(text.size() + 16);
   std::optional<std::string> blockEnd;  // "#+end_src" or "#+end_example" while inside one
   bool first = true;
-  for (std::string_view line : splitLines(text)) {
+  for (std::string_view line : splitIntoLines(text)) {
     if (!first) out += '\n';
     first = false;
     const std::string_view indent = leadingBlanks(line);
     const std::string_view rest = line.substr(indent.size());
     const std::string lower = lowered(rest);
     if (blockEnd) {
-      if (trimmed(lower) == *blockEnd) {
+      if (trimmedText(lower) == *blockEnd) {
         out += std::string(indent) + (*blockEnd == "#+end_src" ? "```" : "~~~");
         blockEnd.reset();
       } else {
@@ -479,8 +479,8 @@ std::string MarkupConverter::toMarkdown(std::string_view text) {
       const std::string_view opener = begin;
       if (lower.starts_with(opener) &&
           (lower.size() == opener.size() || lower[opener.size()] == ' ')) {
-        const std::string_view info = trimmed(rest.substr(opener.size()));
-        if (!contains(info, '`') && !contains(info, '~')) {
+        const std::string_view info = trimmedText(rest.substr(opener.size()));
+        if (!containsText(info, '`') && !containsText(info, '~')) {
           out += std::string(indent) + fenceText + std::string(info);
           blockEnd = end;
           opened = true;

@@ -25,7 +25,7 @@ bool isDraftFile(const fs::directory_entry& entry) {
   return std::find(kExtensions.begin(), kExtensions.end(), ext) != kExtensions.end();
 }
 
-std::string_view trimmed(std::string_view s) {
+std::string_view trimmedDraft(std::string_view s) {
   while (!s.empty() && (s.front() == ' ' || s.front() == '\t')) s.remove_prefix(1);
   while (!s.empty() && (s.back() == ' ' || s.back() == '\t' || s.back() == '\r')) s.remove_suffix(1);
   return s;
@@ -36,7 +36,7 @@ std::string cut(std::string_view s, std::size_t n) {
   std::size_t chars = 0;
   for (std::size_t i = 0; i < s.size(); ++i) {
     if ((static_cast<unsigned char>(s[i]) & 0xC0) != 0x80) {
-      if (chars == n) return std::string(trimmed(s.substr(0, i))) + "…";
+      if (chars == n) return std::string(trimmedDraft(s.substr(0, i))) + "…";
       ++chars;
     }
   }
@@ -52,7 +52,7 @@ std::string DraftShelf::preview(const std::string& text) {
   std::string line;
   bool inFrontMatter = false;
   for (bool first = true; std::getline(in, line); first = false) {
-    std::string_view s = trimmed(line);
+    std::string_view s = trimmedDraft(line);
     if (first && s == "---") {
       inFrontMatter = true;
       continue;
@@ -64,10 +64,10 @@ std::string DraftShelf::preview(const std::string& text) {
     if (s.empty() || s.starts_with("#+") || s.starts_with(":")) continue;  // Org keywords, drawers
     // Heading marks of both syntaxes, then a list mark and a checkbox.
     while (!s.empty() && (s.front() == '#' || s.front() == '*')) s.remove_prefix(1);
-    s = trimmed(s);
+    s = trimmedDraft(s);
     if (s == "-" || s == "+") continue;  // an empty list item
-    if (s.starts_with("- ") || s.starts_with("+ ")) s = trimmed(s.substr(2));
-    if (s.size() >= 3 && s.front() == '[' && s[2] == ']') s = trimmed(s.substr(3));
+    if (s.starts_with("- ") || s.starts_with("+ ")) s = trimmedDraft(s.substr(2));
+    if (s.size() >= 3 && s.front() == '[' && s[2] == ']') s = trimmedDraft(s.substr(3));
     if (s.empty()) continue;
     return cut(s, kPreviewCharacters);
   }

@@ -6,7 +6,7 @@
 namespace trivo {
 namespace {
 
-FocusSession session(std::int64_t hour, std::int64_t minutes, std::string outcome) {
+FocusSession statsSession(std::int64_t hour, std::int64_t minutes, std::string outcome) {
   FocusSession s;
   s.start = {hour, 0};
   s.minutes = minutes;
@@ -17,12 +17,12 @@ FocusSession session(std::int64_t hour, std::int64_t minutes, std::string outcom
 TEST(FocusStats, TotalsEveryDayOfTheSpanByWeekdayHourAndOutcome) {
   MemorySessionLog log;
   DayDate mon{2026, 9, 14}, tue{2026, 9, 15}, wed{2026, 9, 16};
-  log.append(mon.adding(-1), session(9, 99, "before the span"));
-  log.append(mon, session(9, 25, "Essay"));
-  log.append(mon, session(9, 10, ""));
-  log.append(wed, session(14, 50, "Taxes"));
-  log.append(wed, session(15, 25, "Essay"));
-  log.append(wed, session(23, 5000, "Typo"));  // a hand-edited page: counted as one whole day
+  log.append(mon.adding(-1), statsSession(9, 99, "before the span"));
+  log.append(mon, statsSession(9, 25, "Essay"));
+  log.append(mon, statsSession(9, 10, ""));
+  log.append(wed, statsSession(14, 50, "Taxes"));
+  log.append(wed, statsSession(15, 25, "Essay"));
+  log.append(wed, statsSession(23, 5000, "Typo"));  // a hand-edited page: counted as one whole day
 
   auto r = FocusStats(log).compute(3, wed);
   EXPECT_EQ(r.perDay,
@@ -46,9 +46,9 @@ TEST(FocusStats, TotalsEveryDayOfTheSpanByWeekdayHourAndOutcome) {
 TEST(FocusStats, MergedSumsSharedDaysAndOutcomes) {
   MemorySessionLog a, b;
   DayDate wed{2026, 9, 16};
-  a.append(wed, session(9, 20, "Essay"));
-  b.append(wed, session(9, 30, "Essay"));
-  b.append(wed.adding(1), session(10, 45, "Taxes"));
+  a.append(wed, statsSession(9, 20, "Essay"));
+  b.append(wed, statsSession(9, 30, "Essay"));
+  b.append(wed.adding(1), statsSession(10, 45, "Taxes"));
   auto merged = FocusStats(a).compute(1, wed).merged(FocusStats(b).compute(2, wed.adding(1)));
   EXPECT_EQ(merged.perDay,
             (std::vector<FocusStats::DayTotal>{{wed, 50, 2}, {wed.adding(1), 45, 1}}));

@@ -1,5 +1,5 @@
 // Sessions shared between devices: when a record counts as current or quiet, what it shows, and
-// the session, ask and ended files in a vault.
+// the liveSession, ask and ended files in a vault.
 #include "core/focus/live_session.h"
 
 #include <gtest/gtest.h>
@@ -11,101 +11,101 @@ namespace trivo {
 namespace {
 
 using namespace std::chrono_literals;
-using Phase = LiveSession::Phase;
+using SessionPhase = LiveSession::Phase;
 using testing::TempDir;
 
-const Instant kNoon = Instant(std::chrono::seconds(1789560000));  // 2026-09-16T12:00:00Z
+const Instant kSessionNoon = Instant(std::chrono::seconds(1789560000));  // 2026-09-16T12:00:00Z
 
-LiveSession session(Phase phase, std::string device = "mac-1") {
+LiveSession liveSession(SessionPhase phase, std::string device = "mac-1") {
   LiveSession s;
   s.device = std::move(device);
   s.deviceName = "Desk";
   s.phase = phase;
-  s.stamp = kNoon;
+  s.stamp = kSessionNoon;
   return s;
 }
 
 TEST(LiveSessionViews, HeldSessionsStayCurrentForTwelveHoursAfterTheirStamp) {
-  for (Phase phase : {Phase::paused, Phase::finished, Phase::onBreak}) {
-    const auto s = session(phase);
-    EXPECT_TRUE(s.isCurrent(kNoon + 11h)) << static_cast<int>(phase);
-    EXPECT_FALSE(s.isCurrent(kNoon + 13h)) << static_cast<int>(phase);
+  for (SessionPhase phase : {SessionPhase::paused, SessionPhase::finished, SessionPhase::onBreak}) {
+    const auto s = liveSession(phase);
+    EXPECT_TRUE(s.isCurrent(kSessionNoon + 11h)) << static_cast<int>(phase);
+    EXPECT_FALSE(s.isCurrent(kSessionNoon + 13h)) << static_cast<int>(phase);
   }
 }
 
 TEST(LiveSessionViews, TimedSessionsStayCurrentUntilFiveMinutesPastTheirEnd) {
-  for (Phase phase : {Phase::running, Phase::onBreak}) {
-    auto s = session(phase);
-    s.ends = kNoon;
-    EXPECT_TRUE(s.isCurrent(kNoon + 4min)) << static_cast<int>(phase);
-    EXPECT_FALSE(s.isCurrent(kNoon + 6min)) << static_cast<int>(phase);
+  for (SessionPhase phase : {SessionPhase::running, SessionPhase::onBreak}) {
+    auto s = liveSession(phase);
+    s.ends = kSessionNoon;
+    EXPECT_TRUE(s.isCurrent(kSessionNoon + 4min)) << static_cast<int>(phase);
+    EXPECT_FALSE(s.isCurrent(kSessionNoon + 6min)) << static_cast<int>(phase);
   }
   // A running record without an end cannot be trusted at all.
-  EXPECT_FALSE(session(Phase::running).isCurrent(kNoon));
+  EXPECT_FALSE(liveSession(SessionPhase::running).isCurrent(kSessionNoon));
 }
 
 TEST(LiveSessionViews, QuietWhenTheOwnerHasNotWrittenForThreeMinutes) {
-  EXPECT_FALSE(session(Phase::running).isQuiet(kNoon + 180s));
-  EXPECT_TRUE(session(Phase::running).isQuiet(kNoon + 181s));
-  EXPECT_TRUE(session(Phase::paused).isQuiet(kNoon + 10min));
-  EXPECT_FALSE(session(Phase::onBreak).isQuiet(kNoon + 10min));
-  EXPECT_FALSE(session(Phase::finished).isQuiet(kNoon + 10min));
+  EXPECT_FALSE(liveSession(SessionPhase::running).isQuiet(kSessionNoon + 180s));
+  EXPECT_TRUE(liveSession(SessionPhase::running).isQuiet(kSessionNoon + 181s));
+  EXPECT_TRUE(liveSession(SessionPhase::paused).isQuiet(kSessionNoon + 10min));
+  EXPECT_FALSE(liveSession(SessionPhase::onBreak).isQuiet(kSessionNoon + 10min));
+  EXPECT_FALSE(liveSession(SessionPhase::finished).isQuiet(kSessionNoon + 10min));
 }
 
 TEST(LiveSessionViews, LeftShownAndFocusedFollowThePhase) {
-  auto running = session(Phase::running);
+  auto running = liveSession(SessionPhase::running);
   running.minutes = 25;
-  running.ends = kNoon + 10min;
+  running.ends = kSessionNoon + 10min;
   running.focused = 900;
-  EXPECT_DOUBLE_EQ(running.left(kNoon + 4min), 360);
-  EXPECT_DOUBLE_EQ(running.left(kNoon + 20min), 0);  // never below zero
-  EXPECT_DOUBLE_EQ(running.shown(kNoon + 4min), 360);
-  EXPECT_DOUBLE_EQ(running.focusedSeconds(kNoon + 4min), 900 + 240);
-  EXPECT_DOUBLE_EQ(running.focusedSeconds(kNoon + 30min), 900 + 600);  // not past the end
+  EXPECT_DOUBLE_EQ(running.left(kSessionNoon + 4min), 360);
+  EXPECT_DOUBLE_EQ(running.left(kSessionNoon + 20min), 0);  // never below zero
+  EXPECT_DOUBLE_EQ(running.shown(kSessionNoon + 4min), 360);
+  EXPECT_DOUBLE_EQ(running.focusedSeconds(kSessionNoon + 4min), 900 + 240);
+  EXPECT_DOUBLE_EQ(running.focusedSeconds(kSessionNoon + 30min), 900 + 600);  // not past the end
   EXPECT_EQ(running.meaning(), "Focusing");
   running.subject = "Essay";
   EXPECT_EQ(running.meaning(), "Focusing on Essay");
 
-  auto paused = session(Phase::paused);
+  auto paused = liveSession(SessionPhase::paused);
   paused.minutes = 25;
   paused.remaining = 300;
-  EXPECT_DOUBLE_EQ(paused.left(kNoon + 1h), 300);
-  EXPECT_DOUBLE_EQ(paused.focusedSeconds(kNoon + 1h), 1200);  // no "focused": planned less left
+  EXPECT_DOUBLE_EQ(paused.left(kSessionNoon + 1h), 300);
+  EXPECT_DOUBLE_EQ(paused.focusedSeconds(kSessionNoon + 1h), 1200);  // no "focused": planned less left
 
-  auto openBreak = session(Phase::onBreak);
-  openBreak.breakStarted = kNoon - 2min;
+  auto openBreak = liveSession(SessionPhase::onBreak);
+  openBreak.breakStarted = kSessionNoon - 2min;
   EXPECT_TRUE(openBreak.isOpenBreak());
-  EXPECT_DOUBLE_EQ(openBreak.shown(kNoon + 1min), 180);  // counts up
-  openBreak.ends = kNoon + 5min;
+  EXPECT_DOUBLE_EQ(openBreak.shown(kSessionNoon + 1min), 180);  // counts up
+  openBreak.ends = kSessionNoon + 5min;
   EXPECT_FALSE(openBreak.isOpenBreak());
-  EXPECT_DOUBLE_EQ(openBreak.shown(kNoon + 1min), 240);  // counts down
+  EXPECT_DOUBLE_EQ(openBreak.shown(kSessionNoon + 1min), 240);  // counts down
 }
 
 TEST(LiveSessionJson, RoundTripsAndReadsLeniently) {
-  auto s = session(Phase::onBreak);
+  auto s = liveSession(SessionPhase::onBreak);
   s.subject = "Essay";
   s.outcomeSlot = 2;
-  s.started = kNoon - 25min;
-  s.ends = kNoon + 5min;
+  s.started = kSessionNoon - 25min;
+  s.ends = kSessionNoon + 5min;
   s.remaining = 12.5;
   s.minutes = 25;
   s.focused = 1500;
   s.breakOffer = 5;
-  s.restEnds = kNoon + 5min;
-  s.autoAt = kNoon + 10s;
-  s.graceEnds = kNoon + 1min;
-  s.breakStarted = kNoon;
+  s.restEnds = kSessionNoon + 5min;
+  s.autoAt = kSessionNoon + 10s;
+  s.graceEnds = kSessionNoon + 1min;
+  s.breakStarted = kSessionNoon;
   EXPECT_EQ(Json::parse(Json(s).dump()).get<LiveSession>(), s);
   EXPECT_EQ(Json(s)["phase"], "onBreak");
 
   const auto partial = Json::parse(R"({"device": "d", "phase": "paused"})").get<LiveSession>();
-  EXPECT_EQ(partial.phase, Phase::paused);
+  EXPECT_EQ(partial.phase, SessionPhase::paused);
   EXPECT_EQ(partial.stamp, distantPast());
   EXPECT_THROW((void)Json::parse(R"({"remaining": "lots"})").get<LiveSession>(), RecordError);
 
-  LiveAsk ask{"id-1", LiveAsk::Action::takeBreak, 5, "Essay", 1, "phone", kNoon};
+  LiveAsk ask{"id-1", LiveAsk::Action::takeBreak, 5, "Essay", 1, "phone", kSessionNoon};
   EXPECT_EQ(Json::parse(Json(ask).dump()).get<LiveAsk>(), ask);
-  LiveEnded ended{kNoon - 25min, "phone", kNoon, true};
+  LiveEnded ended{kSessionNoon - 25min, "phone", kSessionNoon, true};
   EXPECT_EQ(Json::parse(Json(ended).dump()).get<LiveEnded>(), ended);
 }
 
@@ -118,56 +118,56 @@ TEST(LiveSessionFiles, DeviceIdentifiersBecomeSafeFileNames) {
 
 TEST(LiveSessionFiles, OthersListsCurrentSessionsOfOtherDevicesOnly) {
   TempDir vault;
-  auto mine = session(Phase::paused, "mine");
-  auto fresh = session(Phase::paused, "b-device");
-  auto stale = session(Phase::paused, "c-device");
-  stale.stamp = kNoon - 13h;
-  auto also = session(Phase::finished, "a/device");
+  auto mine = liveSession(SessionPhase::paused, "mine");
+  auto fresh = liveSession(SessionPhase::paused, "b-device");
+  auto stale = liveSession(SessionPhase::paused, "c-device");
+  stale.stamp = kSessionNoon - 13h;
+  auto also = liveSession(SessionPhase::finished, "a/device");
   for (const auto& s : {mine, fresh, stale, also}) LiveSession::publish(s, s.device, vault.path());
   LiveSession::send(LiveAsk{}, "b-device", vault.path());
-  mine.markEnded("b-device", vault.path(), std::nullopt, kNoon);
+  mine.markEnded("b-device", vault.path(), std::nullopt, kSessionNoon);
   vault.write(".trivo/live/broken.json", "{");
 
-  const auto others = LiveSession::others(vault.path(), "mine", kNoon);
+  const auto others = LiveSession::others(vault.path(), "mine", kSessionNoon);
   ASSERT_EQ(others.size(), 2u);
   EXPECT_EQ(others[0], also);  // "a%2Fdevice.json" sorts first
   EXPECT_EQ(others[1], fresh);
 
-  EXPECT_EQ(LiveSession::own("mine", vault.path(), kNoon), mine);
-  EXPECT_EQ(LiveSession::own("c-device", vault.path(), kNoon), std::nullopt);
+  EXPECT_EQ(LiveSession::own("mine", vault.path(), kSessionNoon), mine);
+  EXPECT_EQ(LiveSession::own("c-device", vault.path(), kSessionNoon), std::nullopt);
   LiveSession::publish(std::nullopt, "mine", vault.path());
-  EXPECT_EQ(LiveSession::own("mine", vault.path(), kNoon), std::nullopt);
+  EXPECT_EQ(LiveSession::own("mine", vault.path(), kSessionNoon), std::nullopt);
 }
 
 TEST(LiveSessionFiles, AnAskIsTakenOnceAndDroppedAfterTenMinutes) {
   TempDir vault;
   LiveAsk ask{"id-1", LiveAsk::Action::pause, std::nullopt, std::nullopt, std::nullopt, "phone",
-              kNoon};
+              kSessionNoon};
   LiveSession::send(ask, "mac", vault.path());
-  EXPECT_EQ(LiveSession::takeAsk("phone", vault.path(), kNoon), std::nullopt);
-  EXPECT_EQ(LiveSession::takeAsk("mac", vault.path(), kNoon + 599s), ask);
-  EXPECT_EQ(LiveSession::takeAsk("mac", vault.path(), kNoon + 599s), std::nullopt);
+  EXPECT_EQ(LiveSession::takeAsk("phone", vault.path(), kSessionNoon), std::nullopt);
+  EXPECT_EQ(LiveSession::takeAsk("mac", vault.path(), kSessionNoon + 599s), ask);
+  EXPECT_EQ(LiveSession::takeAsk("mac", vault.path(), kSessionNoon + 599s), std::nullopt);
 
   LiveSession::send(ask, "mac", vault.path());
-  EXPECT_EQ(LiveSession::takeAsk("mac", vault.path(), kNoon + 601s), std::nullopt);
+  EXPECT_EQ(LiveSession::takeAsk("mac", vault.path(), kSessionNoon + 601s), std::nullopt);
   EXPECT_FALSE(std::filesystem::exists(LiveSession::folder(vault.path()) / "mac.ask.json"));
 
   vault.write(".trivo/live/mac.ask.json", R"({"id": "x"})");  // no action: broken
-  EXPECT_EQ(LiveSession::takeAsk("mac", vault.path(), kNoon), std::nullopt);
+  EXPECT_EQ(LiveSession::takeAsk("mac", vault.path(), kSessionNoon), std::nullopt);
   EXPECT_FALSE(std::filesystem::exists(LiveSession::folder(vault.path()) / "mac.ask.json"));
 }
 
 TEST(LiveSessionFiles, EndedNotesAreReportedOnlyWhenNewerThanAsked) {
   TempDir vault;
-  auto s = session(Phase::running, "mac");
-  s.started = kNoon - 10min;
-  s.markEnded("phone", vault.path(), true, kNoon);
-  const auto note = LiveSession::endedElsewhere("mac", vault.path(), kNoon - 1s);
+  auto s = liveSession(SessionPhase::running, "mac");
+  s.started = kSessionNoon - 10min;
+  s.markEnded("phone", vault.path(), true, kSessionNoon);
+  const auto note = LiveSession::endedElsewhere("mac", vault.path(), kSessionNoon - 1s);
   ASSERT_TRUE(note.has_value());
-  EXPECT_EQ(*note, (LiveEnded{kNoon - 10min, "phone", kNoon, true}));
-  EXPECT_EQ(LiveSession::endedElsewhere("mac", vault.path(), kNoon), std::nullopt);
+  EXPECT_EQ(*note, (LiveEnded{kSessionNoon - 10min, "phone", kSessionNoon, true}));
+  EXPECT_EQ(LiveSession::endedElsewhere("mac", vault.path(), kSessionNoon), std::nullopt);
   LiveSession::clearEnded("mac", vault.path());
-  EXPECT_EQ(LiveSession::endedElsewhere("mac", vault.path(), kNoon - 1h), std::nullopt);
+  EXPECT_EQ(LiveSession::endedElsewhere("mac", vault.path(), kSessionNoon - 1h), std::nullopt);
 }
 
 }  // namespace
@@ -177,18 +177,18 @@ namespace trivo {
 namespace {
 
 TEST(LiveSessionLog, AnotherDevicesSessionIsLoggedInWholeMinutesFromOneMinuteOn) {
-  const testing::FakeClock clock(kNoon);
+  const testing::FakeClock clock(kSessionNoon);
   LiveSession ended;
   ended.phase = LiveSession::Phase::finished;
   ended.subject = "Ship the report";
-  ended.started = kNoon - std::chrono::minutes(30);
+  ended.started = kSessionNoon - std::chrono::minutes(30);
   MemorySessionLog log;
   ended.focused = 59;
-  ended.log(log, kNoon, clock);
+  ended.log(log, kSessionNoon, clock);
   EXPECT_TRUE(log.days().empty());
 
   ended.focused = 25 * 60 + 59;
-  ended.log(log, kNoon, clock);
+  ended.log(log, kSessionNoon, clock);
   const auto logged = log.sessions(DayDate{2026, 9, 16});
   ASSERT_EQ(logged.size(), 1u);
   EXPECT_EQ(logged[0].minutes, 25);
@@ -198,7 +198,7 @@ TEST(LiveSessionLog, AnotherDevicesSessionIsLoggedInWholeMinutesFromOneMinuteOn)
 
   LiveSession neverStarted = ended;
   neverStarted.started.reset();
-  neverStarted.log(log, kNoon, clock);
+  neverStarted.log(log, kSessionNoon, clock);
   EXPECT_EQ(log.sessions(DayDate{2026, 9, 16}).size(), 1u);
 }
 

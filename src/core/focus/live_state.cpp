@@ -15,7 +15,7 @@ namespace fs = std::filesystem;
 using shared::Access;
 
 constexpr const char* kLiveFile = "live.json";
-constexpr const char* kCommandFile = "command.json";
+constexpr const char* kLiveCommandFile = "command.json";
 
 struct Place {
   fs::path folder;
@@ -298,7 +298,7 @@ void LiveState::send(Command command, const Clock& clock) {
 void LiveState::send(const Order& order) {
   const std::string bytes = Json(order).dump() + "\n";
   for (const auto& place : usablePlaces()) {
-    shared::replaceFile(place.folder / kCommandFile, bytes, place.access);
+    shared::replaceFile(place.folder / kLiveCommandFile, bytes, place.access);
   }
 }
 
@@ -307,7 +307,7 @@ std::optional<LiveState::Command> LiveState::takeCommand(const Clock& clock,
   std::optional<Command> taken;
   const Instant oldest = clock.now() - commandLifetime;
   for (const auto& place : usablePlaces()) {
-    auto text = shared::claimFile(place.folder / kCommandFile, place.access, afterClaim);
+    auto text = shared::claimFile(place.folder / kLiveCommandFile, place.access, afterClaim);
     if (!text) continue;
     try {
       auto order = Json::parse(*text).get<Order>();

@@ -19,14 +19,14 @@ using testing::FakeClock;
 using testing::ScopedEnv;
 using testing::TempDir;
 
-const Instant kNoon = Instant(std::chrono::seconds(1789560000));  // 2026-09-16T12:00:00Z
+const Instant kStateNoon = Instant(std::chrono::seconds(1789560000));  // 2026-09-16T12:00:00Z
 
 LiveState sampleState() {
   LiveState s;
   s.phase = LiveState::Phase::onBreak;
   s.subject = "Essay";
-  s.ends = kNoon + 5min;
-  s.started = kNoon - 25min;
+  s.ends = kStateNoon + 5min;
+  s.started = kStateNoon - 25min;
   s.todayMinutes = 75;
   s.done = 1;
   s.set = 3;
@@ -35,7 +35,7 @@ LiveState sampleState() {
   s.scheme = "dark";
   s.week = {{"Mo", 14, 30, 1, false}, {"Di", 15, 45, 2, true}};
   s.accent = "#ff8800";
-  s.stamp = kNoon;
+  s.stamp = kStateNoon;
   s.cards = {{"day", "Wednesday", "16 September", {{"Write", "done"}, {"Call", "planned"}}}};
   s.agenda = {{"Standup", "", "09:30", true, false, false},
               {"Dentist", "Thu", "14:00", false, true, true}};
@@ -79,7 +79,7 @@ TEST(LiveStateJson, MissingKeysTakeDefaultsAndWrongTypesAreErrors) {
       "future": {"anything": 1}})")
                            .get<LiveState>();
   EXPECT_EQ(partial.phase, LiveState::Phase::running);
-  EXPECT_EQ(partial.ends, kNoon + 5min);
+  EXPECT_EQ(partial.ends, kStateNoon + 5min);
   ASSERT_EQ(partial.cards.size(), 1u);
   EXPECT_EQ(partial.cards[0].outcomes, (std::vector<LiveState::Line>{{"Ship", ""}}));
   EXPECT_EQ(partial.agenda[0].done, false);
@@ -95,12 +95,12 @@ TEST(LiveStateJson, MissingKeysTakeDefaultsAndWrongTypesAreErrors) {
 }
 
 TEST(LiveState, AppIsUpWhileTheStampIsUnderFiveSecondsOld) {
-  FakeClock clock(kNoon);
+  FakeClock clock(kStateNoon);
   LiveState s;
   EXPECT_FALSE(s.appIsUp(clock));
-  s.stamp = kNoon - 4s;
+  s.stamp = kStateNoon - 4s;
   EXPECT_TRUE(s.appIsUp(clock));
-  s.stamp = kNoon - 5s;
+  s.stamp = kStateNoon - 5s;
   EXPECT_FALSE(s.appIsUp(clock));
   EXPECT_EQ(sampleState().card("day")->title, "Wednesday");
   EXPECT_EQ(sampleState().card("year"), std::nullopt);
@@ -114,7 +114,7 @@ class LiveStateFiles : public ::testing::Test {
   ScopedEnv groupEnv_{"TRIVO_GROUP_DIR", group_.path().c_str()};
   ScopedEnv runtimeEnv_{"XDG_RUNTIME_DIR", nullptr};
   ScopedEnv stateEnv_{"XDG_STATE_HOME", state_.path().c_str()};
-  FakeClock clock_{kNoon};
+  FakeClock clock_{kStateNoon};
 
   std::filesystem::path groupFile(const char* name) const { return group_.path() / name; }
   std::filesystem::path stateFile(const char* name) const { return state_.path() / "trivo" / name; }

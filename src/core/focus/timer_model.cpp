@@ -23,7 +23,7 @@ double sane(double seconds) {
   return std::clamp(seconds, -1e9, 1e9);
 }
 
-double secondsBetween(Instant later, Instant earlier) {
+double timerSecondsBetween(Instant later, Instant earlier) {
   return std::chrono::duration<double>(later - earlier).count();
 }
 
@@ -36,7 +36,7 @@ std::int64_t clampMinutes(std::int64_t minutes) {
   return std::clamp(minutes, TimerModel::minMinutes, TimerModel::maxMinutes);
 }
 
-std::string freshUuid() {
+std::string freshSessionId() {
   uuid_t raw;
   uuid_generate_random(raw);
   char text[37];
@@ -123,7 +123,7 @@ void TimerModel::begin(Instant at) {
   segmentStart_ = at;
   focusedSeconds_ = 0;
   sessionEnd_ = plusSeconds(at, total());
-  remaining_ = std::max(0.0, secondsBetween(*sessionEnd_, t));
+  remaining_ = std::max(0.0, timerSecondsBetween(*sessionEnd_, t));
   pauseSpans_.clear();
   firedCues_.clear();
   firedMinuteCues_.clear();
@@ -196,10 +196,10 @@ void TimerModel::enterPause(std::optional<std::int64_t> minutes, bool informal) 
   Instant t = now();
   informalPause_ = informal || !minutes;
   if (segmentStart_) {
-    focusedSeconds_ += std::max(0.0, secondsBetween(t, *segmentStart_));
+    focusedSeconds_ += std::max(0.0, timerSecondsBetween(t, *segmentStart_));
     segmentStart_.reset();
   }
-  remaining_ = sessionEnd_ ? std::max(0.0, secondsBetween(*sessionEnd_, t)) : 0;
+  remaining_ = sessionEnd_ ? std::max(0.0, timerSecondsBetween(*sessionEnd_, t)) : 0;
   if (!minutes || *minutes < minMinutes) {
     pauseEnd_.reset();
     pauseRemaining_ = 0;
@@ -286,7 +286,7 @@ void TimerModel::stop() {
   softUntil_.reset();
   overtime_ = 0;
   if (segmentStart_) {
-    focusedSeconds_ += std::max(0.0, secondsBetween(t, *segmentStart_));
+    focusedSeconds_ += std::max(0.0, timerSecondsBetween(t, *segmentStart_));
     segmentStart_.reset();
   }
   // Time run on inside the grace window is overtime, not focus.
@@ -335,7 +335,7 @@ void TimerModel::adjustBreak(std::int64_t minutes) {
   double applied = static_cast<double>(wanted - pauseMinutes_) * 60;
   pauseMinutes_ = wanted;
   pauseEnd_ = plusSeconds(*pauseEnd_, applied);
-  pauseRemaining_ = std::max(0.0, secondsBetween(*pauseEnd_, now()));
+  pauseRemaining_ = std::max(0.0, timerSecondsBetween(*pauseEnd_, now()));
 }
 
 void TimerModel::continueFor(std::int64_t minutes, double creditingSeconds) {
@@ -375,7 +375,7 @@ void TimerModel::log() {
   session.outcome = subject_.value_or("");
   session.quality = quality_;
   session.pomodoro = countsSlices_;
-  lastLogged_ = Logged{freshUuid(), *startedAt_, end, loggedMinutes, session.outcome, quality_};
+  lastLogged_ = Logged{freshSessionId(), *startedAt_, end, loggedMinutes, session.outcome, quality_};
   if (countsSlices_) slicesToday_ = std::min(slicesToday_ + 1, kMaxSlices);
   saveChain_.enqueue(DayDate::fromInstant(*startedAt_, clock_), std::move(session));
 }
@@ -429,14 +429,14 @@ std::optional<std::int64_t> TimerModel::tick() {
       return std::nullopt;
     case Phase::paused:
       if (pauseEnd_) {
-        pauseRemaining_ = std::max(0.0, secondsBetween(*pauseEnd_, t));
+        pauseRemaining_ = std::max(0.0, timerSecondsBetween(*pauseEnd_, t));
         if (pauseRemaining_ <= 0) resume();
       }
       return std::nullopt;
     case Phase::finished:
       refreshCountdowns();
       if (autoLogEnabled_ && !autoLogHidden_ && finishedAt_ &&
-          secondsBetween(t, autoLogArmedAt_.value_or(*finishedAt_)) >= autoLogDelay) {
+          timerSecondsBetween(t, autoLogArmedAt_.value_or(*finishedAt_)) >= autoLogDelay) {
         logFinished();
       }
       return std::nullopt;
@@ -444,7 +444,7 @@ std::optional<std::int64_t> TimerModel::tick() {
       break;
   }
 
-  remaining_ = sessionEnd_ ? std::max(0.0, secondsBetween(*sessionEnd_, t)) : 0;
+  remaining_ = sessionEnd_ ? std::max(0.0, timerSecondsBetween(*sessionEnd_, t)) : 0;
   if (remaining_ <= 0) {
     if (softWindow_ > 0) {
       if (!softUntil_) {
@@ -455,7 +455,7 @@ std::optional<std::int64_t> TimerModel::tick() {
         return softWindowCue;
       }
       if (t < *softUntil_) {
-        overtime_ = sessionEnd_ ? secondsBetween(t, *sessionEnd_) : 0;
+        overtime_ = sessionEnd_ ? timerSecondsBetween(t, *sessionEnd_) : 0;
         return std::nullopt;
       }
       finish(t);
@@ -490,10 +490,10 @@ void TimerModel::refreshCountdowns() {
     return;
   }
   Instant t = now();
-  continueRemaining_ = std::max(0.0, continueWindow - secondsBetween(t, *finishedAt_));
+  continueRemaining_ = std::max(0.0, continueWindow - timerSecondsBetween(t, *finishedAt_));
   autoLogRemaining_ =
       autoLogEnabled_ && !autoLogHidden_
-          ? std::max(0.0, autoLogDelay - secondsBetween(t, autoLogArmedAt_.value_or(*finishedAt_)))
+          ? std::max(0.0, autoLogDelay - timerSecondsBetween(t, autoLogArmedAt_.value_or(*finishedAt_)))
           : 0;
 }
 
@@ -578,7 +578,7 @@ void TimerModel::rearmAutoLog() {
 }
 
 double TimerModel::elapsed() const {
-  double run = segmentStart_ ? std::max(0.0, secondsBetween(now(), *segmentStart_)) : 0;
+  double run = segmentStart_ ? std::max(0.0, timerSecondsBetween(now(), *segmentStart_)) : 0;
   return focusedSeconds_ + run;
 }
 
@@ -601,7 +601,7 @@ bool TimerModel::onBreak() const {
 
 double TimerModel::breakElapsed() const {
   if (phase_ != Phase::paused || pauseSpans_.empty() || pauseSpans_.back().end) return 0;
-  return std::max(0.0, secondsBetween(now(), pauseSpans_.back().start));
+  return std::max(0.0, timerSecondsBetween(now(), pauseSpans_.back().start));
 }
 
 std::int64_t TimerModel::pendingMinutes() const {
@@ -620,7 +620,7 @@ std::int64_t TimerModel::pendingMinutes() const {
 double TimerModel::creditedAtEnd() const {
   double credit = focusedSeconds_;
   if (segmentStart_ && sessionEnd_) {
-    credit += std::max(0.0, secondsBetween(*sessionEnd_, *segmentStart_));
+    credit += std::max(0.0, timerSecondsBetween(*sessionEnd_, *segmentStart_));
   }
   return std::clamp(credit, 0.0, total());
 }
@@ -646,7 +646,7 @@ std::optional<TimerModel::Snapshot> TimerModel::snapshot() const {
       // Bank the running segment up to now; `restore` finds the moment of the snapshot again
       // as the end less what remained.
       s.focusedSeconds = elapsed();
-      s.remaining = sessionEnd_ ? std::max(0.0, secondsBetween(*sessionEnd_, t)) : 0;
+      s.remaining = sessionEnd_ ? std::max(0.0, timerSecondsBetween(*sessionEnd_, t)) : 0;
       break;
     case Phase::paused:
       s.paused = true;
@@ -704,7 +704,7 @@ void TimerModel::restore(const Snapshot& s) {
       pauseEnd_ =
           std::min(near(*s.pauseEnd), plusSeconds(t, static_cast<double>(pauseMinutes_) * 60));
     }
-    pauseRemaining_ = pauseEnd_ ? std::max(0.0, secondsBetween(*pauseEnd_, t)) : 0;
+    pauseRemaining_ = pauseEnd_ ? std::max(0.0, timerSecondsBetween(*pauseEnd_, t)) : 0;
     informalPause_ = !pauseEnd_;
     openingBreak_ = rest;
     // A break began with the session; a timed pause began its length before its end; an open
@@ -717,9 +717,9 @@ void TimerModel::restore(const Snapshot& s) {
     phase_ = Phase::paused;
   } else {
     // Nor can a run end later than its length from now.
-    if (secondsBetween(*sessionEnd_, t) > total()) sessionEnd_ = plusSeconds(t, total());
+    if (timerSecondsBetween(*sessionEnd_, t) > total()) sessionEnd_ = plusSeconds(t, total());
     segmentStart_ = plusSeconds(*sessionEnd_, -remaining_);
-    remaining_ = std::max(0.0, secondsBetween(*sessionEnd_, t));
+    remaining_ = std::max(0.0, timerSecondsBetween(*sessionEnd_, t));
     phase_ = Phase::running;
     if (remaining_ <= 0 && softWindow_ > 0) {
       // The grace window opened while the app was away; it closes when it would have.

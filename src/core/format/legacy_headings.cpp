@@ -12,7 +12,7 @@ namespace {
 
 using namespace std::string_view_literals;
 
-constexpr std::array outcomes = {"Top 3"sv, "Top three"sv, "Big three"sv, "Three outcomes"sv,
+constexpr std::array legacyOutcomes = {"Top 3"sv, "Top three"sv, "Big three"sv, "Three outcomes"sv,
                                  "Outcomes"sv};
 constexpr std::array checklist = {"Tasks"sv, "To do"sv, "Todo"sv, "Checklist"sv};
 constexpr std::array pulled = {"From the inbox"sv, "From inbox"sv, "Pulled from inbox"sv};
@@ -32,7 +32,7 @@ constexpr std::array rolesAudit = {"Roles audit"sv, "Roles"sv};
 constexpr std::array closing = {"Closing"sv};
 
 constexpr std::array<std::pair<std::string_view, std::span<const std::string_view>>, 17> table = {{
-    {"outcomes", outcomes},
+    {"outcomes", legacyOutcomes},
     {"checklist", checklist},
     {"pulled", pulled},
     {"notes", notes},

@@ -8,8 +8,8 @@
 namespace trivo {
 namespace {
 
-const TextSyntax md = TextSyntax::markdown;
-const TextSyntax org = TextSyntax::org;
+const TextSyntax mdSyntax = TextSyntax::markdown;
+const TextSyntax orgSyntax = TextSyntax::org;
 
 TEST(Outline, SplitThenRenderGivesBackHandEditedTextsByteForByte) {
   const char* markdownPages[] = {
@@ -25,51 +25,51 @@ TEST(Outline, SplitThenRenderGivesBackHandEditedTextsByteForByte) {
       "\xFF\xFE## broken\n## \xC3 title\n\xE2\x82",
   };
   for (const char* page : markdownPages) {
-    const auto split = Outline::split(page, 2, md);
-    EXPECT_EQ(Outline::render(split, 2, md), page) << page;
+    const auto split = Outline::split(page, 2, mdSyntax);
+    EXPECT_EQ(Outline::render(split, 2, mdSyntax), page) << page;
   }
   const char* orgPages[] = {
       "#+title: Day\n\n* Outcomes\n** TODO a\nSCHEDULED: <2026-09-16 Wed>\n\n* Notes\n",
       "* Notes\n#+BEGIN_SRC sh\n* not a heading\n#+end_src\n* Journal\r\n",
   };
   for (const char* page : orgPages) {
-    const auto split = Outline::split(page, 2, org);
-    EXPECT_EQ(Outline::render(split, 2, org), page) << page;
+    const auto split = Outline::split(page, 2, orgSyntax);
+    EXPECT_EQ(Outline::render(split, 2, orgSyntax), page) << page;
   }
 }
 
 TEST(Outline, HeadingsInsideFencesDoNotSplit) {
   const auto split = Outline::split(
-      "intro\n\n## Notes\n```\n## code\n~~~\n## more\n```\n\n## Journal\nx", 2, md);
+      "intro\n\n## Notes\n```\n## code\n~~~\n## more\n```\n\n## Journal\nx", 2, mdSyntax);
   EXPECT_EQ(split.preamble, "intro");
   ASSERT_EQ(split.blocks.size(), 2u);
   EXPECT_EQ(split.blocks[0], (Outline::Block{"Notes", "```\n## code\n~~~\n## more\n```"}));
   EXPECT_EQ(split.blocks[1], (Outline::Block{"Journal", "x"}));
 
-  const auto orgSplit = Outline::split("* A\n#+Begin_Quote\n* q\n#+END_QUOTE\n* B", 2, org);
+  const auto orgSplit = Outline::split("* A\n#+Begin_Quote\n* q\n#+END_QUOTE\n* B", 2, orgSyntax);
   ASSERT_EQ(orgSplit.blocks.size(), 2u);
   EXPECT_EQ(orgSplit.blocks[0].body, "#+Begin_Quote\n* q\n#+END_QUOTE");
 
   // An unclosed fence hides every later heading rather than splitting code.
-  EXPECT_EQ(Outline::split("## A\n```\n## B", 2, md).blocks.size(), 1u);
+  EXPECT_EQ(Outline::split("## A\n```\n## B", 2, mdSyntax).blocks.size(), 1u);
 }
 
 TEST(Outline, SplitsOnlyAtTheGivenLevelAndTrimsBodies) {
-  const auto split = Outline::split("# T\n## A\n\n### a1\n\n  \n## B\r\n", 2, md);
+  const auto split = Outline::split("# T\n## A\n\n### a1\n\n  \n## B\r\n", 2, mdSyntax);
   EXPECT_EQ(split.preamble, "# T");
   EXPECT_EQ(split.blocks, (std::vector<Outline::Block>{{"A", "### a1"}, {"B\r", ""}}));
   // CRLF is only normalised when every line ends so; then titles carry no "\r".
-  EXPECT_EQ(Outline::split("## A\r\n## B\r\n", 2, md).blocks[1].title, "B");
+  EXPECT_EQ(Outline::split("## A\r\n## B\r\n", 2, mdSyntax).blocks[1].title, "B");
 }
 
 TEST(Outline, BlocksBuiltInCodeRenderWithOneBlankLineBetween) {
   Outline::Split split;
   split.preamble = "# Day";
   split.blocks = {{"Outcomes", "- [ ] a"}, {"Reflection", "### Well\ntext"}, {"Notes", ""}};
-  EXPECT_EQ(Outline::render(split, 2, md),
+  EXPECT_EQ(Outline::render(split, 2, mdSyntax),
             "# Day\n\n## Outcomes\n- [ ] a\n\n## Reflection\n\n### Well\ntext\n\n## Notes");
-  EXPECT_EQ((Outline::Block{"Outcomes", "** TODO a"}).render(2, org), "* Outcomes\n\n** TODO a");
-  EXPECT_EQ((Outline::Block{"Notes", "*bold* start"}).render(2, org), "* Notes\n\n*bold* start");
+  EXPECT_EQ((Outline::Block{"Outcomes", "** TODO a"}).render(2, orgSyntax), "* Outcomes\n\n** TODO a");
+  EXPECT_EQ((Outline::Block{"Notes", "*bold* start"}).render(2, orgSyntax), "* Notes\n\n*bold* start");
   EXPECT_EQ(Outline::join(std::vector<std::string>{"A", "", "B"}), "A\n\nB");
 }
 
@@ -126,8 +126,8 @@ TEST(Outline, MalformedFrontMatterIsTheOnlyFailure) {
       EXPECT_EQ(e.kind(), SerializerError::Case::malformedFrontmatter) << text;
     }
   }
-  EXPECT_THROW((void)md.splitFrontmatter("---"), SerializerError);
-  EXPECT_NO_THROW((void)org.splitFrontmatter("---"));
+  EXPECT_THROW((void)mdSyntax.splitFrontmatter("---"), SerializerError);
+  EXPECT_NO_THROW((void)orgSyntax.splitFrontmatter("---"));
 }
 
 }  // namespace

@@ -709,11 +709,8 @@ std::string writeSections(TextSyntax syntax, const Passthrough& pass,
 }
 
 std::string monthName(std::int64_t month) {
-  static constexpr std::array<std::string_view, 12> names = {
-      "January", "February", "March",     "April",   "May",      "June",
-      "July",    "August",   "September", "October", "November", "December"};
-  return month >= 1 && month <= 12 ? std::string(names[static_cast<std::size_t>(month - 1)])
-                                   : std::to_string(month);
+  const std::string_view name = englishMonthName(month);
+  return name.empty() ? std::to_string(month) : std::string(name);
 }
 
 std::vector<FrontmatterField> hotspotField(TextSyntax syntax,

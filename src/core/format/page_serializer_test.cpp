@@ -566,7 +566,7 @@ TEST(PageSerializer, OrgSessionsClockUnderTheOutcomeTheyServed) {
 
 // ---- hand-edited pages ----
 
-std::string readFile(const std::string& name) {
+std::string readDataFile(const std::string& name) {
   std::ifstream in(std::string(TRIVO_SOURCE_DIR) + "/tests/data/pages/" + name, std::ios::binary);
   std::stringstream s;
   s << in.rdbuf();
@@ -585,7 +585,7 @@ std::vector<std::string> contentLines(std::string_view text) {
 
 template <class Parse, class Render>
 void expectKeepsEveryLine(const std::string& name, Parse parse, Render render) {
-  const std::string original = readFile(name);
+  const std::string original = readDataFile(name);
   ASSERT_FALSE(original.empty()) << name;
   const std::string once = render(parse(original));
   const auto written = contentLines(once);

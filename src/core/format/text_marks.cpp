@@ -57,7 +57,7 @@ TextMarks::Result wrap(std::string_view text, Range r, std::string_view open,
            TextMarks::utf16Offset(out, end) - TextMarks::utf16Offset(out, begin)}};
 }
 
-TextMarks::Result link(std::string_view text, Range r, TextSyntax syntax) {
+TextMarks::Result markLink(std::string_view text, Range r, TextSyntax syntax) {
   const std::string words(text.substr(r.begin, r.end - r.begin));
   std::string out(text.substr(0, r.begin));
   std::size_t urlAt = 0;
@@ -98,7 +98,7 @@ std::size_t existingPrefix(std::string_view line, TextSyntax syntax) {
   return 0;
 }
 
-TextMarks::Result lines(TextMarks::Mark mark, std::string_view text, Range r, TextSyntax syntax) {
+TextMarks::Result markLines(TextMarks::Mark mark, std::string_view text, Range r, TextSyntax syntax) {
   const std::size_t first = r.begin == 0 ? 0 : text.rfind('\n', r.begin - 1) + 1;
   std::size_t last = r.end > r.begin && text[r.end - 1] == '\n' ? r.end - 1 : r.end;
   last = text.find('\n', last);
@@ -160,12 +160,12 @@ TextMarks::Result TextMarks::apply(Mark mark, std::string_view text, Selection s
     case Mark::italic:
       return markdown ? wrap(text, r, "_", "_") : wrap(text, r, "/", "/");
     case Mark::link:
-      return link(text, r, syntax);
+      return markLink(text, r, syntax);
     case Mark::title:
     case Mark::subtitle:
     case Mark::list:
     case Mark::checklist:
-      return lines(mark, text, r, syntax);
+      return markLines(mark, text, r, syntax);
   }
   return {std::string(text), selection};
 }

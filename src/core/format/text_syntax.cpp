@@ -12,7 +12,7 @@ namespace trivo {
 
 namespace {
 
-bool isMarkdown(TextSyntax s) { return s.format == VaultFormat::markdown; }
+bool syntaxIsMarkdown(TextSyntax s) { return s.format == VaultFormat::markdown; }
 
 std::string dateText(const DayDate& day) { return day.isoString(); }
 
@@ -21,7 +21,7 @@ std::string dateText(const DayDate& day) { return day.isoString(); }
 // ---- headings and fences -------------------------------------------------------------------
 
 std::string TextSyntax::headingMarker(int level) const {
-  const int count = isMarkdown(*this) ? std::max(level, 1) : std::max(level - 1, 1);
+  const int count = syntaxIsMarkdown(*this) ? std::max(level, 1) : std::max(level - 1, 1);
   return std::string(static_cast<std::size_t>(count), headingChar()) + " ";
 }
 
@@ -39,7 +39,7 @@ bool TextSyntax::isSplittingHeading(std::string_view line, int level) const {
 
 bool TextSyntax::togglesFence(std::string_view line) const {
   const std::string_view s = text::trimStart(line);
-  if (isMarkdown(*this)) return s.starts_with("```") || s.starts_with("~~~");
+  if (syntaxIsMarkdown(*this)) return s.starts_with("```") || s.starts_with("~~~");
   return text::startsWithNoCase(s, "#+begin_") || text::startsWithNoCase(s, "#+end_");
 }
 
@@ -127,7 +127,7 @@ bool TextSyntax::isPlanning(std::string_view line) {
 // ---- hidden metadata -----------------------------------------------------------------------
 
 std::string TextSyntax::meta(std::string_view inner) const {
-  if (isMarkdown(*this)) return " <!-- " + std::string(inner) + " -->";
+  if (syntaxIsMarkdown(*this)) return " <!-- " + std::string(inner) + " -->";
   return " @@trivo:" + std::string(inner) + "@@";
 }
 
@@ -148,7 +148,7 @@ TextSyntax::Meta makeMeta(std::string_view text, std::string_view inner) {
 
 std::optional<TextSyntax::Meta> TextSyntax::splitMeta(std::string_view line) const {
   const std::string_view s = text::trimBreaks(line);
-  if (isMarkdown(*this)) {
+  if (syntaxIsMarkdown(*this)) {
     if (!s.ends_with("-->")) return std::nullopt;
     const std::size_t open = s.rfind("<!--");
     if (open == std::string_view::npos || open + 4 > s.size() - 3) return std::nullopt;
@@ -197,7 +197,7 @@ std::optional<TextSyntax::Keyword> TextSyntax::keyword(std::string_view line) {
 }
 
 TextSyntax::Front TextSyntax::splitFrontmatter(std::string_view text) const {
-  if (isMarkdown(*this)) return Outline::splitFrontmatter(text);
+  if (syntaxIsMarkdown(*this)) return Outline::splitFrontmatter(text);
   Front front;
   if (text.starts_with("\xEF\xBB\xBF")) text.remove_prefix(3);  // a byte-order mark
   std::size_t offset = 0;
@@ -218,7 +218,7 @@ std::string TextSyntax::assemble(const std::vector<FrontmatterField>& fields,
                                  std::string_view body) const {
   if (fields.empty()) return std::string(body);
   std::string out;
-  if (isMarkdown(*this)) {
+  if (syntaxIsMarkdown(*this)) {
     out = Outline::renderFrontmatter(fields);
   } else {
     for (std::size_t i = 0; i < fields.size(); ++i) {
@@ -255,7 +255,7 @@ std::vector<FrontmatterField> TextSyntax::keywordFront(std::vector<FrontmatterFi
 std::string TextSyntax::retitle(std::string_view text, std::string_view title) const {
   const auto lines = text::lines(text);
   std::size_t at = lines.size();
-  if (isMarkdown(*this)) {
+  if (syntaxIsMarkdown(*this)) {
     std::size_t start = 0;
     // Front matter may hold YAML comments that look like a title line.
     if (!lines.empty() && text::withoutCR(lines[0]) == "---") {
@@ -287,7 +287,7 @@ std::string TextSyntax::retitle(std::string_view text, std::string_view title) c
   if (at == lines.size()) return std::string(text);
   const bool cr = lines[at].ends_with('\r');
   std::string replacement;
-  if (isMarkdown(*this)) {
+  if (syntaxIsMarkdown(*this)) {
     replacement = "# " + std::string(title);
   } else {
     const std::string_view raw = lines[at];
@@ -304,10 +304,10 @@ TextSyntax::Tagged TextSyntax::splitTags(std::string_view title) const {
   static const Regex markdownTags(R"(^(.*?)((?:[ \t]+#\p{L}[\p{L}\p{N}_/-]*)+)[ \t]*$)");
   // Most titles have no tags; these tests are what a match needs and are far cheaper.
   const std::string_view end = text::trimEnd(title);
-  if (isMarkdown(*this) ? title.find('#') == std::string_view::npos : !end.ends_with(':')) {
+  if (syntaxIsMarkdown(*this) ? title.find('#') == std::string_view::npos : !end.ends_with(':')) {
     return {std::string(title), {}};
   }
-  const Regex& pattern = isMarkdown(*this) ? markdownTags : orgTags;
+  const Regex& pattern = syntaxIsMarkdown(*this) ? markdownTags : orgTags;
   auto m = pattern.matchWhole(title);
   if (!m || text::trim((*m)[1]).empty()) return {std::string(title), {}};
   Tagged tagged{std::string(text::trimEnd((*m)[1])), {}};
@@ -316,7 +316,7 @@ TextSyntax::Tagged TextSyntax::splitTags(std::string_view title) const {
   while (i < written.size()) {
     // Both forms are runs of tag names between separators: ":" on Org, "#" and blanks on Markdown.
     const auto isSeparator = [&](char c) {
-      return isMarkdown(*this) ? (c == '#' || text::isSpace(c)) : c == ':';
+      return syntaxIsMarkdown(*this) ? (c == '#' || text::isSpace(c)) : c == ':';
     };
     while (i < written.size() && isSeparator(written[i])) ++i;
     std::size_t j = i;
@@ -331,13 +331,13 @@ std::string TextSyntax::renderTags(const std::vector<std::string>& tags) const {
   if (tags.empty()) return {};
   std::string out;
   for (const auto& tag : tags) {
-    if (isMarkdown(*this)) {
+    if (syntaxIsMarkdown(*this)) {
       out += (out.empty() ? "#" : " #") + tag;
     } else {
       out += ":" + tag;
     }
   }
-  if (!isMarkdown(*this)) out += ":";
+  if (!syntaxIsMarkdown(*this)) out += ":";
   return out;
 }
 

@@ -12,7 +12,7 @@ namespace {
 const TextSyntax md = TextSyntax::markdown;
 const TextSyntax org = TextSyntax::org;
 
-DayDate day(std::int64_t y, std::int64_t m, std::int64_t d) { return *DayDate::make(y, m, d); }
+DayDate syntaxDay(std::int64_t y, std::int64_t m, std::int64_t d) { return *DayDate::make(y, m, d); }
 
 TEST(TextSyntax, OrgHeadingsStartOneLevelHigherBecauseTheTitleIsAKeyword) {
   struct Case {
@@ -50,14 +50,14 @@ TEST(TextSyntax, SplittingHeadingsAreThoseNoDeeperThanTheSectionLevel) {
 }
 
 TEST(TextSyntax, StampsCarryTheEnglishWeekday) {
-  EXPECT_EQ(TextSyntax::weekdayName(day(1970, 1, 1)), "Thu");
-  EXPECT_EQ(TextSyntax::weekdayName(day(1969, 12, 29)), "Mon");  // before the epoch
-  EXPECT_EQ(TextSyntax::weekdayName(day(2026, 9, 13)), "Sun");
-  EXPECT_EQ(TextSyntax::timestamp(day(2026, 9, 16)), "<2026-09-16 Wed>");
-  EXPECT_EQ(TextSyntax::inactiveStamp(day(2026, 9, 11), ClockTime{9, 14}), "[2026-09-11 Fri 09:14]");
-  EXPECT_EQ(TextSyntax::orgDoneLine(day(2026, 9, 12), ClockTime{18, 4}),
+  EXPECT_EQ(TextSyntax::weekdayName(syntaxDay(1970, 1, 1)), "Thu");
+  EXPECT_EQ(TextSyntax::weekdayName(syntaxDay(1969, 12, 29)), "Mon");  // before the epoch
+  EXPECT_EQ(TextSyntax::weekdayName(syntaxDay(2026, 9, 13)), "Sun");
+  EXPECT_EQ(TextSyntax::timestamp(syntaxDay(2026, 9, 16)), "<2026-09-16 Wed>");
+  EXPECT_EQ(TextSyntax::inactiveStamp(syntaxDay(2026, 9, 11), ClockTime{9, 14}), "[2026-09-11 Fri 09:14]");
+  EXPECT_EQ(TextSyntax::orgDoneLine(syntaxDay(2026, 9, 12), ClockTime{18, 4}),
             "- State \"DONE\"       from \"TODO\"       [2026-09-12 Sat 18:04]");
-  EXPECT_EQ(TextSyntax::orgDoneLine(day(2026, 9, 12), std::nullopt),
+  EXPECT_EQ(TextSyntax::orgDoneLine(syntaxDay(2026, 9, 12), std::nullopt),
             "- State \"DONE\"       from \"TODO\"       [2026-09-12 Sat]");
 }
 
@@ -68,9 +68,9 @@ TEST(TextSyntax, DoneDateIsReadFromStateChangeLinesOnly) {
     std::optional<DayDate> expected;
   };
   const Case cases[] = {
-      {TextSyntax::orgDoneLine(day(2026, 9, 12), ClockTime{18, 4}), day(2026, 9, 12)},
-      {"  " + TextSyntax::orgDoneLine(day(2026, 2, 28), std::nullopt) + "  ", day(2026, 2, 28)},
-      {"- State \"FINISHED\" from \"NEXT\" [2026-01-05 Mon 10:00]", day(2026, 1, 5)},
+      {TextSyntax::orgDoneLine(syntaxDay(2026, 9, 12), ClockTime{18, 4}), syntaxDay(2026, 9, 12)},
+      {"  " + TextSyntax::orgDoneLine(syntaxDay(2026, 2, 28), std::nullopt) + "  ", syntaxDay(2026, 2, 28)},
+      {"- State \"FINISHED\" from \"NEXT\" [2026-01-05 Mon 10:00]", syntaxDay(2026, 1, 5)},
       {"- State \"WAITING\" from \"TODO\" [2026-01-05 Mon]", std::nullopt},
       {"- State \"DONE\" from \"TODO\"", std::nullopt},
       {"- State \"DONE\" from \"TODO\" [2026-13-05 Mon]", std::nullopt},

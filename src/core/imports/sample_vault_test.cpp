@@ -12,13 +12,13 @@
 namespace trivo {
 namespace {
 
-struct Case {
+struct SampleCase {
   VaultFormat format;
   const char* today;
   const char* lastPage;  // the latest day before today that has a page
 };
 
-class SampleVaultTest : public ::testing::TestWithParam<Case> {
+class SampleVaultTest : public ::testing::TestWithParam<SampleCase> {
  protected:
   std::unique_ptr<VaultStore> open() const {
     const Vault vault{dir.path(), GetParam().format, "en", std::nullopt};
@@ -103,10 +103,10 @@ TEST_P(SampleVaultTest, TheInboxHasSomethingForEveryList) {
 
 INSTANTIATE_TEST_SUITE_P(
     FormatsAndWeekdays, SampleVaultTest,
-    ::testing::Values(Case{VaultFormat::markdown, "2026-11-23", "2026-11-21"},  // a Monday
-                      Case{VaultFormat::org, "2026-11-23", "2026-11-21"},
-                      Case{VaultFormat::markdown, "2026-12-31", "2026-12-30"},  // a Thursday
-                      Case{VaultFormat::org, "2027-01-06", "2027-01-05"}));
+    ::testing::Values(SampleCase{VaultFormat::markdown, "2026-11-23", "2026-11-21"},  // a Monday
+                      SampleCase{VaultFormat::org, "2026-11-23", "2026-11-21"},
+                      SampleCase{VaultFormat::markdown, "2026-12-31", "2026-12-30"},  // a Thursday
+                      SampleCase{VaultFormat::org, "2027-01-06", "2027-01-05"}));
 
 }  // namespace
 }  // namespace trivo

@@ -96,7 +96,7 @@ struct MonthName {
   bool everyday;  // also an everyday English word, read as a month only when nothing else fits
 };
 
-constexpr std::array<MonthName, 24> kMonthNames = {{
+constexpr std::array<MonthName, 24> kCaptureMonthNames = {{
     {"january", 1, false},   {"jan", 1, false},    {"february", 2, false},  {"feb", 2, false},
     {"march", 3, true},      {"mar", 3, true},     {"april", 4, false},     {"apr", 4, false},
     {"may", 5, true},        {"june", 6, false},   {"jun", 6, false},       {"july", 7, false},
@@ -105,8 +105,8 @@ constexpr std::array<MonthName, 24> kMonthNames = {{
     {"november", 11, false}, {"nov", 11, false},   {"december", 12, false}, {"dec", 12, false},
 }};
 
-const MonthName* monthName(std::string_view word) {
-  for (const auto& m : kMonthNames) {
+const MonthName* captureMonthName(std::string_view word) {
+  for (const auto& m : kCaptureMonthNames) {
     if (m.word == word) return &m;
   }
   return nullptr;
@@ -117,7 +117,7 @@ constexpr std::array<std::string_view, 7> kWeekdayShort = {"mon", "tue", "wed", 
 
 // Full weekday names always; the short ones ("sat", "sun" are words too) only where the words
 // before them already say a day follows.
-std::optional<Weekday> weekdayWord(std::string_view word, bool shortToo) {
+std::optional<Weekday> captureWeekdayWord(std::string_view word, bool shortToo) {
   if (auto w = weekdayFromCaseName(word)) return w;
   if (shortToo) {
     for (std::size_t i = 0; i < kWeekdayShort.size(); ++i) {
@@ -200,16 +200,16 @@ class Reader {
     if (auto d = DayDate::parse(word); d && word.size() == 10 && sensibleYear(d->year)) {
       return set(f, *d, 1);
     }
-    if (auto w = weekdayWord(word, announced)) return set(f, onOrAfter(today_, *w), 1);
+    if (auto w = captureWeekdayWord(word, announced)) return set(f, onOrAfter(today_, *w), 1);
     if (word == "this") {
-      if (auto w = weekdayWord(at(i + 1), true)) return set(f, onOrAfter(today_, *w), 2);
+      if (auto w = captureWeekdayWord(at(i + 1), true)) return set(f, onOrAfter(today_, *w), 2);
       if (at(i + 1) == "weekend") return set(f, weekend(), 2);
       return 0;
     }
     if (word == "weekend" && announced) return set(f, weekend(), 1);
     if (word == "next") {
       const DayDate nextMonday = today_.isoWeek().next().monday();
-      if (auto w = weekdayWord(at(i + 1), true)) {
+      if (auto w = captureWeekdayWord(at(i + 1), true)) {
         return set(f, nextMonday.adding(weekdayIndex(*w)), 2);
       }
       if (at(i + 1) == "week") return set(f, nextMonday, 2);
@@ -268,10 +268,10 @@ class Reader {
       day = *d;
       ++k;
       if (at(k) == "of") ++k;
-      month = monthName(at(k));
+      month = captureMonthName(at(k));
       if (!month) return 0;
       ++k;
-    } else if ((month = monthName(at(k)))) {
+    } else if ((month = captureMonthName(at(k)))) {
       auto after = dayOfMonth(at(k + 1));
       if (!after) return 0;
       day = *after;
@@ -402,12 +402,12 @@ class Reader {
     if (at(i) == "weekend") {
       return setRepeat(f, Repeat::weekly(1, {Weekday::saturday, Weekday::sunday}), 1);
     }
-    if (weekdayWord(at(i), true)) {
+    if (captureWeekdayWord(at(i), true)) {
       std::vector<Weekday> days;
       std::size_t k = i;
-      while (auto w = weekdayWord(at(k), true)) {
+      while (auto w = captureWeekdayWord(at(k), true)) {
         days.push_back(*w);
-        if (at(k + 1) != "and" || !weekdayWord(at(k + 2), true)) {
+        if (at(k + 1) != "and" || !captureWeekdayWord(at(k + 2), true)) {
           ++k;
           break;
         }
@@ -425,7 +425,7 @@ class Reader {
     }
     if (!ordinal) return 0;
     const std::string_view kind = at(i + 1);
-    if (auto w = weekdayWord(kind, true)) {
+    if (auto w = captureWeekdayWord(kind, true)) {
       return setRepeat(f, Repeat::monthly(1, {}, Repeat::OnThe{*ordinal, Repeat::Kind::of(*w)}), 2);
     }
     if (kind == "workday" || kind == "weekday") {
@@ -550,7 +550,7 @@ void take(CapturePhrase& p, const Found& f) {
   if (f.alert) p.alerts.push_back(*f.alert);
 }
 
-std::string joined(const std::vector<Word>& words, const std::vector<bool>& keep) {
+std::string joinedWords(const std::vector<Word>& words, const std::vector<bool>& keep) {
   std::string text;
   for (std::size_t k = 0; k < words.size(); ++k) {
     if (!keep[k]) continue;
@@ -587,11 +587,11 @@ CapturePhrase CapturePhrase::read(std::string_view line, const DayDate& today) {
               keep.begin() + static_cast<std::ptrdiff_t>(i + n), false);
     i += n;
   }
-  reading.text = joined(words, keep);
+  reading.text = joinedWords(words, keep);
   if (reading.text.empty()) {
     // Only scheduling words: the line is a note that happens to be a date, and stays text.
     reading = fromMarks;
-    reading.text = joined(words, std::vector<bool>(words.size(), true));
+    reading.text = joinedWords(words, std::vector<bool>(words.size(), true));
     return reading;
   }
   if (reading.repeats && !reading.due) reading.due = reading.repeats->firstDate(today);

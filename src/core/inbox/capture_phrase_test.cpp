@@ -6,16 +6,16 @@
 namespace trivo {
 namespace {
 
-const DayDate kToday{2026, 11, 25};  // a Wednesday
+const DayDate kPhraseToday{2026, 11, 25};  // a Wednesday
 
-DayDate d(std::int64_t y, std::int64_t m, std::int64_t day) { return DayDate{y, m, day}; }
+DayDate date(std::int64_t y, std::int64_t m, std::int64_t day) { return DayDate{y, m, day}; }
 ClockTime t(std::int64_t h, std::int64_t m = 0) { return ClockTime{h, m}; }
 
 using W = Weekday;
 const std::vector<Weekday> kWorkdays = {W::monday, W::tuesday, W::wednesday, W::thursday,
                                         W::friday};
 
-struct Row {
+struct PhraseRow {
   std::string line;
   std::string text;
   std::optional<DayDate> due;
@@ -28,116 +28,116 @@ Repeat onThe(std::int64_t ordinal, Weekday w) {
 }
 
 TEST(CapturePhrase, ReadsDaysTimesAndRepeatsAndLeavesTheRestAsText) {
-  const std::vector<Row> rows = {
+  const std::vector<PhraseRow> rows = {
       // Days.
-      {"call mum friday", "call mum", d(2026, 11, 27)},
-      {"call mum today", "call mum", kToday},
-      {"tomorrow buy milk", "buy milk", d(2026, 11, 26)},
-      {"pay rent wednesday", "pay rent", kToday},
-      {"dentist tuesday", "dentist", d(2026, 12, 1)},
-      {"next monday standup", "standup", d(2026, 11, 30)},
-      {"review next friday", "review", d(2026, 12, 4)},
-      {"plan next week", "plan", d(2026, 11, 30)},
-      {"budget next month", "budget", d(2026, 12, 1)},
-      {"fix bike in 3 days", "fix bike", d(2026, 11, 28)},
-      {"call Ana in a week", "call Ana", d(2026, 12, 2)},
-      {"dentist in 2 weeks", "dentist", d(2026, 12, 9)},
-      {"renew pass in 1 month", "renew pass", d(2026, 12, 25)},
-      {"check in 3 months", "check", d(2027, 2, 25)},
-      {"renew insurance on 12 dec", "renew insurance", d(2026, 12, 12)},
-      {"renew insurance 12 dec", "renew insurance", d(2026, 12, 12)},
-      {"party Dec 12", "party", d(2026, 12, 12)},
-      {"party december 12th", "party", d(2026, 12, 12)},
-      {"trip 3rd of january", "trip", d(2027, 1, 3)},
-      {"anniversary 1 nov", "anniversary", d(2027, 11, 1)},
-      {"exam 12 dec 2027", "exam", d(2027, 12, 12)},
-      {"launch 2026-12-01", "launch", d(2026, 12, 1)},
-      {"old 2026-01-05", "old", d(2026, 1, 5)},
-      {"report end of month", "report", d(2026, 11, 30)},
-      {"report by end of the week", "report", d(2026, 11, 29)},
-      {"taxes end of year", "taxes", d(2026, 12, 31)},
-      {"move desk this weekend", "move desk", d(2026, 11, 28)},
-      {"by friday send draft", "send draft", d(2026, 11, 27)},
-      {"essay due friday", "essay", d(2026, 11, 27)},
-      {"on sat groceries", "groceries", d(2026, 11, 28)},
-      {"seeds on 3 march", "seeds", d(2027, 3, 3)},
-      {"leap day 29 feb", "leap day", d(2028, 2, 29)},
+      {"call mum friday", "call mum", date(2026, 11, 27)},
+      {"call mum today", "call mum", kPhraseToday},
+      {"tomorrow buy milk", "buy milk", date(2026, 11, 26)},
+      {"pay rent wednesday", "pay rent", kPhraseToday},
+      {"dentist tuesday", "dentist", date(2026, 12, 1)},
+      {"next monday standup", "standup", date(2026, 11, 30)},
+      {"review next friday", "review", date(2026, 12, 4)},
+      {"plan next week", "plan", date(2026, 11, 30)},
+      {"budget next month", "budget", date(2026, 12, 1)},
+      {"fix bike in 3 days", "fix bike", date(2026, 11, 28)},
+      {"call Ana in a week", "call Ana", date(2026, 12, 2)},
+      {"dentist in 2 weeks", "dentist", date(2026, 12, 9)},
+      {"renew pass in 1 month", "renew pass", date(2026, 12, 25)},
+      {"check in 3 months", "check", date(2027, 2, 25)},
+      {"renew insurance on 12 dec", "renew insurance", date(2026, 12, 12)},
+      {"renew insurance 12 dec", "renew insurance", date(2026, 12, 12)},
+      {"party Dec 12", "party", date(2026, 12, 12)},
+      {"party december 12th", "party", date(2026, 12, 12)},
+      {"trip 3rd of january", "trip", date(2027, 1, 3)},
+      {"anniversary 1 nov", "anniversary", date(2027, 11, 1)},
+      {"exam 12 dec 2027", "exam", date(2027, 12, 12)},
+      {"launch 2026-12-01", "launch", date(2026, 12, 1)},
+      {"old 2026-01-05", "old", date(2026, 1, 5)},
+      {"report end of month", "report", date(2026, 11, 30)},
+      {"report by end of the week", "report", date(2026, 11, 29)},
+      {"taxes end of year", "taxes", date(2026, 12, 31)},
+      {"move desk this weekend", "move desk", date(2026, 11, 28)},
+      {"by friday send draft", "send draft", date(2026, 11, 27)},
+      {"essay due friday", "essay", date(2026, 11, 27)},
+      {"on sat groceries", "groceries", date(2026, 11, 28)},
+      {"seeds on 3 march", "seeds", date(2027, 3, 3)},
+      {"leap day 29 feb", "leap day", date(2028, 2, 29)},
       // Times.
-      {"call at 6pm", "call", kToday, t(18)},
-      {"call 6pm", "call", kToday, t(18)},
-      {"meet at 18:30", "meet", kToday, t(18, 30)},
-      {"meet 18:30", "meet", kToday, t(18, 30)},
-      {"standup at 9", "standup", kToday, t(9)},
-      {"gym at 7am tomorrow", "gym", d(2026, 11, 26), t(7)},
-      {"dinner friday at 7:30 pm", "dinner", d(2026, 11, 27), t(19, 30)},
-      {"lunch at noon", "lunch", kToday, t(12)},
-      {"backup 12am", "backup", kToday, t(0)},
-      {"call at 12pm", "call", kToday, t(12)},
+      {"call at 6pm", "call", kPhraseToday, t(18)},
+      {"call 6pm", "call", kPhraseToday, t(18)},
+      {"meet at 18:30", "meet", kPhraseToday, t(18, 30)},
+      {"meet 18:30", "meet", kPhraseToday, t(18, 30)},
+      {"standup at 9", "standup", kPhraseToday, t(9)},
+      {"gym at 7am tomorrow", "gym", date(2026, 11, 26), t(7)},
+      {"dinner friday at 7:30 pm", "dinner", date(2026, 11, 27), t(19, 30)},
+      {"lunch at noon", "lunch", kPhraseToday, t(12)},
+      {"backup 12am", "backup", kPhraseToday, t(0)},
+      {"call at 12pm", "call", kPhraseToday, t(12)},
       // Repeats: without a day they are due on their first date from today.
-      {"water plants every day", "water plants", kToday, {}, Repeat::daily()},
-      {"water plants daily", "water plants", kToday, {}, Repeat::daily()},
-      {"water cactus every 3 days", "water cactus", kToday, {}, Repeat::daily(3)},
-      {"standup every weekday", "standup", kToday, {}, Repeat::weekly(1, kWorkdays)},
-      {"standup every weekday at 9", "standup", kToday, t(9), Repeat::weekly(1, kWorkdays)},
-      {"review every 2 weeks", "review", kToday, {}, Repeat::weekly(2)},
-      {"bins every other week", "bins", kToday, {}, Repeat::weekly(2)},
-      {"pay rent every month on the 1st", "pay rent", d(2026, 12, 1), {}, Repeat::monthly(1, {1})},
+      {"water plants every day", "water plants", kPhraseToday, {}, Repeat::daily()},
+      {"water plants daily", "water plants", kPhraseToday, {}, Repeat::daily()},
+      {"water cactus every 3 days", "water cactus", kPhraseToday, {}, Repeat::daily(3)},
+      {"standup every weekday", "standup", kPhraseToday, {}, Repeat::weekly(1, kWorkdays)},
+      {"standup every weekday at 9", "standup", kPhraseToday, t(9), Repeat::weekly(1, kWorkdays)},
+      {"review every 2 weeks", "review", kPhraseToday, {}, Repeat::weekly(2)},
+      {"bins every other week", "bins", kPhraseToday, {}, Repeat::weekly(2)},
+      {"pay rent every month on the 1st", "pay rent", date(2026, 12, 1), {}, Repeat::monthly(1, {1})},
       {"pay rent every month on the 31st",
        "pay rent",
-       d(2026, 11, 30),
+       date(2026, 11, 30),
        {},
        Repeat::monthly(1, {31})},
-      {"team lunch every last friday", "team lunch", d(2026, 11, 27), {}, onThe(-1, W::friday)},
-      {"board every first monday", "board", d(2026, 12, 7), {}, onThe(1, W::monday)},
-      {"book club every 2nd tuesday", "book club", d(2026, 12, 8), {}, onThe(2, W::tuesday)},
+      {"team lunch every last friday", "team lunch", date(2026, 11, 27), {}, onThe(-1, W::friday)},
+      {"board every first monday", "board", date(2026, 12, 7), {}, onThe(1, W::monday)},
+      {"book club every 2nd tuesday", "book club", date(2026, 12, 8), {}, onThe(2, W::tuesday)},
       {"yoga every monday and thursday",
        "yoga",
-       d(2026, 11, 26),
+       date(2026, 11, 26),
        {},
        Repeat::weekly(1, {W::monday, W::thursday})},
-      {"yoga every tue", "yoga", d(2026, 12, 1), {}, Repeat::weekly(1, {W::tuesday})},
-      {"invoice every 15th", "invoice", d(2026, 12, 15), {}, Repeat::monthly(1, {15})},
+      {"yoga every tue", "yoga", date(2026, 12, 1), {}, Repeat::weekly(1, {W::tuesday})},
+      {"invoice every 15th", "invoice", date(2026, 12, 15), {}, Repeat::monthly(1, {15})},
       {"clean every weekend",
        "clean",
-       d(2026, 11, 28),
+       date(2026, 11, 28),
        {},
        Repeat::weekly(1, {W::saturday, W::sunday})},
       {"close books every month on the last day",
        "close books",
-       d(2026, 11, 30),
+       date(2026, 11, 30),
        {},
        Repeat::monthly(1, {-1})},
       {"renew every year in march on the 3rd",
        "renew",
-       d(2027, 3, 3),
+       date(2027, 3, 3),
        {},
        Repeat::yearly(1, {3}, {3})},
       {"journal every day after completion",
        "journal",
-       kToday,
+       kPhraseToday,
        {},
        Repeat::daily().counted(Repeat::From::done)},
-      {"pay rent monthly", "pay rent", kToday, {}, Repeat::monthly()},
-      {"taxes yearly", "taxes", kToday, {}, Repeat::yearly()},
-      {"call mum every friday at 6pm", "call mum", d(2026, 11, 27), t(18),
+      {"pay rent monthly", "pay rent", kPhraseToday, {}, Repeat::monthly()},
+      {"taxes yearly", "taxes", kPhraseToday, {}, Repeat::yearly()},
+      {"call mum every friday at 6pm", "call mum", date(2026, 11, 27), t(18),
        Repeat::weekly(1, {W::friday})},
       {"pay rent every month on the 1st from 2027-01-01",
        "pay rent from",
-       d(2027, 1, 1),
+       date(2027, 1, 1),
        {},
        Repeat::monthly(1, {1})},
       // Marks, letter case and punctuation.
-      {"submit due:2026-12-03 form", "submit form", d(2026, 12, 3)},
-      {"buy milk tomorrow.", "buy milk", d(2026, 11, 26)},
-      {"Tomorrow, call Bob", "call Bob", d(2026, 11, 26)},
-      {"CALL MUM FRIDAY", "CALL MUM", d(2026, 11, 27)},
+      {"submit due:2026-12-03 form", "submit form", date(2026, 12, 3)},
+      {"buy milk tomorrow.", "buy milk", date(2026, 11, 26)},
+      {"Tomorrow, call Bob", "call Bob", date(2026, 11, 26)},
+      {"CALL MUM FRIDAY", "CALL MUM", date(2026, 11, 27)},
       {"  call   mum  ", "call mum", std::nullopt},
       // Each kind once: the second day stays text.
-      {"move from monday to friday", "move from to friday", d(2026, 11, 30)},
+      {"move from monday to friday", "move from to friday", date(2026, 11, 30)},
   };
   ASSERT_GE(rows.size(), 60u);
-  for (const Row& row : rows) {
-    const CapturePhrase p = CapturePhrase::read(row.line, kToday);
+  for (const PhraseRow& row : rows) {
+    const CapturePhrase p = CapturePhrase::read(row.line, kPhraseToday);
     EXPECT_EQ(p.text, row.text) << row.line;
     EXPECT_EQ(p.due, row.due) << row.line;
     EXPECT_EQ(p.time, row.time) << row.line;
@@ -147,36 +147,36 @@ TEST(CapturePhrase, ReadsDaysTimesAndRepeatsAndLeavesTheRestAsText) {
 }
 
 TEST(CapturePhrase, ReadsPriorityFlagsAndReminders) {
-  auto p = CapturePhrase::read("call Ana tomorrow at 10 remind 30m before !1", kToday);
+  auto p = CapturePhrase::read("call Ana tomorrow at 10 remind 30m before !1", kPhraseToday);
   EXPECT_EQ(p.text, "call Ana");
-  EXPECT_EQ(p.due, d(2026, 11, 26));
+  EXPECT_EQ(p.due, date(2026, 11, 26));
   EXPECT_EQ(p.time, t(10));
   EXPECT_EQ(p.priority, Priority::a);
   EXPECT_EQ(p.alerts, std::vector<AlertOffset>{AlertOffset{-30}});
 
   p = CapturePhrase::read("flight friday 6am remind me 2 hours before remind me 1 day before",
-                          kToday);
+                          kPhraseToday);
   EXPECT_EQ(p.text, "flight");
   EXPECT_EQ(p.alerts, (std::vector<AlertOffset>{AlertOffset{-120}, AlertOffset{-1440}}));
 
-  p = CapturePhrase::read("pills at 8 remind me at due time", kToday);
+  p = CapturePhrase::read("pills at 8 remind me at due time", kPhraseToday);
   EXPECT_EQ(p.alerts, std::vector<AlertOffset>{AlertOffset{0}});
-  p = CapturePhrase::read("stretch remind 10 minutes after", kToday);
+  p = CapturePhrase::read("stretch remind 10 minutes after", kPhraseToday);
   EXPECT_EQ(p.alerts, std::vector<AlertOffset>{AlertOffset{10}});
 
-  p = CapturePhrase::read("[#B] fix sink", kToday);
+  p = CapturePhrase::read("[#B] fix sink", kPhraseToday);
   EXPECT_EQ(p.priority, Priority::b);
   EXPECT_EQ(p.text, "fix sink");
 
-  p = CapturePhrase::read("read Dune someday", kToday);
+  p = CapturePhrase::read("read Dune someday", kPhraseToday);
   EXPECT_TRUE(p.someday);
   EXPECT_EQ(p.text, "read Dune");
   EXPECT_FALSE(p.due);
 
-  p = CapturePhrase::read("waiting reply from Bob friday", kToday);
+  p = CapturePhrase::read("waiting reply from Bob friday", kPhraseToday);
   EXPECT_TRUE(p.waiting);
   EXPECT_EQ(p.text, "reply from Bob");
-  EXPECT_EQ(p.due, d(2026, 11, 27));
+  EXPECT_EQ(p.due, date(2026, 11, 27));
 }
 
 TEST(CapturePhrase, WordsThatOnlyLookLikeSchedulingStayText) {
@@ -209,7 +209,7 @@ TEST(CapturePhrase, WordsThatOnlyLookLikeSchedulingStayText) {
       "every 0 days",
   };
   for (const std::string& line : lines) {
-    const CapturePhrase p = CapturePhrase::read(line, kToday);
+    const CapturePhrase p = CapturePhrase::read(line, kPhraseToday);
     if (line == "monday morning blues: on, monday") {
       // The first Monday is a day; "on," cannot join the next word, so it and the second
       // Monday (a second day) stay text.
@@ -222,7 +222,7 @@ TEST(CapturePhrase, WordsThatOnlyLookLikeSchedulingStayText) {
 }
 
 TEST(CapturePhrase, ALineOfOnlySchedulingWordsStaysText) {
-  const CapturePhrase p = CapturePhrase::read("tomorrow at 9", kToday);
+  const CapturePhrase p = CapturePhrase::read("tomorrow at 9", kPhraseToday);
   EXPECT_EQ(p, (CapturePhrase{"tomorrow at 9", {}, {}, {}, {}, false, false, {}}));
 }
 

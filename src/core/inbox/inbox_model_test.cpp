@@ -14,7 +14,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-const DayDate kToday{2026, 11, 25};  // a Wednesday
+const DayDate kInboxToday{2026, 11, 25};  // a Wednesday
 
 class InboxModelTest : public ::testing::TestWithParam<VaultFormat> {
  protected:
@@ -31,7 +31,7 @@ class InboxModelTest : public ::testing::TestWithParam<VaultFormat> {
     const Vault vault{dir_.path(), GetParam(), "en", {}};
     options.codec = SerializerCodec::forVault(vault, YearMode::quarter);
     store_ = std::make_unique<VaultStore>(vault, options);
-    model_ = std::make_unique<InboxModel>(*store_, clock_, kToday);
+    model_ = std::make_unique<InboxModel>(*store_, clock_, kInboxToday);
   }
   std::string inboxFile() const {
     return GetParam() == VaultFormat::org ? "inbox.org" : "inbox.md";
@@ -84,7 +84,7 @@ TEST_P(InboxModelTest, CaptureLandsAmongTheItemsAboveTheOwnersOwnSection) {
   const auto entry = model_->capture("call mum friday at 6pm");
   EXPECT_EQ(entry.number, 2);
   EXPECT_EQ(entry.item.text, "call mum");
-  EXPECT_EQ(entry.item.captured, kToday);
+  EXPECT_EQ(entry.item.captured, kInboxToday);
   reopen();
 
   const std::string page = dir_.read(inboxFile());
@@ -151,12 +151,12 @@ TEST_P(InboxModelTest, TickingARepeatingItemMovesItToItsNextDayAndUntickingTakes
   InboxItem item = model_->find(1)->item;
   EXPECT_FALSE(item.done);
   EXPECT_EQ(item.due, (DayDate{2026, 11, 26}));
-  EXPECT_EQ(item.doneDates, std::vector<DayDate>{kToday});
+  EXPECT_EQ(item.doneDates, std::vector<DayDate>{kInboxToday});
 
   model_->setDone(1, false);
   reopen();
   item = model_->find(1)->item;
-  EXPECT_EQ(item.due, kToday);
+  EXPECT_EQ(item.due, kInboxToday);
   EXPECT_TRUE(item.doneDates.empty());
   // Nothing left to take back: unticking again changes nothing and queues no write.
   model_->setDone(1, false);
@@ -170,7 +170,7 @@ TEST_P(InboxModelTest, TickingAPlainItemClosesItWithTheTimeAndUntickingReopensIt
   reopen();
   InboxItem item = model_->find(1)->item;
   EXPECT_TRUE(item.done);
-  EXPECT_EQ(item.closed, kToday);
+  EXPECT_EQ(item.closed, kInboxToday);
   EXPECT_EQ(item.closedTime, (ClockTime{14, 5}));
   EXPECT_EQ(dir_.read(inboxFile()).find("CLOSED"), std::string::npos);
 

@@ -11,7 +11,7 @@ namespace {
 bool isAsciiLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
 bool isAsciiDigit(char c) { return c >= '0' && c <= '9'; }
 
-std::string lowerAscii(std::string_view text) {
+std::string lowerAsciiPart(std::string_view text) {
   std::string out(text);
   for (char& c : out) {
     if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
@@ -71,14 +71,14 @@ std::optional<UrlParts> UrlParts::split(std::string_view url) {
     }
   }
   UrlParts parts;
-  parts.scheme = lowerAscii(url.substr(0, colon));
+  parts.scheme = lowerAsciiPart(url.substr(0, colon));
   std::string_view rest = url.substr(colon + 1);
   rest = rest.substr(0, rest.find('#'));
 
   if (rest.substr(0, 2) == "//") {
     rest.remove_prefix(2);
     const std::size_t end = rest.find_first_of("/?");
-    parts.host = lowerAscii(rest.substr(0, end));
+    parts.host = lowerAsciiPart(rest.substr(0, end));
     rest = end == std::string_view::npos ? std::string_view{} : rest.substr(end);
   }
 

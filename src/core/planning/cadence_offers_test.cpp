@@ -9,8 +9,8 @@ namespace trivo {
 namespace {
 
 using testing::outcome;
-using Offer = CadenceEngine::ReflectionOffer;
-using Next = CadenceEngine::SetNext;
+using ReflectionOffer = CadenceEngine::ReflectionOffer;
+using SetNext = CadenceEngine::SetNext;
 
 TEST(CadenceOffers, AWrittenReflectionAndSetOutcomesAreNoLongerOffered) {
   testing::ChainVault vault;
@@ -33,7 +33,7 @@ TEST(CadenceOffers, AWrittenReflectionAndSetOutcomesAreNoLongerOffered) {
   vault.reopen();
 
   const auto open = openOffers(plan, vault.store());
-  EXPECT_EQ(open.reflections, (std::vector<Offer>{{Offer::Kind::monthly, YearMonth{2026, 7}}}));
+  EXPECT_EQ(open.reflections, (std::vector<ReflectionOffer>{{ReflectionOffer::Kind::monthly, YearMonth{2026, 7}}}));
   EXPECT_TRUE(open.setNext.empty());
   EXPECT_EQ(open.promptKey, plan.promptKey);
 }
@@ -59,10 +59,10 @@ TEST(CadenceOffers, NewYearsEveOffersOnlyWhatIsStillOpen) {
   vault.quarter({2027, 1}, {outcome("Q1 goal")});
   vault.reopen();
   const auto open = openOffers(plan, vault.store());
-  EXPECT_EQ(open.reflections, (std::vector<Offer>{{Offer::Kind::monthly, YearMonth{2026, 12}},
-                                                  {Offer::Kind::quarterly, YearQuarter{2026, 4}}}));
-  EXPECT_EQ(open.setNext, (std::vector<Next>{{Next::Kind::month, YearMonth{2027, 1}},
-                                             {Next::Kind::year, std::int64_t{2027}}}));
+  EXPECT_EQ(open.reflections, (std::vector<ReflectionOffer>{{ReflectionOffer::Kind::monthly, YearMonth{2026, 12}},
+                                                  {ReflectionOffer::Kind::quarterly, YearQuarter{2026, 4}}}));
+  EXPECT_EQ(open.setNext, (std::vector<SetNext>{{SetNext::Kind::month, YearMonth{2027, 1}},
+                                             {SetNext::Kind::year, std::int64_t{2027}}}));
 }
 
 }  // namespace

@@ -7,7 +7,7 @@
 namespace trivo {
 namespace {
 
-bool inRange(const std::optional<std::int64_t>& serves) {
+bool servesInRange(const std::optional<std::int64_t>& serves) {
   return serves && *serves >= 1 && *serves <= 3;
 }
 
@@ -58,11 +58,11 @@ std::optional<double> OutcomeGraph::weekFraction(const ISOWeek& week) const {
   bool any = false;
   for (std::size_t i = 0; i < weekSet.outcomes.size() && i < 3; ++i) {
     const Outcome& w = weekSet.outcomes[i];
-    if (w.isBlank() || !inRange(w.serves)) continue;
+    if (w.isBlank() || !servesInRange(w.serves)) continue;
     const auto at = static_cast<std::size_t>(*w.serves - 1);
     if (at >= month.outcomes.size()) continue;
     const Outcome& m = month.outcomes[at];
-    reaches[i] = !m.isBlank() && inRange(m.serves);
+    reaches[i] = !m.isBlank() && servesInRange(m.serves);
     any = any || reaches[i];
   }
   if (!any) return std::nullopt;
@@ -71,7 +71,7 @@ std::optional<double> OutcomeGraph::weekFraction(const ISOWeek& week) const {
   const DayDate monday = week.monday();
   for (std::int64_t d = 0; d < 7; ++d) {
     for (const Outcome& o : store_.peekDay(monday.adding(d)).outcomes.outcomes) {
-      if (o.isBlank() || !inRange(o.serves) || !reaches[*o.serves - 1]) continue;
+      if (o.isBlank() || !servesInRange(o.serves) || !reaches[*o.serves - 1]) continue;
       ++total;
       if (o.state == OutcomeState::done) ++done;
     }

@@ -11,10 +11,10 @@ namespace {
 
 using testing::outcome;
 using testing::pulled;
-constexpr auto done = OutcomeState::done;
-constexpr auto planned = OutcomeState::planned;
+constexpr auto doneOutcome = OutcomeState::done;
+constexpr auto plannedOutcome = OutcomeState::planned;
 
-DayDate on(std::int64_t month, std::int64_t day) { return *DayDate::make(2026, month, day); }
+DayDate treeDay(std::int64_t month, std::int64_t day) { return *DayDate::make(2026, month, day); }
 
 std::vector<std::string> ids(const std::vector<OutcomeTree::Node>& nodes) {
   std::vector<std::string> out;
@@ -25,13 +25,13 @@ std::vector<std::string> ids(const std::vector<OutcomeTree::Node>& nodes) {
 // A chain from day to year around 2026-W38, with a loose end at each level.
 void writeChain(testing::ChainVault& vault) {
   vault.year(2026, {outcome("Book out"), outcome("Fit")});
-  vault.quarter({2026, 3}, {outcome("Draft done", planned, 1)});
-  vault.month({2026, 9}, {outcome("Part one", planned, 1), outcome("Loose month")});
-  vault.week({2026, 38}, {outcome("Chapter 3", planned, 1), outcome("Run"), outcome("")});
-  vault.week({2026, 39}, {outcome("Chapter 4", done, 1)});
-  vault.day(on(9, 16), {outcome("Write 2k", done, 1), outcome("Jog", planned, 3)},
+  vault.quarter({2026, 3}, {outcome("Draft done", plannedOutcome, 1)});
+  vault.month({2026, 9}, {outcome("Part one", plannedOutcome, 1), outcome("Loose month")});
+  vault.week({2026, 38}, {outcome("Chapter 3", plannedOutcome, 1), outcome("Run"), outcome("")});
+  vault.week({2026, 39}, {outcome("Chapter 4", doneOutcome, 1)});
+  vault.day(treeDay(9, 16), {outcome("Write 2k", doneOutcome, 1), outcome("Jog", plannedOutcome, 3)},
             {pulled("Print notes", 1), pulled("Unfiled", std::nullopt)});
-  vault.day(on(9, 14), {outcome("Outline", done, 1)});
+  vault.day(treeDay(9, 14), {outcome("Outline", doneOutcome, 1)});
   vault.reopen();
 }
 
@@ -48,9 +48,9 @@ TEST(OutcomeTree, AWeekTreeHangsDayOutcomesAndTasksUnderWhatTheyServe) {
   EXPECT_EQ(ids(first.children), (std::vector<std::string>{"day:2026-09-14#1", "day:2026-09-16#1",
                                                            "task:2026-09-16#0"}));
   EXPECT_EQ(first.children[2].kind, OutcomeTree::Kind::task);
-  EXPECT_EQ(first.children[2].ref, OutcomeTree::Ref::task(on(9, 16), 0));
-  EXPECT_EQ(first.children[1].ref, OutcomeTree::Ref::outcome(EntryKey::day(on(9, 16)), 1));
-  EXPECT_EQ(first.children[1].state, done);
+  EXPECT_EQ(first.children[2].ref, OutcomeTree::Ref::task(treeDay(9, 16), 0));
+  EXPECT_EQ(first.children[1].ref, OutcomeTree::Ref::outcome(EntryKey::day(treeDay(9, 16)), 1));
+  EXPECT_EQ(first.children[1].state, doneOutcome);
   // The blank third week outcome still stands; the day outcome serving it hangs below.
   EXPECT_EQ(ids(tree->children[2].children), std::vector<std::string>{"day:2026-09-16#2"});
   EXPECT_EQ(ids(tree->unlinked), std::vector<std::string>{"task:2026-09-16#1"});
@@ -90,7 +90,7 @@ TEST(OutcomeTree, IdsAndShapeAreStableAcrossBuildsAndStores) {
 
 TEST(OutcomeTree, DaysAndTheInboxHaveNoTree) {
   testing::ChainVault vault;
-  EXPECT_FALSE(OutcomeTree(vault.store()).build(EntryKey::day(on(9, 16))));
+  EXPECT_FALSE(OutcomeTree(vault.store()).build(EntryKey::day(treeDay(9, 16))));
   EXPECT_FALSE(OutcomeTree(vault.store()).build(EntryKey::inbox()));
 }
 
@@ -108,15 +108,15 @@ TEST(OutcomeGraph, WeekFractionsFollowTheWholeChainAndAreAbsentWithoutIt) {
   testing::ChainVault vault;
   writeChain(vault);
   // W37: its outcome serves a month outcome that serves nothing, so nothing reaches Q3.
-  vault.week({2026, 37}, {outcome("Side", planned, 2)});
-  vault.day(on(9, 8), {outcome("Side work", done, 1)});
-  // W39: served by one done and one open day outcome.
-  vault.day(on(9, 22), {outcome("Chapter 4a", done, 1), outcome("Chapter 4b", planned, 1)});
+  vault.week({2026, 37}, {outcome("Side", plannedOutcome, 2)});
+  vault.day(treeDay(9, 8), {outcome("Side work", doneOutcome, 1)});
+  // W39: served by one doneOutcome and one open day outcome.
+  vault.day(treeDay(9, 22), {outcome("Chapter 4a", doneOutcome, 1), outcome("Chapter 4b", plannedOutcome, 1)});
   vault.reopen();
   const OutcomeGraph graph(vault.store(), 2026);
   EXPECT_EQ(graph.weekFraction({2026, 37}), std::nullopt);
   EXPECT_EQ(graph.weekFraction({2026, 40}), std::nullopt);  // no pages at all
-  // W38: of Outline, Write 2k (both serving Chapter 3) done; Jog serves a blank outcome.
+  // W38: of Outline, Write 2k (both serving Chapter 3) doneOutcome; Jog serves a blank outcome.
   EXPECT_EQ(graph.weekFraction({2026, 38}), 1.0);
   EXPECT_EQ(graph.weekFraction({2026, 39}), 0.5);
 

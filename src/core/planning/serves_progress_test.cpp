@@ -11,24 +11,24 @@ namespace {
 using testing::outcome;
 using testing::pulled;
 using Stat = ServesProgress::Stat;
-constexpr auto done = OutcomeState::done;
+constexpr auto doneState = OutcomeState::done;
 constexpr auto blocked = OutcomeState::blocked;
-constexpr auto planned = OutcomeState::planned;
+constexpr auto plannedState = OutcomeState::planned;
 
 const ISOWeek kW38{2026, 38};  // Monday 14 September 2026 to Sunday the 20th
-DayDate on(std::int64_t month, std::int64_t day) { return *DayDate::make(2026, month, day); }
+DayDate onDay(std::int64_t month, std::int64_t day) { return *DayDate::make(2026, month, day); }
 
 TEST(ServesProgress, WeekCountsDayOutcomesAndPulledItemsByThePositionTheyServe) {
   testing::ChainVault vault;
-  vault.day(on(9, 14), {outcome("Draft", done, 1), outcome("Call Ana", planned, 2),
-                        outcome("  ", done, 1)});  // blank: an empty slot, counted nowhere
-  vault.day(on(9, 16), {outcome("Review", blocked, 1), outcome("Loose")},
-            {pulled("Pay rent", 1, done), pulled("Someday", std::nullopt),
+  vault.day(onDay(9, 14), {outcome("Draft", doneState, 1), outcome("Call Ana", plannedState, 2),
+                        outcome("  ", doneState, 1)});  // blank: an empty slot, counted nowhere
+  vault.day(onDay(9, 16), {outcome("Review", blocked, 1), outcome("Loose")},
+            {pulled("Pay rent", 1, doneState), pulled("Someday", std::nullopt),
              pulled("Fix bike", 3, blocked)});
-  vault.day(on(9, 20), {outcome("Rest")});
-  vault.day(on(9, 21), {outcome("Next week", done, 1)});  // outside the week
+  vault.day(onDay(9, 20), {outcome("Rest")});
+  vault.day(onDay(9, 21), {outcome("Next week", doneState, 1)});  // outside the week
   // Positions out of range read back as plain text that serves nothing.
-  vault.store().saveText(EntryKey::day(on(9, 17)),
+  vault.store().saveText(EntryKey::day(onDay(9, 17)),
                          "---\ndate: 2026-09-17\ntype: day\n---\n# Thu\n\n## Outcomes\n"
                          "- [x] Four \u2192 #4\n- [ ] Zero \u2192 #0\n- [ ] Two -> #2\n");
   vault.reopen();
@@ -42,7 +42,7 @@ TEST(ServesProgress, WeekCountsDayOutcomesAndPulledItemsByThePositionTheyServe) 
   const auto& one = set.children.at(1);
   ASSERT_EQ(one.size(), 2U);
   EXPECT_EQ(one[0].text, "Draft");
-  EXPECT_EQ(one[0].from, EntryKey::day(on(9, 14)));
+  EXPECT_EQ(one[0].from, EntryKey::day(onDay(9, 14)));
   EXPECT_EQ(one[0].slot, 1);
   EXPECT_TRUE(one[0].tasks.empty());
   EXPECT_EQ(one[1].text, "Review");
@@ -57,7 +57,7 @@ TEST(ServesProgress, WeekCountsDayOutcomesAndPulledItemsByThePositionTheyServe) 
   ASSERT_EQ(three.size(), 1U);
   EXPECT_EQ(three[0].slot, 0);
   EXPECT_EQ(three[0].text, "");
-  EXPECT_EQ(three[0].from, EntryKey::day(on(9, 16)));
+  EXPECT_EQ(three[0].from, EntryKey::day(onDay(9, 16)));
   ASSERT_EQ(three[0].tasks.size(), 1U);
   EXPECT_EQ(three[0].tasks[0].index, 2);
 }
@@ -72,7 +72,7 @@ TEST(ServesProgress, AnEmptyPeriodHasAllThreePositionsAtZero) {
 }
 
 TEST(ServesProgress, AMonthCountsTheWeeksThatStartInIt) {
-  // September 2026 begins on a Tuesday and ends on a Wednesday: 2026-W36 (from 31 August)
+  // September 2026 begins onDay a Tuesday and ends onDay a Wednesday: 2026-W36 (from 31 August)
   // belongs to August, 2026-W40 (from 28 September) to September.
   EXPECT_EQ(ServesProgress::weeksOf(YearMonth{2026, 9}),
             (std::vector<ISOWeek>{{2026, 37}, {2026, 38}, {2026, 39}, {2026, 40}}));
@@ -81,9 +81,9 @@ TEST(ServesProgress, AMonthCountsTheWeeksThatStartInIt) {
   EXPECT_EQ(ServesProgress::weeksOf(YearMonth{2026, 12}).back(), (ISOWeek{2026, 53}));
 
   testing::ChainVault vault;
-  vault.week({2026, 36}, {outcome("Straddles into September", done, 1)});
-  vault.week({2026, 37}, {outcome("Plan", done, 1), outcome("Loose")});
-  vault.week({2026, 40}, {outcome("Straddles into October", planned, 2)});
+  vault.week({2026, 36}, {outcome("Straddles into September", doneState, 1)});
+  vault.week({2026, 37}, {outcome("Plan", doneState, 1), outcome("Loose")});
+  vault.week({2026, 40}, {outcome("Straddles into October", plannedState, 2)});
   vault.reopen();
   const ServesProgress progress(vault.store());
   const auto september = progress.forMonth(YearMonth{2026, 9});
@@ -96,12 +96,12 @@ TEST(ServesProgress, AMonthCountsTheWeeksThatStartInIt) {
 
 TEST(ServesProgress, QuartersCountTheirMonthsAndYearsTheirQuarters) {
   testing::ChainVault vault;
-  vault.month({2026, 7}, {outcome("July", done, 2)});
+  vault.month({2026, 7}, {outcome("July", doneState, 2)});
   vault.month({2026, 9}, {outcome("September", blocked, 2), outcome("Free")});
-  vault.month({2026, 10}, {outcome("October", done, 2)});
-  vault.quarter({2026, 1}, {outcome("Q1", done, 3)});
-  vault.quarter({2026, 4}, {outcome("Q4", planned, 3)});
-  vault.quarter({2027, 1}, {outcome("Next year", done, 3)});
+  vault.month({2026, 10}, {outcome("October", doneState, 2)});
+  vault.quarter({2026, 1}, {outcome("Q1", doneState, 3)});
+  vault.quarter({2026, 4}, {outcome("Q4", plannedState, 3)});
+  vault.quarter({2027, 1}, {outcome("Next year", doneState, 3)});
   vault.reopen();
   const ServesProgress progress(vault.store());
   const auto q3 = progress.forQuarter(YearQuarter{2026, 3});
@@ -114,15 +114,15 @@ TEST(ServesProgress, QuartersCountTheirMonthsAndYearsTheirQuarters) {
 
 TEST(ServesProgress, EditOutcomeChangesTheChildInItsOwnPage) {
   testing::ChainVault vault;
-  vault.day(on(9, 15), {outcome("Draft", planned, 1)});
+  vault.day(onDay(9, 15), {outcome("Draft", plannedState, 1)});
   vault.reopen();
   const ServesProgress progress(vault.store());
-  EXPECT_TRUE(progress.editOutcome(EntryKey::day(on(9, 15)), 1,
+  EXPECT_TRUE(progress.editOutcome(EntryKey::day(onDay(9, 15)), 1,
                                    [](Outcome& o) { o.state = OutcomeState::done; }));
-  EXPECT_FALSE(progress.editOutcome(EntryKey::day(on(9, 15)), 4, [](Outcome&) {}));
+  EXPECT_FALSE(progress.editOutcome(EntryKey::day(onDay(9, 15)), 4, [](Outcome&) {}));
   EXPECT_FALSE(progress.editOutcome(EntryKey::inbox(), 1, [](Outcome&) {}));
   auto& reopened = vault.reopen();
-  EXPECT_EQ(reopened.peekDay(on(9, 15)).outcomes.outcomes[0].state, OutcomeState::done);
+  EXPECT_EQ(reopened.peekDay(onDay(9, 15)).outcomes.outcomes[0].state, OutcomeState::done);
   EXPECT_EQ(ServesProgress(reopened).forWeek(kW38).slots.at(1), (Stat{1, 1, 0}));
 }
 
@@ -133,15 +133,15 @@ TEST(ServesProgressStat, DotsShowDoneBlockedAndOpenItemsScaledToTen) {
     std::string dots;
   };
   const Case cases[] = {
-      {{0, 0, 0}, planned, ""},
-      {{0, 0, 0}, done, "●"},
+      {{0, 0, 0}, plannedState, ""},
+      {{0, 0, 0}, doneState, "●"},
       {{0, 0, 0}, blocked, "⊘"},
-      {{3, 1, 1}, planned, "●⊘○"},
-      {{2, 2, 0}, done, "●●"},
-      {{20, 10, 0}, planned, "●●●●●○○○○○"},
-      {{100, 1, 0}, planned, "●○○○○○○○○○"},  // a single done item still shows
-      {{100, 100, 0}, planned, "●●●●●●●●●●"},
-      {{-1, 0, 0}, planned, ""},
+      {{3, 1, 1}, plannedState, "●⊘○"},
+      {{2, 2, 0}, doneState, "●●"},
+      {{20, 10, 0}, plannedState, "●●●●●○○○○○"},
+      {{100, 1, 0}, plannedState, "●○○○○○○○○○"},  // a single doneState item still shows
+      {{100, 100, 0}, plannedState, "●●●●●●●●●●"},
+      {{-1, 0, 0}, plannedState, ""},
   };
   for (const auto& c : cases) {
     EXPECT_EQ(c.stat.dots(c.state), c.dots) << c.stat.total << "/" << c.stat.done;

@@ -60,7 +60,7 @@ void compress(std::array<std::uint32_t, 8>& h, const std::uint8_t* block) {
   h[7] += k;
 }
 
-std::string firstLine(const char* path) {
+std::string firstLineOf(const char* path) {
   std::ifstream in(path);
   std::string line;
   std::getline(in, line);
@@ -114,8 +114,8 @@ DeviceIdentity DeviceIdentity::derive(std::string_view machineId, std::string_vi
 
 DeviceIdentity DeviceIdentity::current() {
   const std::string host = hostName();
-  std::string machine = firstLine("/etc/machine-id");
-  if (machine.empty()) machine = firstLine("/var/lib/dbus/machine-id");
+  std::string machine = firstLineOf("/etc/machine-id");
+  if (machine.empty()) machine = firstLineOf("/var/lib/dbus/machine-id");
   if (machine.empty()) machine = "host:" + host;
   return derive(machine, host);
 }

@@ -36,15 +36,15 @@ CREATE VIRTUAL TABLE fts USING fts5(flat, content='lines', content_rowid='id',
   tokenize='trigram');
 )";
 
-struct Stamp {
+struct FileStamp {
   std::int64_t size = -1;
   std::int64_t mtime = 0;  // nanoseconds
 };
 
-std::optional<Stamp> stampOf(const fs::path& file) {
+std::optional<FileStamp> stampOf(const fs::path& file) {
   struct stat info {};
   if (::stat(file.c_str(), &info) != 0 || !S_ISREG(info.st_mode)) return std::nullopt;
-  return Stamp{static_cast<std::int64_t>(info.st_size),
+  return FileStamp{static_cast<std::int64_t>(info.st_size),
                static_cast<std::int64_t>(info.st_mtim.tv_sec) * 1000000000 +
                    static_cast<std::int64_t>(info.st_mtim.tv_nsec)};
 }
@@ -109,7 +109,7 @@ std::string ftsPhrase(std::string_view term) {
   return out + "\"";
 }
 
-std::uint64_t fnv1a(std::string_view text) {
+std::uint64_t fnv1aHash(std::string_view text) {
   std::uint64_t hash = 14695981039346656037ULL;
   for (char c : text) {
     hash ^= static_cast<unsigned char>(c);
@@ -143,7 +143,7 @@ fs::path SearchIndex::databaseFile(const fs::path& cacheFolder, const fs::path& 
   if (ec) absolute = fs::absolute(vault);
   char hex[17];
   std::snprintf(hex, sizeof hex, "%016llx",
-                static_cast<unsigned long long>(fnv1a(absolute.lexically_normal().string())));
+                static_cast<unsigned long long>(fnv1aHash(absolute.lexically_normal().string())));
   return cacheFolder / ("search-" + std::string(hex) + ".sqlite");
 }
 
@@ -239,7 +239,7 @@ SearchIndex::Refresh SearchIndex::refreshOnce() {
 
   struct Known {
     std::int64_t id;
-    Stamp stamp;
+    FileStamp stamp;
     bool pinned;
   };
   std::unordered_map<std::string, Known> known;
@@ -248,7 +248,7 @@ SearchIndex::Refresh SearchIndex::refreshOnce() {
     while (rows.step()) {
       known.emplace(
           std::string(rows.text(1)),
-          Known{rows.integer(0), Stamp{rows.integer(2), rows.integer(3)}, rows.integer(4) != 0});
+          Known{rows.integer(0), FileStamp{rows.integer(2), rows.integer(3)}, rows.integer(4) != 0});
     }
   }
 
@@ -442,7 +442,7 @@ std::vector<SearchPage> SearchIndex::searchOnce(const SearchQuery& query) {
     page.last = row.last;
     page.pinned = row.pinned;
     page.matches.assign(numbers.begin(), numbers.end());
-    // Neighbouring matches share their context, so read each run of lines once.
+    // Neighbouring matches share their context, so read each run of linesOfText once.
     std::int64_t runStart = -1;
     std::int64_t runEnd = -1;
     auto readRun = [&] {

@@ -11,7 +11,7 @@
 namespace trivo {
 namespace {
 
-bool isBlank(char c) { return c == ' ' || c == '\t'; }
+bool isLineBlank(char c) { return c == ' ' || c == '\t'; }
 
 bool isTagByte(char c) {
   const auto u = static_cast<unsigned char>(c);
@@ -29,7 +29,7 @@ std::size_t headingDepth(std::string_view line, VaultFormat syntax) {
   const char marker = syntax == VaultFormat::markdown ? '#' : '*';
   std::size_t depth = 0;
   while (depth < line.size() && line[depth] == marker) ++depth;
-  if (depth == 0 || depth >= line.size() || !isBlank(line[depth])) return 0;
+  if (depth == 0 || depth >= line.size() || !isLineBlank(line[depth])) return 0;
   return depth;
 }
 
@@ -62,7 +62,7 @@ void addFolded(std::vector<std::string>& tags, std::string_view tag) {
 std::vector<std::string> tagsInLine(std::string_view line, VaultFormat syntax) {
   std::vector<std::string> tags;
   for (std::size_t i = 0; i + 1 < line.size(); ++i) {
-    if (line[i] != '#' || (i > 0 && !isBlank(line[i - 1])) || !startsTag(line[i + 1])) continue;
+    if (line[i] != '#' || (i > 0 && !isLineBlank(line[i - 1])) || !startsTag(line[i + 1])) continue;
     std::size_t end = i + 1;
     while (end < line.size() && isTagByte(line[end])) ++end;
     std::string_view tag = line.substr(i + 1, end - i - 1);

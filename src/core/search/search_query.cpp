@@ -13,7 +13,7 @@ namespace {
 
 // Every control character separates words: none can be typed into a line of a page that the
 // search would match, and folding would not keep them as they are.
-bool isBlank(char c) { return static_cast<unsigned char>(c) <= 0x20 || c == 0x7F; }
+bool isSeparator(char c) { return static_cast<unsigned char>(c) <= 0x20 || c == 0x7F; }
 
 // The person's word inside a sentence: control characters (a NUL would end the message where it
 // stands) are shown as U+FFFD.
@@ -61,12 +61,12 @@ SearchQuery readWords(std::string_view text) {
   std::vector<SearchKind> leftOut;
   std::size_t at = 0;
   while (at < text.size()) {
-    if (isBlank(text[at])) {
+    if (isSeparator(text[at])) {
       ++at;
       continue;
     }
     bool negated = false;
-    if (text[at] == '-' && at + 1 < text.size() && !isBlank(text[at + 1])) {
+    if (text[at] == '-' && at + 1 < text.size() && !isSeparator(text[at + 1])) {
       negated = true;
       ++at;
     }
@@ -80,7 +80,7 @@ SearchQuery readWords(std::string_view text) {
       continue;
     }
     std::size_t end = at;
-    while (end < text.size() && !isBlank(text[end])) ++end;
+    while (end < text.size() && !isSeparator(text[end])) ++end;
     const std::string_view word = text.substr(at, end - at);
     at = end;
     const std::size_t colon = word.find(':');

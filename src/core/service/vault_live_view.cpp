@@ -11,12 +11,8 @@ namespace trivo {
 
 namespace {
 
-constexpr std::array<const char*, 12> kMonthNames = {
-    "January", "February", "March",     "April",   "May",      "June",
-    "July",    "August",   "September", "October", "November", "December"};
-
-std::string monthName(std::int64_t month) {
-  return month >= 1 && month <= 12 ? kMonthNames[static_cast<std::size_t>(month - 1)] : "";
+std::string liveMonthName(std::int64_t month) {
+  return std::string(englishMonthName(month));
 }
 
 LiveState::Card cardOf(std::string key, std::string title, std::string subtitle,
@@ -76,11 +72,11 @@ VaultLiveView VaultLiveView::read(VaultStore& store, const DayDate& today, const
   const ISOWeek week = today.isoWeek();
   const YearMonth month{today.year, today.month};
   view.cards.push_back(cardOf("day", std::string(weekdayName(today.weekday())),
-                              std::to_string(today.day) + " " + monthName(today.month),
+                              std::to_string(today.day) + " " + liveMonthName(today.month),
                               day.outcomes));
   view.cards.push_back(cardOf("week", "Week " + std::to_string(week.week), week.id(),
                               store.peekWeek(week).outcomes));
-  view.cards.push_back(cardOf("month", monthName(today.month), std::to_string(today.year),
+  view.cards.push_back(cardOf("month", liveMonthName(today.month), std::to_string(today.year),
                               store.peekMonth(month).outcomes));
   view.cards.push_back(
       cardOf("year", std::to_string(today.year), "", store.peekYear(today.year).outcomes));

@@ -55,6 +55,11 @@ constexpr const char* kCommandFile = "command.json";
 // minutes after which they call it quiet.
 constexpr std::chrono::seconds kPublishEvery{60};
 
+}  // namespace
+
+// Named, not anonymous: the service's Impl holds these as members.
+namespace service_detail {
+
 // Wakes the loop when a store stream has news: a thread per stream waits on it and rings the
 // event fd. The streams have no file descriptor of their own.
 template <class T>
@@ -87,7 +92,11 @@ class Forwarder {
   std::thread thread_;
 };
 
-double secondsBetween(Instant later, Instant earlier) {
+}  // namespace service_detail
+
+namespace {
+
+double serviceSecondsBetween(Instant later, Instant earlier) {
   return std::chrono::duration<double>(later - earlier).count();
 }
 
@@ -160,9 +169,9 @@ struct VaultService::Impl {
 
   std::atomic<bool> pagesChanged{true};
   std::atomic<bool> configChanged{false};
-  std::unique_ptr<Forwarder<EntryKey>> changesForwarder;
-  std::unique_ptr<Forwarder<EntryKey>> savesForwarder;
-  std::unique_ptr<Forwarder<bool>> configForwarder;
+  std::unique_ptr<service_detail::Forwarder<EntryKey>> changesForwarder;
+  std::unique_ptr<service_detail::Forwarder<EntryKey>> savesForwarder;
+  std::unique_ptr<service_detail::Forwarder<bool>> configForwarder;
 
   DayDate today;
   Instant nextDay;
@@ -264,12 +273,12 @@ struct VaultService::Impl {
 
     if (o.alerts) alerts = std::make_unique<InboxAlerts>(o.stateFolder / kAlertsFile, clock, *notifier);
 
-    changesForwarder = std::make_unique<Forwarder<EntryKey>>(store->changes(), eventFd,
+    changesForwarder = std::make_unique<service_detail::Forwarder<EntryKey>>(store->changes(), eventFd,
                                                              pagesChanged, EntryKey::inbox());
-    savesForwarder = std::make_unique<Forwarder<EntryKey>>(store->saves(), eventFd, pagesChanged,
+    savesForwarder = std::make_unique<service_detail::Forwarder<EntryKey>>(store->saves(), eventFd, pagesChanged,
                                                            EntryKey::inbox());
     configForwarder =
-        std::make_unique<Forwarder<bool>>(store->configChanges(), eventFd, configChanged, false);
+        std::make_unique<service_detail::Forwarder<bool>>(store->configChanges(), eventFd, configChanged, false);
     watchFiles();
     reportDamagedLiveState();
   }
@@ -652,7 +661,7 @@ struct VaultService::Impl {
   // Real milliseconds until service time reaches `at`.
   milliseconds realUntil(Instant at) const {
     const double scale = o.clock ? scaleOf(*o.clock) : 1.0;
-    const double ms = secondsBetween(at, clock.now()) * 1000.0 / scale;
+    const double ms = serviceSecondsBetween(at, clock.now()) * 1000.0 / scale;
     return milliseconds(static_cast<std::int64_t>(std::clamp(ms, 0.0, 3.6e6)) + 1);
   }
 

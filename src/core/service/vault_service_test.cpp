@@ -16,7 +16,7 @@ namespace {
 namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 
-struct RecordingNotifier final : Notifier {
+struct ServiceNotifier final : Notifier {
   bool notify(const std::string&, const std::string&) override { return true; }
 };
 
@@ -28,7 +28,7 @@ class VaultServiceTest : public ::testing::Test {
   testing::ScopedEnv groupEnv_{"TRIVO_GROUP_DIR", group_.path().c_str()};
   testing::ScopedEnv stateEnv_{"XDG_STATE_HOME", group_.path().c_str()};
   testing::FakeClock clock_{*parseIsoInstant("2026-09-16T09:00:00Z")};
-  RecordingNotifier notifier_;
+  ServiceNotifier notifier_;
 
   void SetUp() override {
     fs::permissions(group_.path(), fs::perms::owner_all, fs::perm_options::replace);

@@ -37,7 +37,7 @@ constexpr std::uint32_t kFolderMask = IN_CREATE | IN_DELETE | IN_MODIFY | IN_CLO
                                       IN_MOVED_FROM | IN_MOVED_TO | IN_DELETE_SELF | IN_MOVE_SELF |
                                       IN_ONLYDIR | IN_DONT_FOLLOW | IN_EXCL_UNLINK;
 
-bool endsWith(std::string_view text, std::string_view suffix) {
+bool watchEndsWith(std::string_view text, std::string_view suffix) {
   return text.size() >= suffix.size() && text.substr(text.size() - suffix.size()) == suffix;
 }
 
@@ -45,9 +45,9 @@ bool endsWith(std::string_view text, std::string_view suffix) {
 
 bool FileWatcher::isIgnoredName(std::string_view name) {
   if (AtomicWrite::isScratchName(name)) return true;
-  if (name.starts_with(".syncthing.") && endsWith(name, ".tmp")) return true;
+  if (name.starts_with(".syncthing.") && watchEndsWith(name, ".tmp")) return true;
   if (name.starts_with(".~lock.")) return true;
-  if (endsWith(name, ".part") || endsWith(name, ".swp") || endsWith(name, "~")) return true;
+  if (watchEndsWith(name, ".part") || watchEndsWith(name, ".swp") || watchEndsWith(name, "~")) return true;
   return name == "4913";  // the probe file Vim writes to test a folder
 }
 

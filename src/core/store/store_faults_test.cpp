@@ -16,7 +16,7 @@ namespace {
 namespace fs = std::filesystem;
 using testing::Call;
 
-const EntryKey kDay = EntryKey::day(DayDate{2026, 9, 16});
+const EntryKey kFaultDay = EntryKey::day(DayDate{2026, 9, 16});
 
 std::size_t scratchFilesIn(const fs::path& folder) {
   std::size_t n = 0;
@@ -49,8 +49,8 @@ FaultRun runUnder(const testing::FaultyFileSystem::Fault& fault, bool newPage) {
     options.fileSystem = &faulty;
     VaultStore faultyStore(Vault{dir.path(), VaultFormat::markdown, "en", {}}, options);
     try {
-      (void)faultyStore.loadText(kDay);
-      faultyStore.saveText(kDay, "new\n");
+      (void)faultyStore.loadText(kFaultDay);
+      faultyStore.saveText(kFaultDay, "new\n");
       faultyStore.flush();
     } catch (const FileError&) {
       run.told = true;
@@ -61,17 +61,17 @@ FaultRun runUnder(const testing::FaultyFileSystem::Fault& fault, bool newPage) {
       run.queued = true;
     }
     run.fired = faulty.fired();
-    run.queued = run.queued || faultyStore.hasPendingWrite(kDay);
-    const auto refused = faultyStore.takeRefused(kDay);
+    run.queued = run.queued || faultyStore.hasPendingWrite(kFaultDay);
+    const auto refused = faultyStore.takeRefused(kFaultDay);
     run.kept = std::find(refused.begin(), refused.end(), "new\n") != refused.end();
-    faultyStore.discardPending(kDay);
+    faultyStore.discardPending(kFaultDay);
     // Only a failed unlink may leave a scratch file, for the sweep of stale ones to remove.
     if (fault.call != Call::unlink) {
       EXPECT_EQ(scratchFilesIn(dir.path() / "days"), 0u)
           << "a scratch file was left behind by " << callName(fault.call) << " #" << fault.nth;
     }
   }
-  run.disk = fs::exists(paths.urlFor(kDay)) ? dir.read("days/2026-09-16.md") : "";
+  run.disk = fs::exists(paths.urlFor(kFaultDay)) ? dir.read("days/2026-09-16.md") : "";
   return run;
 }
 
@@ -128,7 +128,7 @@ TEST(StoreFaults, PowerLossAtEveryMomentLeavesEveryPageOldOrNew) {
   fs::create_directories(dir.path() / "days");
   fs::create_directories(dir.path() / ".trivo");
   const std::vector<EntryKey> keys = {EntryKey::day(DayDate{2026, 9, 14}),
-                                      EntryKey::day(DayDate{2026, 9, 15}), kDay};
+                                      EntryKey::day(DayDate{2026, 9, 15}), kFaultDay};
   const VaultPaths paths(dir.path(), VaultFormat::markdown);
   std::map<std::string, std::string> acknowledged;  // page path → last text whose flush returned
   std::map<std::string, std::string> inFlight;

@@ -17,7 +17,7 @@ namespace {
 using namespace std::chrono_literals;
 namespace fs = std::filesystem;
 
-const EntryKey kDay = EntryKey::day(DayDate{2026, 9, 16});
+const EntryKey kStoreDay = EntryKey::day(DayDate{2026, 9, 16});
 
 class StoreTest : public ::testing::Test {
  protected:
@@ -29,10 +29,10 @@ class StoreTest : public ::testing::Test {
     return std::make_unique<VaultStore>(Vault{dir_.path(), VaultFormat::markdown, "en", {}},
                                         options);
   }
-  std::string disk(const EntryKey& key = kDay) const {
+  std::string disk(const EntryKey& key = kStoreDay) const {
     return dir_.read(paths().urlFor(key).lexically_relative(dir_.path()));
   }
-  void writeOutside(const std::string& text, const EntryKey& key = kDay) const {
+  void writeOutside(const std::string& text, const EntryKey& key = kStoreDay) const {
     dir_.write(paths().urlFor(key).lexically_relative(dir_.path()), text);
   }
   VaultPaths paths() const { return VaultPaths(dir_.path(), VaultFormat::markdown); }
@@ -49,8 +49,8 @@ std::optional<T> nextEvent(Subscription<T>& sub, std::chrono::milliseconds withi
 
 TEST_F(StoreTest, TwoSavesWithinTheDebounceGiveOneWriteOfTheLaterText) {
   auto store = open(100ms);
-  store->saveText(kDay, "first");
-  store->saveText(kDay, "second");
+  store->saveText(kStoreDay, "first");
+  store->saveText(kStoreDay, "second");
   for (int i = 0; i < 300 && store->writeCount() == 0; ++i) std::this_thread::sleep_for(10ms);
   std::this_thread::sleep_for(150ms);
   EXPECT_EQ(store->writeCount(), 1);
@@ -60,13 +60,13 @@ TEST_F(StoreTest, TwoSavesWithinTheDebounceGiveOneWriteOfTheLaterText) {
 TEST_F(StoreTest, SavingTheLoadedTextWritesNothingButForceIsStickyUntilWritten) {
   writeOutside("hello");
   auto store = open();
-  ASSERT_EQ(store->loadText(kDay), "hello");
-  store->saveText(kDay, "hello");
-  EXPECT_FALSE(store->hasPendingWrite(kDay));
+  ASSERT_EQ(store->loadText(kStoreDay), "hello");
+  store->saveText(kStoreDay, "hello");
+  EXPECT_FALSE(store->hasPendingWrite(kStoreDay));
 
   writeOutside("edited elsewhere");
-  store->saveText(kDay, "mine", /*force=*/true);
-  store->saveText(kDay, "mine again");
+  store->saveText(kStoreDay, "mine", /*force=*/true);
+  store->saveText(kStoreDay, "mine again");
   store->flush();
   EXPECT_EQ(disk(), "mine again");
 }
@@ -75,36 +75,36 @@ TEST_F(StoreTest, OutsideEditBetweenLoadAndFlushIsRefusedKeptAndAnnouncedOnce) {
   writeOutside("original");
   auto store = open();
   auto changes = store->changes();
-  ASSERT_EQ(store->loadText(kDay), "original");
+  ASSERT_EQ(store->loadText(kStoreDay), "original");
   writeOutside("theirs");
-  store->saveText(kDay, "mine");
+  store->saveText(kStoreDay, "mine");
   try {
     store->flush();
     FAIL() << "the flush should report the collision";
   } catch (const VaultError& e) {
     EXPECT_EQ(e.kind(), VaultError::Kind::changedOnDisk);
-    EXPECT_EQ(e.key(), kDay);
+    EXPECT_EQ(e.key(), kStoreDay);
   }
   EXPECT_EQ(disk(), "theirs");
-  EXPECT_EQ(store->conflicts(), std::set<EntryKey>{kDay});
-  EXPECT_EQ(nextEvent(*changes), kDay);
-  EXPECT_EQ(store->takeRefused(kDay), std::vector<std::string>{"mine"});
-  EXPECT_TRUE(store->takeRefused(kDay).empty());
+  EXPECT_EQ(store->conflicts(), std::set<EntryKey>{kStoreDay});
+  EXPECT_EQ(nextEvent(*changes), kStoreDay);
+  EXPECT_EQ(store->takeRefused(kStoreDay), std::vector<std::string>{"mine"});
+  EXPECT_TRUE(store->takeRefused(kStoreDay).empty());
   // Loading again settles the conflict.
-  ASSERT_EQ(store->loadText(kDay), "theirs");
+  ASSERT_EQ(store->loadText(kStoreDay), "theirs");
   EXPECT_TRUE(store->conflicts().empty());
 }
 
 TEST_F(StoreTest, TheSixthRefusalDropsTheOldest) {
   writeOutside("a");
   auto store = open();
-  (void)store->loadText(kDay);
+  (void)store->loadText(kStoreDay);
   writeOutside("b");
   for (int i = 1; i <= 6; ++i) {
-    store->saveText(kDay, "edit " + std::to_string(i));
+    store->saveText(kStoreDay, "edit " + std::to_string(i));
     EXPECT_THROW(store->flush(), VaultError);
   }
-  EXPECT_EQ(store->takeRefused(kDay),
+  EXPECT_EQ(store->takeRefused(kStoreDay),
             (std::vector<std::string>{"edit 2", "edit 3", "edit 4", "edit 5", "edit 6"}));
 }
 
@@ -113,16 +113,16 @@ TEST_F(StoreTest, BlankTextOverMoreThan300CharactersIsRefusedUnlessEmptying) {
     const std::string full(length, 'x');
     writeOutside(full);
     auto store = open();
-    (void)store->loadText(kDay);
-    store->saveText(kDay, "");
+    (void)store->loadText(kStoreDay);
+    store->saveText(kStoreDay, "");
     if (length == 300) {
       EXPECT_NO_THROW(store->flush());
       EXPECT_EQ(disk(), "");
     } else {
       EXPECT_THROW(store->flush(), VaultError);
       EXPECT_EQ(disk(), full);
-      (void)store->loadText(kDay);
-      store->saveText(kDay, "", false, /*emptying=*/true);
+      (void)store->loadText(kStoreDay);
+      store->saveText(kStoreDay, "", false, /*emptying=*/true);
       EXPECT_NO_THROW(store->flush());
       EXPECT_EQ(disk(), "");
     }
@@ -132,21 +132,21 @@ TEST_F(StoreTest, BlankTextOverMoreThan300CharactersIsRefusedUnlessEmptying) {
   for (int i = 0; i < 200; ++i) accents += "é";
   writeOutside(accents);
   auto store = open();
-  (void)store->loadText(kDay);
-  store->saveText(kDay, "");
+  (void)store->loadText(kStoreDay);
+  store->saveText(kStoreDay, "");
   EXPECT_NO_THROW(store->flush());
 }
 
 TEST_F(StoreTest, AVanishedPageIsBusyForFiveSecondsThenDeleted) {
   writeOutside("here");
   auto store = open();
-  (void)store->loadText(kDay);
-  fs::remove(paths().urlFor(kDay));
-  EXPECT_THROW((void)store->loadText(kDay), VaultError);
+  (void)store->loadText(kStoreDay);
+  fs::remove(paths().urlFor(kStoreDay));
+  EXPECT_THROW((void)store->loadText(kStoreDay), VaultError);
   clock_.advance(4900ms);
-  EXPECT_THROW((void)store->loadText(kDay), VaultError);
+  EXPECT_THROW((void)store->loadText(kStoreDay), VaultError);
   clock_.advance(100ms);
-  EXPECT_EQ(store->loadText(kDay), std::nullopt);
+  EXPECT_EQ(store->loadText(kStoreDay), std::nullopt);
   // A page the store never knew is simply missing.
   EXPECT_EQ(store->loadText(EntryKey::day(DayDate{2026, 9, 17})), std::nullopt);
 }
@@ -154,17 +154,17 @@ TEST_F(StoreTest, AVanishedPageIsBusyForFiveSecondsThenDeleted) {
 TEST_F(StoreTest, UndoKeepsAHundredStepsAndNeverUndoesAnOutsideEdit) {
   auto store = open();
   for (int i = 1; i <= 101; ++i) {
-    store->saveText(kDay, "v" + std::to_string(i));
+    store->saveText(kStoreDay, "v" + std::to_string(i));
     store->flush();
   }
   int undone = 0;
   while (store->canUndo()) {
-    ASSERT_EQ(store->undo(), kDay);
+    ASSERT_EQ(store->undo(), kStoreDay);
     ++undone;
   }
   EXPECT_EQ(undone, 100);
   EXPECT_EQ(disk(), "v1");  // the first write fell off the stack
-  ASSERT_EQ(store->redo(), kDay);
+  ASSERT_EQ(store->redo(), kStoreDay);
   EXPECT_EQ(disk(), "v2");
 
   writeOutside("someone else");
@@ -176,32 +176,32 @@ TEST_F(StoreTest, UndoKeepsAHundredStepsAndNeverUndoesAnOutsideEdit) {
 
 TEST_F(StoreTest, UndoOfTheFirstWriteRemovesTheFile) {
   auto store = open();
-  store->saveText(kDay, "new page");
+  store->saveText(kStoreDay, "new page");
   store->flush();
-  ASSERT_EQ(store->undo(), kDay);
-  EXPECT_FALSE(fs::exists(paths().urlFor(kDay)));
+  ASSERT_EQ(store->undo(), kStoreDay);
+  EXPECT_FALSE(fs::exists(paths().urlFor(kStoreDay)));
 }
 
 TEST_F(StoreTest, ReadOnlyStoresWriteNothingAndReadProblemsAreReported) {
   VaultStore::Options options;
   options.readOnly = true;
   VaultStore store(Vault{dir_.path(), VaultFormat::markdown, "en", {}}, options);
-  store.saveText(kDay, "x");
+  store.saveText(kStoreDay, "x");
   store.flush();
-  EXPECT_FALSE(fs::exists(paths().urlFor(kDay)));
+  EXPECT_FALSE(fs::exists(paths().urlFor(kStoreDay)));
   writeOutside("bad \xC3\x28 bytes");
-  EXPECT_EQ(store.readProblem(kDay)->kind, ReadProblem::Kind::encoding);
-  EXPECT_THROW((void)store.loadText(kDay), PageReadError);
+  EXPECT_EQ(store.readProblem(kStoreDay)->kind, ReadProblem::Kind::encoding);
+  EXPECT_THROW((void)store.loadText(kStoreDay), PageReadError);
   EXPECT_EQ(store.readProblem(EntryKey::day(DayDate{2020, 1, 1})), std::nullopt);
 }
 
 TEST_F(StoreTest, APlaceholderIsNeverOverwritten) {
   auto store = open();
   dir_.write("days/.2026-09-16.md.icloud", "placeholder");
-  EXPECT_THROW((void)store->loadText(kDay), VaultError);
-  store->saveText(kDay, "text", /*force=*/true);
+  EXPECT_THROW((void)store->loadText(kStoreDay), VaultError);
+  store->saveText(kStoreDay, "text", /*force=*/true);
   EXPECT_THROW(store->flush(), VaultError);
-  EXPECT_FALSE(fs::exists(paths().urlFor(kDay)));
+  EXPECT_FALSE(fs::exists(paths().urlFor(kStoreDay)));
 }
 
 TEST_F(StoreTest, ASaveIsHeldBackWhenAnotherDeviceWroteThePageLater) {
@@ -211,10 +211,10 @@ TEST_F(StoreTest, ASaveIsHeldBackWhenAnotherDeviceWroteThePageLater) {
   VaultStore::Options options;
   options.cloud = std::make_shared<FileCloudSignal>(dir_.path(), here, SystemClock::shared());
   VaultStore store(Vault{dir_.path(), VaultFormat::markdown, "en", {}}, options);
-  (void)store.loadText(kDay);
+  (void)store.loadText(kStoreDay);
   testing::FakeClock later(std::chrono::system_clock::now() + 1min);
-  FileCloudSignal(dir_.path(), there, later).touched(paths().urlFor(kDay));
-  store.saveText(kDay, "mine");
+  FileCloudSignal(dir_.path(), there, later).touched(paths().urlFor(kStoreDay));
+  store.saveText(kStoreDay, "mine");
   EXPECT_THROW(store.flush(), VaultError);
   EXPECT_EQ(disk(), "old");
   // Our own record never holds us back.
@@ -228,11 +228,11 @@ TEST_F(StoreTest, ASaveIsHeldBackWhenAnotherDeviceWroteThePageLater) {
 TEST_F(StoreTest, WatcherSkipsOwnWritesAndReportsOutsideOnes) {
   auto store = open();
   auto changes = store->changes();
-  store->saveText(kDay, "ours");
+  store->saveText(kStoreDay, "ours");
   store->flush();
   EXPECT_EQ(changes->next(400ms), std::nullopt);
   writeOutside("theirs");
-  EXPECT_EQ(nextEvent(*changes), kDay);
+  EXPECT_EQ(nextEvent(*changes), kStoreDay);
   EXPECT_EQ(changes->next(200ms), std::nullopt);
 }
 
@@ -256,8 +256,8 @@ TEST_F(StoreTest, WatcherSeesAnEditorSaveAsOneChangeAndWatchesNewFolders) {
   // Editor-style: write a backup temporary, then rename it over the page.
   dir_.write("days/.2026-09-16.md.swp", "swap");
   dir_.write("days/2026-09-16.md~", "draft");
-  fs::rename(dir_.path() / "days/2026-09-16.md~", paths().urlFor(kDay));
-  EXPECT_EQ(nextEvent(*changes), kDay);
+  fs::rename(dir_.path() / "days/2026-09-16.md~", paths().urlFor(kStoreDay));
+  EXPECT_EQ(nextEvent(*changes), kStoreDay);
   EXPECT_EQ(changes->next(300ms), std::nullopt);
   // A folder that appears later (weeks/) is watched, and what landed in it first is seen.
   writeOutside("week", EntryKey::week(ISOWeek{2026, 38}));
@@ -298,21 +298,21 @@ namespace {
 TEST_F(StoreTest, ARefusalOnTheStoresOwnThreadReachesTheNextFlush) {
   writeOutside("original\n");
   auto store = open(0ms);
-  ASSERT_EQ(store->loadText(kDay), "original\n");
+  ASSERT_EQ(store->loadText(kStoreDay), "original\n");
   writeOutside("original\ntheirs\n");
-  store->saveText(kDay, "original\nmine\n");
-  for (int i = 0; i < 300 && store->hasPendingWrite(kDay); ++i) std::this_thread::sleep_for(5ms);
-  ASSERT_FALSE(store->hasPendingWrite(kDay)) << "the debounced flush never ran";
+  store->saveText(kStoreDay, "original\nmine\n");
+  for (int i = 0; i < 300 && store->hasPendingWrite(kStoreDay); ++i) std::this_thread::sleep_for(5ms);
+  ASSERT_FALSE(store->hasPendingWrite(kStoreDay)) << "the debounced flush never ran";
   try {
     store->flush();
     FAIL() << "the refusal was never reported";
   } catch (const VaultError& e) {
     EXPECT_EQ(e.kind(), VaultError::Kind::changedOnDisk);
-    EXPECT_EQ(e.key(), kDay);
+    EXPECT_EQ(e.key(), kStoreDay);
   }
   EXPECT_NO_THROW(store->flush()) << "reported once";
   EXPECT_EQ(disk(), "original\ntheirs\n");
-  EXPECT_EQ(store->takeRefused(kDay), std::vector<std::string>{"original\nmine\n"});
+  EXPECT_EQ(store->takeRefused(kStoreDay), std::vector<std::string>{"original\nmine\n"});
 }
 
 TEST_F(StoreTest, RefusedTextsAndUnwritableOnesOutliveTheStore) {
@@ -328,9 +328,9 @@ TEST_F(StoreTest, RefusedTextsAndUnwritableOnesOutliveTheStore) {
     options.clock = &clock_;
     options.keep = keep;
     VaultStore store(Vault{dir_.path(), VaultFormat::markdown, "en", {}}, options);
-    ASSERT_EQ(store.loadText(kDay), "original\n");
+    ASSERT_EQ(store.loadText(kStoreDay), "original\n");
     writeOutside("theirs\n");
-    store.saveText(kDay, "mine\n");
+    store.saveText(kStoreDay, "mine\n");
     EXPECT_THROW(store.flush(), VaultError);
     store.saveText(inbox, "- [ ] captured\n");
     EXPECT_THROW(store.flush(), FileError);

@@ -21,7 +21,7 @@ bool isOpen(const CarryItem& item) { return !item.done && !item.fate; }
 
 // What today already holds, by its words, so that an item carried once (or written in by hand)
 // is not offered again even when the note on the old day could not be written.
-std::set<std::string> wordsOf(const DayEntry& day) {
+std::set<std::string> carryWordsOf(const DayEntry& day) {
   std::set<std::string> words;
   for (const Outcome& o : day.outcomes.outcomes) {
     if (!o.isBlank()) words.insert(std::string(trimmedWhitespace(o.text)));
@@ -42,7 +42,7 @@ std::vector<TodayModel::CarryOffer> TodayModel::carryOffers() {
   const auto from = carrySource();
   if (!from) return {};
   const DayEntry old = day(*from);
-  const std::set<std::string> held = wordsOf(page());
+  const std::set<std::string> held = carryWordsOf(page());
   const auto fresh = [&](const std::string& text) {
     return !held.contains(std::string(trimmedWhitespace(text)));
   };

@@ -13,13 +13,13 @@ namespace {
 using namespace std::chrono;
 using Kind = TodayModel::CarryOffer::Kind;
 
-std::string syntaxName(const ::testing::TestParamInfo<VaultFormat>& param) {
+std::string carrySyntaxName(const ::testing::TestParamInfo<VaultFormat>& param) {
   return param.param == VaultFormat::org ? "Org" : "Markdown";
 }
 
-DayDate d(std::int64_t y, std::int64_t m, std::int64_t day) { return *DayDate::make(y, m, day); }
+DayDate carryDay(std::int64_t y, std::int64_t m, std::int64_t day) { return *DayDate::make(y, m, day); }
 
-CarryItem item(std::string text, bool done = false,
+CarryItem carryItem(std::string text, bool done = false,
                std::optional<CarryItem::Fate> fate = std::nullopt) {
   return CarryItem{std::move(text), done, {}, fate, std::nullopt, {}};
 }
@@ -56,9 +56,9 @@ class CarryOver : public ::testing::TestWithParam<VaultFormat> {
         Outcome::make("Call the bank", OutcomeState::done),
         Outcome::make("Fix the bike", OutcomeState::blocked),
     });
-    entry.checklist = {item("Book dentist"), item("Pay rent", true),
-                       item("Old idea", false, CarryItem::Fate::noted)};
-    entry.forTomorrow = {item("Buy milk")};
+    entry.checklist = {carryItem("Book dentist"), carryItem("Pay rent", true),
+                       carryItem("Old idea", false, CarryItem::Fate::noted)};
+    entry.forTomorrow = {carryItem("Buy milk")};
     store->save(entry);
     store->flush();
   }
@@ -75,26 +75,26 @@ class CarryOver : public ::testing::TestWithParam<VaultFormat> {
 };
 
 TEST_P(CarryOver, TheLatestLivedDayBeforeAGapOffersWhatItLeftOpen) {
-  writeLivedDay(d(2026, 9, 8));
-  writeLivedDay(d(2026, 9, 11));  // Friday; then four days without a page
+  writeLivedDay(carryDay(2026, 9, 8));
+  writeLivedDay(carryDay(2026, 9, 11));  // Friday; then four days without a page
   DayEntry future;
-  future.date = d(2026, 9, 20);
-  future.forTomorrow = {item("Not yet lived")};
+  future.date = carryDay(2026, 9, 20);
+  future.forTomorrow = {carryItem("Not yet lived")};
   store->save(future);
   store->flush();
 
-  EXPECT_EQ(model->carrySource(), d(2026, 9, 11));
+  EXPECT_EQ(model->carrySource(), carryDay(2026, 9, 11));
   const auto offers = model->offersForToday();
   EXPECT_EQ(texts(offers),
             (std::vector<std::string>{"Ship the report", "Book dentist", "Buy milk"}));
   EXPECT_EQ(offers[0],
-            (TodayModel::CarryOffer{Kind::outcome, d(2026, 9, 11), 0, "Ship the report"}));
+            (TodayModel::CarryOffer{Kind::outcome, carryDay(2026, 9, 11), 0, "Ship the report"}));
   EXPECT_EQ(offers[1].kind, Kind::checklist);
-  EXPECT_EQ(offers[2], (TodayModel::CarryOffer{Kind::forTomorrow, d(2026, 9, 11), 0, "Buy milk"}));
+  EXPECT_EQ(offers[2], (TodayModel::CarryOffer{Kind::forTomorrow, carryDay(2026, 9, 11), 0, "Buy milk"}));
 }
 
 TEST_P(CarryOver, CarryingWritesTodayAndRecordsTheFateOnTheOldDayOnce) {
-  writeLivedDay(d(2026, 9, 11));
+  writeLivedDay(carryDay(2026, 9, 11));
   EXPECT_EQ(model->carry({}).size(), 3u);
   commitAndReopen();
 
@@ -102,9 +102,9 @@ TEST_P(CarryOver, CarryingWritesTodayAndRecordsTheFateOnTheOldDayOnce) {
   EXPECT_EQ(today.outcomes.outcomes[0].text, "Ship the report");
   // Served the week of 11 September; today lies in the next week, so it serves nothing yet.
   EXPECT_EQ(today.outcomes.outcomes[0].serves, std::nullopt);
-  EXPECT_EQ(today.checklist, (std::vector<CarryItem>{item("Book dentist"), item("Buy milk")}));
+  EXPECT_EQ(today.checklist, (std::vector<CarryItem>{carryItem("Book dentist"), carryItem("Buy milk")}));
 
-  const DayEntry old = store->peekDay(d(2026, 9, 11));
+  const DayEntry old = store->peekDay(carryDay(2026, 9, 11));
   EXPECT_EQ(old.checklist[0].fate, CarryItem::Fate::today);
   EXPECT_EQ(old.checklist[2].fate, CarryItem::Fate::noted);
   EXPECT_EQ(old.forTomorrow[0].fate, CarryItem::Fate::today);
@@ -122,7 +122,7 @@ TEST_P(CarryOver, CarryingWritesTodayAndRecordsTheFateOnTheOldDayOnce) {
 }
 
 TEST_P(CarryOver, WhatTodayAlreadyHoldsIsNotOfferedEvenWithoutAFate) {
-  writeLivedDay(d(2026, 9, 11));
+  writeLivedDay(carryDay(2026, 9, 11));
   model->addChecklistItem("Book dentist");  // written in by hand before carrying
   commitAndReopen();
   EXPECT_EQ(texts(model->carryOffers()), (std::vector<std::string>{"Ship the report", "Buy milk"}));
@@ -131,7 +131,7 @@ TEST_P(CarryOver, WhatTodayAlreadyHoldsIsNotOfferedEvenWithoutAFate) {
 }
 
 TEST_P(CarryOver, ChosenItemsOnlyAndOutcomesSpillToTheChecklistWhenTodayIsFull) {
-  writeLivedDay(d(2026, 9, 14));  // Monday of the same week
+  writeLivedDay(carryDay(2026, 9, 14));  // Monday of the same week
   for (std::int64_t slot = 1; slot <= 3; ++slot) {
     model->setOutcome(EntryKey::day(model->today()), slot, "Today " + std::to_string(slot));
   }
@@ -139,19 +139,19 @@ TEST_P(CarryOver, ChosenItemsOnlyAndOutcomesSpillToTheChecklistWhenTodayIsFull) 
   commitAndReopen();
   const DayEntry today = model->page();
   EXPECT_EQ(today.outcomes.outcomes[0].text, "Today 1");
-  EXPECT_EQ(today.checklist, (std::vector<CarryItem>{item("Ship the report"), item("Buy milk")}));
+  EXPECT_EQ(today.checklist, (std::vector<CarryItem>{carryItem("Ship the report"), carryItem("Buy milk")}));
   EXPECT_EQ(texts(model->carryOffers()), std::vector<std::string>{"Book dentist"});
 }
 
 TEST_P(CarryOver, AnOutcomeCarriedWithinItsWeekKeepsWhatItServes) {
-  writeLivedDay(d(2026, 9, 14));
+  writeLivedDay(carryDay(2026, 9, 14));
   model->carry({1});
   commitAndReopen();
   EXPECT_EQ(model->page().outcomes.outcomes[0].serves, 2);
 }
 
 TEST_P(CarryOver, ANumberNotOfferedIsRefusedAndNothingIsWritten) {
-  writeLivedDay(d(2026, 9, 11));
+  writeLivedDay(carryDay(2026, 9, 11));
   const std::string before =
       dir.read(std::string("days/2026-09-11") + (GetParam() == VaultFormat::org ? ".org" : ".md"));
   EXPECT_THROW(model->carry({1, 4}), TodayError);
@@ -171,7 +171,7 @@ TEST_P(CarryOver, WithoutAnEarlierPageThereIsNothingToOffer) {
 }
 
 INSTANTIATE_TEST_SUITE_P(BothSyntaxes, CarryOver,
-                         ::testing::Values(VaultFormat::markdown, VaultFormat::org), syntaxName);
+                         ::testing::Values(VaultFormat::markdown, VaultFormat::org), carrySyntaxName);
 
 }  // namespace
 }  // namespace trivo

@@ -19,7 +19,7 @@ std::string syntaxName(const ::testing::TestParamInfo<VaultFormat>& param) {
 
 DayDate d(std::int64_t y, std::int64_t m, std::int64_t day) { return *DayDate::make(y, m, day); }
 
-CarryItem item(std::string text, bool done = false,
+CarryItem carryItemOf(std::string text, bool done = false,
                std::optional<CarryItem::Fate> fate = std::nullopt) {
   return CarryItem{std::move(text), done, {}, fate, std::nullopt, {}};
 }
@@ -135,11 +135,11 @@ TEST_P(TodayModelTest, ChecklistTickStampsTheItemAndUntickTakesTheStampAway) {
   CarryItem ticked = model->page().checklist.at(0);
   EXPECT_TRUE(ticked.done);
   EXPECT_EQ(ticked.closedAt, "2026-09-16 18:04");
-  EXPECT_EQ(model->page().forTomorrow, std::vector<CarryItem>{item("Buy milk")});
+  EXPECT_EQ(model->page().forTomorrow, std::vector<CarryItem>{carryItemOf("Buy milk")});
 
   model->setChecklistDone(1, false);
   commitAndReopen();
-  EXPECT_EQ(model->page().checklist, std::vector<CarryItem>{item("Call the bank")});
+  EXPECT_EQ(model->page().checklist, std::vector<CarryItem>{carryItemOf("Call the bank")});
 }
 
 TEST_P(TodayModelTest, PulledItemsLeaveTheInboxServeASlotAndGoBack) {

@@ -8,16 +8,16 @@
 namespace trivo {
 namespace {
 
-const EntryKey kDay = EntryKey::day(*DayDate::make(2026, 9, 16));
-const EntryKey kWeek = EntryKey::week({2026, 38});
+const EntryKey kKeyDay = EntryKey::day(*DayDate::make(2026, 9, 16));
+const EntryKey kKeyWeek = EntryKey::week({2026, 38});
 const EntryKey kMonth = EntryKey::month({2026, 9});
 const EntryKey kQuarter = EntryKey::quarter({2026, 3});
 const EntryKey kYear = EntryKey::year(2026);
 const EntryKey kInbox = EntryKey::inbox();
 
 TEST(EntryKey, DescriptionIsCaseWordAndTextForm) {
-  EXPECT_EQ(kDay.description(), "day 2026-09-16");
-  EXPECT_EQ(kWeek.description(), "week 2026-W38");
+  EXPECT_EQ(kKeyDay.description(), "day 2026-09-16");
+  EXPECT_EQ(kKeyWeek.description(), "week 2026-W38");
   EXPECT_EQ(kMonth.description(), "month 2026-09");
   EXPECT_EQ(kQuarter.description(), "quarter 2026-Q3");
   EXPECT_EQ(kYear.description(), "year 2026");
@@ -28,8 +28,8 @@ TEST(EntryKey, DescriptionIsCaseWordAndTextForm) {
 
 TEST(EntryKey, EqualityAndHashTellCasesApartEvenWithLookalikePayloads) {
   // Year 2026 and a week in 2026 share numbers; they must still be different keys.
-  std::unordered_set<EntryKey> set{kDay,
-                                   kWeek,
+  std::unordered_set<EntryKey> set{kKeyDay,
+                                   kKeyWeek,
                                    kMonth,
                                    kQuarter,
                                    kYear,
@@ -47,8 +47,8 @@ TEST(EntryKey, EqualityAndHashTellCasesApartEvenWithLookalikePayloads) {
 TEST(EntryKey, JsonIsAnObjectNamedByItsCaseAndRoundTrips) {
   EXPECT_EQ(Json(kInbox).dump(), R"({"inbox":{}})");
   EXPECT_EQ(Json(kYear).dump(), R"({"year":2026})");
-  EXPECT_EQ(Json(kDay).dump(), R"({"day":{"year":2026,"month":9,"day":16}})");
-  for (const auto& key : {kDay, kWeek, kMonth, kQuarter, kYear, kInbox}) {
+  EXPECT_EQ(Json(kKeyDay).dump(), R"({"day":{"year":2026,"month":9,"day":16}})");
+  for (const auto& key : {kKeyDay, kKeyWeek, kMonth, kQuarter, kYear, kInbox}) {
     EXPECT_EQ(Json(key).get<EntryKey>(), key) << key.description();
   }
 }

@@ -8,8 +8,8 @@
 namespace trivo {
 namespace {
 
-DayDate day(const char* text) { return *DayDate::parse(text); }
-PageTarget dayPage(const char* text) { return PageTarget::page(EntryKey::day(day(text))); }
+DayDate dayOf(const char* text) { return *DayDate::parse(text); }
+PageTarget dayTarget(const char* text) { return PageTarget::page(EntryKey::day(dayOf(text))); }
 
 TEST(RelativePage, RawStringsAndPageKeysAreTheCaseNames) {
   for (std::size_t i = 0; i < kRelativePageNames.size(); ++i) {
@@ -35,15 +35,15 @@ TEST(RelativePage, ResolvesAroundYearEnds) {
   const auto q = YearMode::quarter;
   const auto c = YearMode::calendar;
   const ResolveCase cases[] = {
-      {RelativePage::yesterday, "2027-01-01", q, dayPage("2026-12-31")},
-      {RelativePage::tomorrow, "2026-12-31", q, dayPage("2027-01-01")},
-      {RelativePage::tomorrow, "2028-02-28", q, dayPage("2028-02-29")},
-      {RelativePage::outcomes, "2026-09-16", q, dayPage("2026-09-16")},
+      {RelativePage::yesterday, "2027-01-01", q, dayTarget("2026-12-31")},
+      {RelativePage::tomorrow, "2026-12-31", q, dayTarget("2027-01-01")},
+      {RelativePage::tomorrow, "2028-02-28", q, dayTarget("2028-02-29")},
+      {RelativePage::outcomes, "2026-09-16", q, dayTarget("2026-09-16")},
       // Friday 2027-01-01 lies in ISO week 2026-W53, which starts on Monday 2026-12-28.
-      {RelativePage::monday, "2027-01-01", q, dayPage("2026-12-28")},
-      {RelativePage::sunday, "2027-01-01", q, dayPage("2027-01-03")},
-      {RelativePage::monday, "2026-09-20", q, dayPage("2026-09-14")},  // a Sunday
-      {RelativePage::friday, "2026-09-14", q, dayPage("2026-09-18")},  // a Monday
+      {RelativePage::monday, "2027-01-01", q, dayTarget("2026-12-28")},
+      {RelativePage::sunday, "2027-01-01", q, dayTarget("2027-01-03")},
+      {RelativePage::monday, "2026-09-20", q, dayTarget("2026-09-14")},  // a Sunday
+      {RelativePage::friday, "2026-09-14", q, dayTarget("2026-09-18")},  // a Monday
       {RelativePage::wo, "2027-01-01", q, PageTarget::page(EntryKey::week({2026, 53}))},
       {RelativePage::weekoutcomes, "2026-12-29", c, PageTarget::page(EntryKey::week({2026, 53}))},
       {RelativePage::wo, "2025-12-29", q, PageTarget::page(EntryKey::week({2026, 1}))},
@@ -51,24 +51,24 @@ TEST(RelativePage, ResolvesAroundYearEnds) {
       {RelativePage::yo, "2026-12-31", c, PageTarget::page(EntryKey::year(2026))},
       {RelativePage::yo, "2026-12-31", q, PageTarget::page(EntryKey::quarter({2026, 4}))},
       {RelativePage::yo, "2027-01-01", q, PageTarget::page(EntryKey::quarter({2027, 1}))},
-      {RelativePage::lastfriday, "2027-01-02", q, dayPage("2027-01-01")},  // Saturday
-      {RelativePage::lastfriday, "2027-01-01", q, dayPage("2026-12-25")},  // Friday itself
-      {RelativePage::lastfriday, "2026-01-01", q, dayPage("2025-12-26")},  // Thursday
-      {RelativePage::lastfriday, "2027-01-07", q, dayPage("2027-01-01")},  // Thursday
+      {RelativePage::lastfriday, "2027-01-02", q, dayTarget("2027-01-01")},  // Saturday
+      {RelativePage::lastfriday, "2027-01-01", q, dayTarget("2026-12-25")},  // Friday itself
+      {RelativePage::lastfriday, "2026-01-01", q, dayTarget("2025-12-26")},  // Thursday
+      {RelativePage::lastfriday, "2027-01-07", q, dayTarget("2027-01-01")},  // Thursday
       {RelativePage::agenda, "2026-09-16", q, PageTarget::view("agenda")},
       {RelativePage::whynot, "2026-09-16", q, PageTarget::view("whynot")},
       {RelativePage::logit, "2026-09-16", c, PageTarget::view("logit")},
       {RelativePage::hotspots, "2026-09-16", q, PageTarget::view("hotspots")},
   };
   for (const auto& c0 : cases) {
-    EXPECT_EQ(resolve(c0.page, day(c0.today), c0.mode), c0.target)
+    EXPECT_EQ(resolve(c0.page, dayOf(c0.today), c0.mode), c0.target)
         << rawValue(c0.page) << " on " << c0.today;
   }
 }
 
 TEST(PageKey, TextsParseBackToTheSameKey) {
   const std::pair<const char*, PageKey> cases[] = {
-      {"day:2026-09-16", PageKey::page(EntryKey::day(day("2026-09-16")))},
+      {"day:2026-09-16", PageKey::page(EntryKey::day(dayOf("2026-09-16")))},
       {"week:2026-W38", PageKey::page(EntryKey::week({2026, 38}))},
       {"month:2026-09", PageKey::page(EntryKey::month({2026, 9}))},
       {"quarter:2026-Q3", PageKey::page(EntryKey::quarter({2026, 3}))},
@@ -101,7 +101,7 @@ TEST(PageKey, MalformedKeysParseToNothing) {
 }
 
 TEST(PageLink, LinksCarryTheEncodedKeyAndPerspective) {
-  EXPECT_EQ(PageLink::urlFor(EntryKey::day(day("2026-09-16"))), "trivo://open?page=day:2026-09-16");
+  EXPECT_EQ(PageLink::urlFor(EntryKey::day(dayOf("2026-09-16"))), "trivo://open?page=day:2026-09-16");
   EXPECT_EQ(PageLink::urlFor(EntryKey::year(2026), "Work"),
             "trivo://open?page=year:2026&persp=Work");
   EXPECT_EQ(PageLink::urlFor(PageKey::fixed(PageKey::Kind::mindsweep)),
@@ -111,10 +111,10 @@ TEST(PageLink, LinksCarryTheEncodedKeyAndPerspective) {
 }
 
 TEST(PageAddress, AcceptsKeysBareFormsAndRelativeWords) {
-  const DayDate today = day("2026-09-16");  // a Wednesday
+  const DayDate today = dayOf("2026-09-16");  // a Wednesday
   const std::pair<const char*, PageTarget> cases[] = {
-      {"day:2026-09-16", dayPage("2026-09-16")},
-      {"2026-09-16", dayPage("2026-09-16")},
+      {"day:2026-09-16", dayTarget("2026-09-16")},
+      {"2026-09-16", dayTarget("2026-09-16")},
       {"2026-W38", PageTarget::page(EntryKey::week({2026, 38}))},
       {"week:2026-W38", PageTarget::page(EntryKey::week({2026, 38}))},
       {"2026-09", PageTarget::page(EntryKey::month({2026, 9}))},
@@ -122,11 +122,11 @@ TEST(PageAddress, AcceptsKeysBareFormsAndRelativeWords) {
       {"2026", PageTarget::page(EntryKey::year(2026))},
       {"year:2026", PageTarget::page(EntryKey::year(2026))},
       {"inbox", PageTarget::page(EntryKey::inbox())},
-      {"today", dayPage("2026-09-16")},
-      {"Today", dayPage("2026-09-16")},
-      {"yesterday", dayPage("2026-09-15")},
-      {"FRIDAY", dayPage("2026-09-18")},
-      {"lastfriday", dayPage("2026-09-11")},
+      {"today", dayTarget("2026-09-16")},
+      {"Today", dayTarget("2026-09-16")},
+      {"yesterday", dayTarget("2026-09-15")},
+      {"FRIDAY", dayTarget("2026-09-18")},
+      {"lastfriday", dayTarget("2026-09-11")},
       {"wo", PageTarget::page(EntryKey::week({2026, 38}))},
       {"agenda", PageTarget::view("agenda")},
       {"calendar", PageTarget::view("calendar")},

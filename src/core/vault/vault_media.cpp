@@ -29,7 +29,7 @@ constexpr std::array<Opener, 5> kOpeners = {{
     {"<", ">"},
 }};
 
-bool endsWith(std::string_view text, std::string_view suffix) {
+bool mediaEndsWith(std::string_view text, std::string_view suffix) {
   return text.size() >= suffix.size() && text.substr(text.size() - suffix.size()) == suffix;
 }
 
@@ -38,9 +38,9 @@ void collect(std::string_view text, std::set<std::string>& names) {
   for (std::size_t at = text.find(marker); at != std::string_view::npos;
        at = text.find(marker, at + 1)) {
     std::string_view before = text.substr(0, at);
-    if (endsWith(before, "../")) before.remove_suffix(3);
+    if (mediaEndsWith(before, "../")) before.remove_suffix(3);
     for (const auto& opener : kOpeners) {
-      if (!endsWith(before, opener.before)) continue;
+      if (!mediaEndsWith(before, opener.before)) continue;
       const std::size_t start = at + marker.size();
       std::size_t end = start;
       while (end < text.size() && text[end] != '\n' && text[end] != '\r' &&

@@ -8,12 +8,12 @@
 namespace trivo::widgets {
 namespace {
 
-using Phase = LiveState::Phase;
+using BarPhase = LiveState::Phase;
 
-bool claimsSession(const LiveState& state) { return state.phase != Phase::idle; }
+bool claimsSession(const LiveState& state) { return state.phase != BarPhase::idle; }
 
 bool counts(const LiveState& state) {
-  return (state.phase == Phase::running || state.phase == Phase::onBreak) && state.ends;
+  return (state.phase == BarPhase::running || state.phase == BarPhase::onBreak) && state.ends;
 }
 
 // A minute while more than a minute is left, then a second.

@@ -9,11 +9,11 @@ namespace trivo::widgets {
 namespace {
 
 using namespace std::chrono_literals;
-using Phase = LiveState::Phase;
+using BarPhase = LiveState::Phase;
 
-const Instant kNoon = Instant(std::chrono::seconds(1789560000));  // 2026-09-16T12:00:00Z
+const Instant kBarNoon = Instant(std::chrono::seconds(1789560000));  // 2026-09-16T12:00:00Z
 
-LiveState session(Phase phase, std::optional<Instant> ends, Instant stamp) {
+LiveState barSession(BarPhase phase, std::optional<Instant> ends, Instant stamp) {
   LiveState s;
   s.phase = phase;
   s.ends = ends;
@@ -23,12 +23,12 @@ LiveState session(Phase phase, std::optional<Instant> ends, Instant stamp) {
 
 TEST(BarSchedule, CountdownStepsOnWholeMinutesThenEverySecondOfTheLastMinute) {
   // 3 min 20.5 s left: the first step lands on "3:00", whatever the fraction.
-  const Instant ends = kNoon + 200s + 500ms;
+  const Instant ends = kBarNoon + 200s + 500ms;
   std::vector<std::string> shown;
   std::vector<Instant::duration> gaps;
-  Instant now = kNoon;
+  Instant now = kBarNoon;
   // A writer that never goes quiet: no stale checks in between.
-  const auto running = session(Phase::running, ends, ends);
+  const auto running = barSession(BarPhase::running, ends, ends);
   while (now < ends) {
     const Instant next = BarSchedule::nextTick(running, now);
     // Between steps the bar keeps showing the last step.
@@ -50,35 +50,35 @@ TEST(BarSchedule, CountdownStepsOnWholeMinutesThenEverySecondOfTheLastMinute) {
   EXPECT_EQ(now, ends);
 
   // A break counts down too; a pause does not.
-  EXPECT_EQ(BarSchedule::nextTick(session(Phase::onBreak, kNoon + 90s, kNoon), kNoon),
-            kNoon + 30s);
-  EXPECT_EQ(BarSchedule::nextTick(session(Phase::paused, kNoon + 90s, kNoon), kNoon),
-            kNoon + BarSchedule::staleAfter + Instant::duration(1));
+  EXPECT_EQ(BarSchedule::nextTick(barSession(BarPhase::onBreak, kBarNoon + 90s, kBarNoon), kBarNoon),
+            kBarNoon + 30s);
+  EXPECT_EQ(BarSchedule::nextTick(barSession(BarPhase::paused, kBarNoon + 90s, kBarNoon), kBarNoon),
+            kBarNoon + BarSchedule::staleAfter + Instant::duration(1));
 }
 
 TEST(BarSchedule, ARecordClaimingASessionIsStaleOnceItsWriterIsQuietTooLong) {
-  for (const auto phase : {Phase::running, Phase::paused, Phase::onBreak}) {
-    EXPECT_FALSE(BarSchedule::isStale(session(phase, kNoon + 1h, kNoon - 30s), kNoon));
-    EXPECT_TRUE(BarSchedule::isStale(session(phase, kNoon + 1h, kNoon - 31s), kNoon));
+  for (const auto phase : {BarPhase::running, BarPhase::paused, BarPhase::onBreak}) {
+    EXPECT_FALSE(BarSchedule::isStale(barSession(phase, kBarNoon + 1h, kBarNoon - 30s), kBarNoon));
+    EXPECT_TRUE(BarSchedule::isStale(barSession(phase, kBarNoon + 1h, kBarNoon - 31s), kBarNoon));
   }
   // Nothing in an idle record ages, however old it is.
-  EXPECT_FALSE(BarSchedule::isStale(LiveState{}, kNoon));
+  EXPECT_FALSE(BarSchedule::isStale(LiveState{}, kBarNoon));
   // A stamp from a clock ahead of ours is not a quiet writer.
-  EXPECT_FALSE(BarSchedule::isStale(session(Phase::running, kNoon + 1h, kNoon + 1h), kNoon));
+  EXPECT_FALSE(BarSchedule::isStale(barSession(BarPhase::running, kBarNoon + 1h, kBarNoon + 1h), kBarNoon));
 }
 
 TEST(BarSchedule, WakesWhenTheRecordTurnsStaleAndOtherwiseRarely) {
   // Twenty minutes left, written 10 s ago: next is the stale moment, not the countdown step.
-  const auto running = session(Phase::running, kNoon + 20min, kNoon - 10s);
-  EXPECT_EQ(BarSchedule::nextTick(running, kNoon), kNoon + 20s + Instant::duration(1));
+  const auto running = barSession(BarPhase::running, kBarNoon + 20min, kBarNoon - 10s);
+  EXPECT_EQ(BarSchedule::nextTick(running, kBarNoon), kBarNoon + 20s + Instant::duration(1));
   // Once stale it only keeps the countdown.
-  const auto quiet = session(Phase::running, kNoon + 20min + 5s, kNoon - 1h);
-  EXPECT_EQ(BarSchedule::nextTick(quiet, kNoon), kNoon + 5s);
+  const auto quiet = barSession(BarPhase::running, kBarNoon + 20min + 5s, kBarNoon - 1h);
+  EXPECT_EQ(BarSchedule::nextTick(quiet, kBarNoon), kBarNoon + 5s);
   // Idle: the widgets' own reload, fifteen minutes away.
-  EXPECT_EQ(BarSchedule::nextTick(LiveState{}, kNoon), kNoon + 900s);
-  // A session that ran past its end waits for the writer; at most a minute.
-  EXPECT_EQ(BarSchedule::nextTick(session(Phase::running, kNoon - 5s, kNoon - 1h), kNoon),
-            kNoon + 60s);
+  EXPECT_EQ(BarSchedule::nextTick(LiveState{}, kBarNoon), kBarNoon + 900s);
+  // A barSession that ran past its end waits for the writer; at most a minute.
+  EXPECT_EQ(BarSchedule::nextTick(barSession(BarPhase::running, kBarNoon - 5s, kBarNoon - 1h), kBarNoon),
+            kBarNoon + 60s);
 }
 
 }  // namespace

@@ -64,7 +64,7 @@ const char* styleClass(TextLine::Style style) {
   return "plain";
 }
 
-std::string trimmed(std::string_view text) {
+std::string trimmedBoard(std::string_view text) {
   const auto begin = text.find_first_not_of(" \t");
   if (begin == std::string_view::npos) return "";
   const auto end = text.find_last_not_of(" \t");
@@ -81,7 +81,7 @@ std::string lineHtml(const TextLine& line) {
   }
   const auto end = line.text.find(' ', at);
   const std::string url = line.text.substr(at, end == std::string::npos ? end : end - at);
-  std::string label = trimmed(std::string_view(line.text).substr(0, at));
+  std::string label = trimmedBoard(std::string_view(line.text).substr(0, at));
   const bool button = label.size() >= 2 && label.front() == '[' && label.back() == ']';
   if (button) label = label.substr(1, label.size() - 2);
   if (label.empty()) label = "Open";

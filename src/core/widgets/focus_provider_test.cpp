@@ -11,7 +11,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-const Instant kNoon = Instant(std::chrono::seconds(1789560000));  // 2026-09-16T12:00:00Z
+const Instant kProviderNoon = Instant(std::chrono::seconds(1789560000));  // 2026-09-16T12:00:00Z
 
 TEST(TrivoWidgetsBundle, NineWidgetsInOrderWithStableKinds) {
   std::vector<std::string> kinds;
@@ -54,35 +54,35 @@ TEST(FocusTimeline, ReloadsAtTheLaterOfAMinuteAndTheSessionEnd) {
       {std::nullopt, 900s},  // nothing runs: every fifteen minutes
   };
   for (const auto& c : cases) {
-    state.ends = c.endsIn ? std::optional<Instant>(kNoon + *c.endsIn) : std::nullopt;
-    const auto timeline = FocusProvider::timeline(state, kNoon);
+    state.ends = c.endsIn ? std::optional<Instant>(kProviderNoon + *c.endsIn) : std::nullopt;
+    const auto timeline = FocusProvider::timeline(state, kProviderNoon);
     ASSERT_EQ(timeline.entries.size(), 1u);
-    EXPECT_EQ(timeline.entries[0], (FocusEntry{kNoon, state}));
-    EXPECT_EQ(timeline.reloadAfter, kNoon + c.reloadIn) << (c.endsIn ? c.endsIn->count() : -1);
+    EXPECT_EQ(timeline.entries[0], (FocusEntry{kProviderNoon, state}));
+    EXPECT_EQ(timeline.reloadAfter, kProviderNoon + c.reloadIn) << (c.endsIn ? c.endsIn->count() : -1);
   }
 }
 
 TEST(FocusTimeline, PlaceholderIsAFixedRunningSampleAndSnapshotsReadTheLiveState) {
-  testing::FakeClock clock(kNoon);
+  testing::FakeClock clock(kProviderNoon);
   const FocusProvider provider(clock);
   const auto sample = provider.placeholder(WidgetSize::small);
   LiveState expected;
   expected.phase = LiveState::Phase::running;
   expected.subject = "Trivo";
-  expected.ends = kNoon + 1500s;
+  expected.ends = kProviderNoon + 1500s;
   expected.todayMinutes = 75;
   expected.done = 1;
   expected.set = 3;
-  EXPECT_EQ(sample, (FocusEntry{kNoon, expected}));
+  EXPECT_EQ(sample, (FocusEntry{kProviderNoon, expected}));
 
   testing::TempDir group;
   testing::TempDir state;
   testing::ScopedEnv groupEnv("TRIVO_GROUP_DIR", group.path().c_str());
   testing::ScopedEnv stateEnv("XDG_STATE_HOME", state.path().c_str());
-  EXPECT_EQ(provider.getSnapshot(WidgetSize::small), (FocusEntry{kNoon, LiveState{}}));
+  EXPECT_EQ(provider.getSnapshot(WidgetSize::small), (FocusEntry{kProviderNoon, LiveState{}}));
   LiveState::write(expected);
-  EXPECT_EQ(provider.getSnapshot(WidgetSize::small), (FocusEntry{kNoon, expected}));
-  EXPECT_EQ(provider.getTimeline(WidgetSize::large).reloadAfter, kNoon + 1500s);
+  EXPECT_EQ(provider.getSnapshot(WidgetSize::small), (FocusEntry{kProviderNoon, expected}));
+  EXPECT_EQ(provider.getTimeline(WidgetSize::large).reloadAfter, kProviderNoon + 1500s);
 }
 
 }  // namespace

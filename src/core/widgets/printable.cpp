@@ -10,7 +10,7 @@ constexpr std::string_view kReplacement = "\xEF\xBF\xBD";  // U+FFFD
 
 // The length of the UTF-8 sequence at `at` and its code point; 0 when the bytes there are not a
 // well-formed, shortest-form sequence of a scalar value.
-std::size_t decode(std::string_view text, std::size_t at, char32_t& code) {
+std::size_t decodePrintable(std::string_view text, std::size_t at, char32_t& code) {
   const auto byte = [&](std::size_t i) { return static_cast<std::uint8_t>(text[at + i]); };
   const std::uint8_t lead = byte(0);
   std::size_t length = 0;
@@ -58,7 +58,7 @@ std::string printableText(std::string_view text) {
   out.reserve(text.size());
   for (std::size_t at = 0; at < text.size();) {
     char32_t code = 0;
-    const std::size_t length = decode(text, at, code);
+    const std::size_t length = decodePrintable(text, at, code);
     if (length == 0) {
       out += kReplacement;
       ++at;

@@ -120,7 +120,7 @@ Rendering renderWeek(const LiveState& state, const ViewContext& context) {
   return r;
 }
 
-Rendering renderOutcomes(const LiveState& state, const std::string& key,
+Rendering renderOutcomeLines(const LiveState& state, const std::string& key,
                          const ViewContext& context) {
   const auto view = outcomesView(state, key, context);
   Rendering r;
@@ -145,7 +145,7 @@ Rendering renderOutcomes(const LiveState& state, const std::string& key,
 }
 
 Rendering renderAny(const WidgetInfo& widget, const LiveState& state, const ViewContext& context) {
-  if (widget.cardKey) return renderOutcomes(state, *widget.cardKey, context);
+  if (widget.cardKey) return renderOutcomeLines(state, *widget.cardKey, context);
   if (widget.type == "KeysWidget") return renderKeys(state, context);
   if (widget.type == "AgendaWidget") return renderAgenda(state, context);
   if (widget.type == "DraftsWidget") return renderDrafts(state, context);

@@ -14,17 +14,17 @@ namespace trivo::widgets {
 namespace {
 
 using Phase = LiveState::Phase;
-using Seconds = std::chrono::duration<double>;
+using ViewSeconds = std::chrono::duration<double>;
 
-std::string link(DeepLink::Payload payload) { return DeepLink{std::move(payload)}.url(); }
+std::string widgetLink(DeepLink::Payload payload) { return DeepLink{std::move(payload)}.url(); }
 
-std::string widgetLink(DeepLink::WidgetKey key) { return link(DeepLink::Widget{key}); }
+std::string widgetLink(DeepLink::WidgetKey key) { return widgetLink(DeepLink::Widget{key}); }
 
 std::string screenLink(Destination::Screen screen) {
-  return link(DeepLink::Open{Destination::screen(screen)});
+  return widgetLink(DeepLink::Open{Destination::screen(screen)});
 }
 
-std::string lowered(std::string_view text) {
+std::string loweredText(std::string_view text) {
   std::string result(text);
   for (char& c : result) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
   return result;
@@ -66,12 +66,12 @@ std::optional<std::string> sessionClock(const LiveState& state, Instant now) {
   if ((state.phase != Phase::running && state.phase != Phase::onBreak) || !state.ends) {
     return std::nullopt;
   }
-  const double left = *state.ends > now ? Seconds(*state.ends - now).count() : 0.0;
+  const double left = *state.ends > now ? ViewSeconds(*state.ends - now).count() : 0.0;
   return Words::clock(left);
 }
 
 bool isTodayLine(const LiveState::AgendaLine& line) {
-  return line.day.empty() || lowered(line.day) == "today";
+  return line.day.empty() || loweredText(line.day) == "today";
 }
 
 std::string periodLink(const std::string& key, const DayDate& today) {
@@ -80,7 +80,7 @@ std::string periodLink(const std::string& key, const DayDate& today) {
   if (key == "week") page = EntryKey::week(today.isoWeek());
   if (key == "month") page = EntryKey::month(today.yearMonth());
   if (key == "year") page = EntryKey::year(today.year);
-  return page ? link(DeepLink::Open{Destination::page(*page)})
+  return page ? widgetLink(DeepLink::Open{Destination::page(*page)})
               : screenLink(Destination::Screen::focus);
 }
 
@@ -186,7 +186,7 @@ DraftsWidgetView draftsView(const LiveState& state, const ViewContext& context) 
   view.link = screenLink(Destination::Screen::drafts);
   for (const auto& draft : state.drafts) {
     if (view.rows.size() >= draftsRoom(context.size)) break;
-    view.rows.push_back({draft.title, draft.preview, link(DeepLink::OpenDraft{draft.title})});
+    view.rows.push_back({draft.title, draft.preview, widgetLink(DeepLink::OpenDraft{draft.title})});
   }
   if (state.drafts.empty()) {
     view.emptyText = LocalizedText{"ui.widget.drafts_empty", "Pin a draft and it waits here."};

@@ -10,18 +10,18 @@ namespace trivo::widgets {
 namespace {
 
 using namespace std::chrono_literals;
-using Phase = LiveState::Phase;
+using ViewPhase = LiveState::Phase;
 
-const Instant kNoon = Instant(std::chrono::seconds(1789560000));  // 2026-09-16T12:00:00Z
-const DayDate kToday{2026, 9, 16};
+const Instant kViewNoon = Instant(std::chrono::seconds(1789560000));  // 2026-09-16T12:00:00Z
+const DayDate kViewToday{2026, 9, 16};
 
-ViewContext context(WidgetSize size = WidgetSize::medium) { return {kNoon, kToday, size}; }
+ViewContext context(WidgetSize size = WidgetSize::medium) { return {kViewNoon, kViewToday, size}; }
 
 LiveState running() {
   LiveState s;
-  s.phase = Phase::running;
+  s.phase = ViewPhase::running;
   s.subject = "Essay";
-  s.ends = kNoon + 754s;
+  s.ends = kViewNoon + 754s;
   s.todayMinutes = 75;
   s.done = 1;
   s.set = 3;
@@ -71,7 +71,7 @@ TEST(FocusWidgetView, ARunningSessionCountsDownWithHoldAndStop) {
 
 TEST(FocusWidgetView, PausesAndBreaksAreLabelledAndPomodorosShowTheirSlice) {
   LiveState s = running();
-  s.phase = Phase::paused;
+  s.phase = ViewPhase::paused;
   s.ends.reset();
   auto view = focusView(s, context());
   EXPECT_EQ(view.label, (LocalizedText{"ui.widget.paused", "Paused"}));
@@ -79,8 +79,8 @@ TEST(FocusWidgetView, PausesAndBreaksAreLabelledAndPomodorosShowTheirSlice) {
   EXPECT_EQ(view.clock, std::nullopt);
   EXPECT_EQ(view.buttons.front().link, "trivo://widget/start");
 
-  s.phase = Phase::onBreak;
-  s.ends = kNoon + 300s;
+  s.phase = ViewPhase::onBreak;
+  s.ends = kViewNoon + 300s;
   s.pomodoro = true;
   s.slice = 2;
   s.slices = 4;

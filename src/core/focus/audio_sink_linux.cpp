@@ -1,4 +1,5 @@
-// Sound output on Linux: libsndfile for files, PulseAudio's simple API for the sound server.
+// Sound output on Linux: libsndfile for files, PulseAudio's simple API for the sound server,
+// both opened on first use.
 #include <pulse/error.h>
 #include <pulse/simple.h>
 #include <sndfile.h>
@@ -6,8 +7,33 @@
 #include <vector>
 
 #include "core/focus/audio_sink.h"
+#include "core/platform/shared_library.h"
 
 namespace trivo {
+
+namespace {
+
+SharedLibrary& sndfile() {
+  static SharedLibrary library("libsndfile.so.1");
+  return library;
+}
+
+SharedLibrary& pulseSimple() {
+  static SharedLibrary library("libpulse-simple.so.0");
+  return library;
+}
+
+// A libsndfile function; a missing library is a SoundError like any unreadable sound.
+template <class F>
+F* sndfileFunction(const char* name) {
+  try {
+    return sndfile().function<F>(name);
+  } catch (const SharedLibraryError& e) {
+    throw SoundError(e.what());
+  }
+}
+
+}  // namespace
 
 WavFileSink::WavFileSink(const std::filesystem::path& path, int sampleRate)
     : sampleRate_(sampleRate) {
@@ -15,19 +41,22 @@ WavFileSink::WavFileSink(const std::filesystem::path& path, int sampleRate)
   info.samplerate = sampleRate;
   info.channels = 1;
   info.format = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
-  SNDFILE* file = sf_open(path.c_str(), SFM_WRITE, &info);
+  SNDFILE* file = sndfileFunction<decltype(sf_open)>("sf_open")(path.c_str(), SFM_WRITE, &info);
   if (!file) {
     throw SoundError("Could not create the sound file " + path.string() + ": " +
-                     sf_strerror(nullptr) + ".");
+                     sndfileFunction<decltype(sf_strerror)>("sf_strerror")(nullptr) + ".");
   }
   file_ = file;
 }
 
-WavFileSink::~WavFileSink() { sf_close(static_cast<SNDFILE*>(file_)); }
+WavFileSink::~WavFileSink() {
+  // The library is loaded: the constructor opened the file through it.
+  sndfile().function<decltype(sf_close)>("sf_close")(static_cast<SNDFILE*>(file_));
+}
 
 void WavFileSink::write(std::span<const float> samples) {
-  sf_write_float(static_cast<SNDFILE*>(file_), samples.data(),
-                 static_cast<sf_count_t>(samples.size()));
+  sndfile().function<decltype(sf_write_float)>("sf_write_float")(
+      static_cast<SNDFILE*>(file_), samples.data(), static_cast<sf_count_t>(samples.size()));
 }
 
 namespace {
@@ -37,8 +66,8 @@ class PulseSink final : public AudioSink {
   PulseSink(pa_simple* stream, int sampleRate) : stream_(stream), sampleRate_(sampleRate) {}
   ~PulseSink() override {
     int error = 0;
-    pa_simple_drain(stream_, &error);
-    pa_simple_free(stream_);
+    pulseSimple().function<decltype(pa_simple_drain)>("pa_simple_drain")(stream_, &error);
+    pulseSimple().function<decltype(pa_simple_free)>("pa_simple_free")(stream_);
   }
   PulseSink(const PulseSink&) = delete;
   PulseSink& operator=(const PulseSink&) = delete;
@@ -46,12 +75,14 @@ class PulseSink final : public AudioSink {
   [[nodiscard]] bool isRealtime() const override { return true; }
   void write(std::span<const float> samples) override {
     int error = 0;
-    pa_simple_write(stream_, samples.data(), samples.size() * sizeof(float), &error);
+    write_(stream_, samples.data(), samples.size() * sizeof(float), &error);
   }
 
  private:
   pa_simple* stream_;
   int sampleRate_;
+  decltype(pa_simple_write)* write_ =
+      pulseSimple().function<decltype(pa_simple_write)>("pa_simple_write");
 };
 
 }  // namespace
@@ -62,23 +93,28 @@ std::unique_ptr<AudioSink> openPulseSink(int sampleRate, const std::string& desc
   sampleFormat.rate = static_cast<std::uint32_t>(sampleRate);
   sampleFormat.channels = 1;
   int error = 0;
-  pa_simple* stream = pa_simple_new(nullptr, "Trivo", PA_STREAM_PLAYBACK, nullptr,
-                                    description.c_str(), &sampleFormat, nullptr, nullptr, &error);
+  // No sound server client installed is like no sound server running: no sink.
+  if (!pulseSimple().available()) return nullptr;
+  pa_simple* stream = pulseSimple().function<decltype(pa_simple_new)>("pa_simple_new")(
+      nullptr, "Trivo", PA_STREAM_PLAYBACK, nullptr, description.c_str(), &sampleFormat, nullptr,
+      nullptr, &error);
   if (!stream) return nullptr;
   return std::make_unique<PulseSink>(stream, sampleRate);
 }
 
 SoundClip readSoundFile(const std::filesystem::path& path) {
   SF_INFO info{};
-  SNDFILE* file = sf_open(path.c_str(), SFM_READ, &info);
+  SNDFILE* file = sndfileFunction<decltype(sf_open)>("sf_open")(path.c_str(), SFM_READ, &info);
   if (!file) {
-    throw SoundError("Could not read the sound " + path.string() + ": " + sf_strerror(nullptr) +
-                     ".");
+    throw SoundError("Could not read the sound " + path.string() + ": " +
+                     sndfileFunction<decltype(sf_strerror)>("sf_strerror")(nullptr) + ".");
   }
   std::vector<float> frames(static_cast<std::size_t>(info.frames) *
                             static_cast<std::size_t>(info.channels));
-  const sf_count_t read = sf_readf_float(file, frames.data(), info.frames);
-  sf_close(file);
+  const sf_count_t read =
+      sndfile().function<decltype(sf_readf_float)>("sf_readf_float")(file, frames.data(),
+                                                                     info.frames);
+  sndfile().function<decltype(sf_close)>("sf_close")(file);
   SoundClip clip;
   clip.sampleRate = info.samplerate;
   const auto channels = static_cast<std::size_t>(info.channels);

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "core/focus/cue_announcer.h"
+#include "core/platform/shared_library.h"
 
 extern char** environ;
 
@@ -34,13 +35,24 @@ void CueAnnouncer::announce(const Cue& cue, const std::string& text, double volu
 bool CueAnnouncer::notify(const std::string& summary, const std::string& body) {
   // Without a session bus libnotify cannot reach a notification service; asking would only wait.
   if (!std::getenv("DBUS_SESSION_BUS_ADDRESS") && !std::getenv("XDG_RUNTIME_DIR")) return false;
+  // Loaded on the first notification: libnotify brings GLib, GIO and GDK-Pixbuf with it.
+  static SharedLibrary libnotify("libnotify.so.4");
   static std::once_flag once;
   static bool ready = false;
-  std::call_once(once, [] { ready = notify_init("Trivo") != 0; });
+  std::call_once(once, [] {
+    try {
+      ready = libnotify.function<decltype(notify_init)>("notify_init")("Trivo") != 0;
+    } catch (const SharedLibraryError&) {
+      ready = false;  // no libnotify installed: like no notification service
+    }
+  });
   if (!ready) return false;
-  NotifyNotification* note = notify_notification_new(summary.c_str(), body.c_str(), nullptr);
-  const bool shown = notify_notification_show(note, nullptr) != 0;
-  g_object_unref(G_OBJECT(note));
+  NotifyNotification* note = libnotify.function<decltype(notify_notification_new)>(
+      "notify_notification_new")(summary.c_str(), body.c_str(), nullptr);
+  const bool shown = libnotify.function<decltype(notify_notification_show)>(
+                         "notify_notification_show")(note, nullptr) != 0;
+  // GObject's unref, found through libnotify's own dependencies.
+  libnotify.function<decltype(g_object_unref)>("g_object_unref")(note);
   return shown;
 }
 

@@ -2,14 +2,12 @@
 #include <algorithm>
 #include <cctype>
 
+#include "core/calendar/day_date.h"
 #include "core/records/repeat.h"
 
 namespace trivo {
 namespace {
 
-constexpr std::array<std::string_view, 12> kMonthNames = {
-    "January", "February", "March",     "April",   "May",      "June",
-    "July",    "August",   "September", "October", "November", "December"};
 constexpr std::array<std::string_view, 5> kOrdinalWords = {"first", "second", "third", "fourth",
                                                            "fifth"};
 constexpr std::array<Weekday, 5> kWorkdays = {Weekday::monday, Weekday::tuesday, Weekday::wednesday,
@@ -117,8 +115,8 @@ std::vector<std::string> words(std::string_view text) {
 std::optional<Weekday> weekdayWord(const std::string& word) { return weekdayFromCaseName(word); }
 
 std::optional<std::int64_t> monthWord(const std::string& word) {
-  for (std::size_t i = 0; i < kMonthNames.size(); ++i) {
-    if (lower(kMonthNames[i]) == word) return static_cast<std::int64_t>(i + 1);
+  for (std::int64_t month = 1; month <= 12; ++month) {
+    if (lower(englishMonthName(month)) == word) return month;
   }
   return std::nullopt;
 }
@@ -233,7 +231,7 @@ std::string Repeat::phrase() const {
         chosen.erase(std::unique(chosen.begin(), chosen.end()), chosen.end());
         std::vector<std::string> names;
         for (std::int64_t m : chosen) {
-          if (m >= 1 && m <= 12) names.emplace_back(kMonthNames[static_cast<std::size_t>(m - 1)]);
+          if (m >= 1 && m <= 12) names.emplace_back(englishMonthName(m));
         }
         if (!names.empty()) text += " in " + joinList(names);
         text += dayPart(*this);

@@ -231,17 +231,13 @@ bool Scratch::commitIf(const std::optional<std::string>& expected) {
     } catch (const FileError&) {
       late = expected;
     }
-    if (late == expected || !late) {
+    // Written to after the swap, and only appended to: the tail goes after our text, as it would
+    // have had it come a moment later. Anything else: their text goes back in place and ours is
+    // not written.
+    const bool untouched = !late || late == expected;
+    if (untouched || (late->starts_with(*expected) &&
+                      appendTail(std::string_view(*late).substr(expected->size())))) {
       fs_.unlink(scratch_.c_str());  // the old text, now replaced
-      placed_ = true;
-      release();
-      return true;
-    }
-    // Written to after the swap. When it was only appended to, the tail goes after our text, as
-    // it would have had it come a moment later. Anything else: their text goes back in place
-    // and ours is not written.
-    if (late->starts_with(*expected) && appendTail(std::string_view(*late).substr(expected->size()))) {
-      fs_.unlink(scratch_.c_str());
       placed_ = true;
       release();
       return true;

@@ -40,7 +40,9 @@ ConvertedFiles pagesOf(const fs::path& root) {
   for (auto it = fs::recursive_directory_iterator(root); it != fs::end(it); ++it) {
     if (it->path().filename() == ".trivo") {
       it.disable_recursion_pending();
-    } else if (it->is_regular_file()) {
+    } else if (it->is_regular_file() &&
+               !AtomicWrite::isScratchName(it->path().filename().string())) {
+      // A killed write leaves its scratch file until a later sweep finds it stale: not a page.
       out[it->path().lexically_relative(root).generic_string()] = Coordinated::read(it->path());
     }
   }

@@ -44,7 +44,7 @@ class CaptureCommand final : public Command {
     } else {
       InboxVault vault = InboxVault::open(context, false);
       guarded(vault, [&] {
-        InboxModel model(*vault.store, context.clock, today);
+        InboxModel model = captureModel(vault, context.clock, today);
         entry = model.capture(phrase);
         vault.store->flush();
       });

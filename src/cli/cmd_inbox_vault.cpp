@@ -7,6 +7,7 @@
 #include "cli/vault_settings.h"
 #include "core/backup/backup_store.h"
 #include "core/format/serializer_error.h"
+#include "core/search/search_index.h"
 #include "core/store/atomic_write.h"
 #include "core/store/serializer_codec.h"
 #include "core/vault/vault_locator.h"
@@ -27,6 +28,18 @@ InboxVault InboxVault::open(const Context& context, bool readOnly) {
 
 std::filesystem::path InboxVault::fileOf(const EntryKey& key) const {
   return store->paths().urlFor(key);
+}
+
+std::optional<std::filesystem::path> InboxVault::appendPointFile() const {
+  auto folder = SearchIndex::defaultCacheFolder(std::getenv("XDG_CACHE_HOME"), std::getenv("HOME"));
+  if (!folder) return std::nullopt;
+  return SearchIndex::cacheFile(*folder, root, "inbox-", ".json");
+}
+
+InboxModel captureModel(const InboxVault& vault, const Clock& clock, const DayDate& today) {
+  InboxModel model(*vault.store, clock, today);
+  if (auto file = vault.appendPointFile()) model.rememberAppendPoint(*file);
+  return model;
 }
 
 void guarded(const InboxVault& vault, const std::function<void()>& work) {

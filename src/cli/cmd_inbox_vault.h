@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -24,7 +25,12 @@ struct InboxVault {
   static InboxVault open(const Context& context, bool readOnly);
   // The file of a page, for messages.
   [[nodiscard]] std::filesystem::path fileOf(const EntryKey& key) const;
+  // Where captures keep the inbox's append point: the user's cache folder, one file per vault.
+  [[nodiscard]] std::optional<std::filesystem::path> appendPointFile() const;
 };
+
+// A model on the vault's store that captures by adding a line when it can.
+InboxModel captureModel(const InboxVault& vault, const Clock& clock, const DayDate& today);
 
 // Runs `work` (which reads and may write through `vault.store`, then flushes) and turns what the
 // store and the inbox model refuse into one sentence and an exit code: a page that cannot be

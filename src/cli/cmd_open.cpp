@@ -212,7 +212,7 @@ class OpenCommand final : public Command {
     root_ = vault.root;
     std::optional<InboxModel::Entry> entry;
     guarded(vault, [&] {
-      InboxModel model(*vault.store, context.clock);
+      InboxModel model = captureModel(vault, context.clock, DayDate::today(context.clock));
       entry = model.capture(words);
       vault.store->flush();
     });

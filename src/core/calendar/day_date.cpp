@@ -166,6 +166,19 @@ ISOWeek DayDate::isoWeek() const {
 }
 
 std::string DayDate::isoString() const {
+  // Pages hold thousands of these, so the common four-digit year skips printf.
+  if (year >= 0 && year <= 9999 && month >= 1 && month <= 12 && day >= 1 && day <= 31) {
+    std::string out(10, '-');
+    const auto put = [&out](std::size_t at, std::int64_t value, int width) {
+      for (int i = width - 1; i >= 0; --i, value /= 10) {
+        out[at + static_cast<std::size_t>(i)] = static_cast<char>('0' + value % 10);
+      }
+    };
+    put(0, year, 4);
+    put(5, month, 2);
+    put(8, day, 2);
+    return out;
+  }
   return stringPrintf("%04lld-%02lld-%02lld", static_cast<long long>(year),
                       static_cast<long long>(month), static_cast<long long>(day));
 }

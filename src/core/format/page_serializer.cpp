@@ -787,43 +787,65 @@ std::string inboxItemLine(TextSyntax syntax, const InboxItem& item) {
 void readInboxWords(TextSyntax syntax, std::string words, InboxItem& item, bool planned) {
   if (auto meta = syntax.splitMeta(words)) {
     words = meta->text;
-    std::set<std::string, std::less<>> seen;
-    for (auto& entry : metaEntries(meta->inner)) {
+    // Each known entry counts once; a repeated or unreadable one is kept as it stands. A long
+    // inbox reads thousands of these lines, so entries stay views until they are kept.
+    enum Known : unsigned { kId = 1, kCaptured = 2, kPulled = 4, kHidden = 8, kClosed = 16,
+                            kRepeat = 32, kDone = 64, kSomeday = 128, kWaiting = 256,
+                            kBlocked = 512 };
+    unsigned seen = 0;
+    std::string_view inner = meta->inner;
+    while (!inner.empty()) {
+      const auto dot = inner.find(" \u00B7 ");
+      const std::string_view entry = text::trim(inner.substr(0, dot));
+      inner = dot == std::string_view::npos ? std::string_view() : inner.substr(dot + 4);
+      if (entry.empty()) continue;
       const auto colon = entry.find(": ");
-      const std::string key = colon == std::string::npos ? entry : entry.substr(0, colon);
-      const std::string value =
-          colon == std::string::npos ? std::string() : entry.substr(colon + 2);
+      const std::string_view key = colon == std::string_view::npos ? entry : entry.substr(0, colon);
+      const std::string_view value =
+          colon == std::string_view::npos ? std::string_view() : entry.substr(colon + 2);
       auto readDay = [&value](std::optional<DayDate>& field) {
         field = DayDate::parse(value);
         return field.has_value();
       };
-      // Each known entry counts once; a repeated or unreadable one is kept as it stands.
+      unsigned bit = 0;
       bool taken = false;
-      if (seen.contains(key)) {
-        taken = false;
-      } else if (key == "id") {
-        item.id = value;
-        taken = !value.empty();
+      if (key == "id") {
+        bit = kId;
+        if (!(seen & bit)) {
+          item.id = value;
+          taken = !value.empty();
+        }
       } else if (key == "captured") {
-        taken = readDay(item.captured);
+        bit = kCaptured;
+        taken = !(seen & bit) && readDay(item.captured);
       } else if (key == "pulled") {
-        taken = readDay(item.pulledInto);
+        bit = kPulled;
+        taken = !(seen & bit) && readDay(item.pulledInto);
       } else if (key == "hidden") {
-        taken = readDay(item.hiddenUntil);
+        bit = kHidden;
+        taken = !(seen & bit) && readDay(item.hiddenUntil);
       } else if (key == "closed") {
-        const auto day = DayDate::parse(value.substr(0, 10));
-        const auto time = value.size() > 11 && value[10] == ' ' ? ClockTime::parse(value.substr(11))
-                                                                : std::nullopt;
-        taken = day && (value.size() == 10 || time);
-        if (taken) {
-          item.closed = day;
-          item.closedTime = time;
+        bit = kClosed;
+        if (!(seen & bit)) {
+          const auto day = DayDate::parse(value.substr(0, 10));
+          const auto time = value.size() > 11 && value[10] == ' '
+                                ? ClockTime::parse(value.substr(11))
+                                : std::nullopt;
+          taken = day && (value.size() == 10 || time);
+          if (taken) {
+            item.closed = day;
+            item.closedTime = time;
+          }
         }
       } else if (key == "repeat") {
-        item.repeats = Repeat::fromPhrase(value);
-        taken = item.repeats.has_value();
+        bit = kRepeat;
+        if (!(seen & bit)) {
+          item.repeats = Repeat::fromPhrase(value);
+          taken = item.repeats.has_value();
+        }
       } else if (key == "done") {
-        taken = !value.empty();
+        bit = kDone;
+        taken = !(seen & bit) && !value.empty();
         std::string_view rest = value;
         while (taken) {
           const auto comma = rest.find(',');
@@ -833,17 +855,18 @@ void readInboxWords(TextSyntax syntax, std::string words, InboxItem& item, bool 
           if (!d || comma == std::string_view::npos) break;
           rest = rest.substr(comma + 1);
         }
-        if (!taken) item.doneDates.clear();
+        if (!taken && !(seen & bit)) item.doneDates.clear();
       } else if (entry == "someday" || entry == "waiting" || (entry == "blocked" && item.done)) {
-        (entry == "someday"   ? item.someday
-         : entry == "waiting" ? item.waiting
-                              : item.blocked) = true;
-        taken = true;
+        bit = entry == "someday" ? kSomeday : entry == "waiting" ? kWaiting : kBlocked;
+        if (!(seen & bit)) {
+          (bit == kSomeday ? item.someday : bit == kWaiting ? item.waiting : item.blocked) = true;
+          taken = true;
+        }
       }
       if (taken) {
-        seen.insert(key);
+        seen |= bit;
       } else {
-        item.extraMeta.push_back(entry);
+        item.extraMeta.emplace_back(entry);
       }
     }
   }
@@ -928,7 +951,8 @@ std::string parseInboxText(TextSyntax syntax, std::string_view text,
        at = text.find("\n- [", at + 1)) {
     ++starts;
   }
-  items.reserve(items.size() + starts);
+  // One more for the item a capture appends, which would otherwise move them all once more.
+  items.reserve(items.size() + starts + 1);
   auto consume = outsideFences(syntax, inboxItemReader(syntax, items), refuse());
   for (auto line : text::lines(text)) {
     if (!consume(line) && !(text::isBlank(line) && (kept.empty() || text::isBlank(kept.back())))) {
@@ -1430,6 +1454,12 @@ std::string MarkdownSerializer::renderInbox(const Inbox& inbox) const {
   const std::string body = writeSections(syntax_, pass, {}, {});
   return assemblePage(syntax_, heading("file.inbox.title", "Inbox"), {{"type", "inbox"}},
                       inbox.passthrough, body);
+}
+
+std::string MarkdownSerializer::renderInboxListItem(const InboxItem& item) const {
+  std::vector<std::string> lines;
+  renderInboxItem(syntax_, item, lines);
+  return text::join(lines, "\n");
 }
 
 // ---- day ----

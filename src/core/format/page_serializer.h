@@ -40,6 +40,8 @@ class VaultSerializer {
   [[nodiscard]] virtual std::string renderYear(const YearEntry& entry) const = 0;
   [[nodiscard]] virtual Inbox parseInbox(std::string_view text) const = 0;
   [[nodiscard]] virtual std::string renderInbox(const Inbox& inbox) const = 0;
+  // One item as renderInbox writes it among the list items: its line and the lines under it.
+  [[nodiscard]] virtual std::string renderInboxListItem(const InboxItem& item) const = 0;
 };
 
 // The serializer of both syntaxes, made once per vault; section headings come from the content
@@ -67,6 +69,7 @@ class MarkdownSerializer final : public VaultSerializer {
   // The inbox page is one list of items under its title; headings of the user's own follow it.
   [[nodiscard]] Inbox parseInbox(std::string_view text) const override;
   [[nodiscard]] std::string renderInbox(const Inbox& inbox) const override;
+  [[nodiscard]] std::string renderInboxListItem(const InboxItem& item) const override;
 
   // The known sections of each page kind, in written order.
   [[nodiscard]] const std::vector<KnownSection>& dayKeys() const { return dayKeys_; }

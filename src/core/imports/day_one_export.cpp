@@ -8,6 +8,7 @@
 #include <memory>
 
 #include "core/convert/markup_converter.h"
+#include "core/platform/shared_library.h"
 #include "core/store/atomic_write.h"
 #include "core/util/iso_instant.h"
 #include "core/util/json_bounded.h"
@@ -62,19 +63,54 @@ std::vector<fs::path> journalsIn(const fs::path& folder) {
   return out;
 }
 
+// libzip is opened when an archive is imported, not by every command: with it come the
+// compression and crypto libraries, whose relocations every start would otherwise pay for.
+struct Zip {
+  decltype(zip_open)* open;
+  decltype(zip_discard)* discard;
+  decltype(zip_get_num_entries)* numEntries;
+  decltype(zip_stat_init)* statInit;
+  decltype(zip_stat_index)* statIndex;
+  decltype(zip_fopen_index)* fopenIndex;
+  decltype(zip_fread)* fread;
+  decltype(zip_fclose)* fclose;
+
+  // Throws ImportError when the library cannot be opened.
+  static const Zip& api() {
+    static SharedLibrary library("libzip.so.4");
+    static const Zip zip = [] {
+      try {
+        return Zip{library.function<decltype(zip_open)>("zip_open"),
+                   library.function<decltype(zip_discard)>("zip_discard"),
+                   library.function<decltype(zip_get_num_entries)>("zip_get_num_entries"),
+                   library.function<decltype(zip_stat_init)>("zip_stat_init"),
+                   library.function<decltype(zip_stat_index)>("zip_stat_index"),
+                   library.function<decltype(zip_fopen_index)>("zip_fopen_index"),
+                   library.function<decltype(zip_fread)>("zip_fread"),
+                   library.function<decltype(zip_fclose)>("zip_fclose")};
+      } catch (const SharedLibraryError& e) {
+        throw ImportError(std::string(e.what()) +
+                          " Install libzip4, or import the unpacked folder instead.");
+      }
+    }();
+    return zip;
+  }
+};
+
 struct ZipCloser {
-  void operator()(zip_t* z) const { zip_discard(z); }
+  void operator()(zip_t* z) const { Zip::api().discard(z); }
 };
 
 std::string readMember(zip_t* archive, zip_uint64_t index, zip_uint64_t size,
                        const std::string& shown) {
-  std::unique_ptr<zip_file_t, int (*)(zip_file_t*)> file(zip_fopen_index(archive, index, 0),
-                                                         zip_fclose);
+  const Zip& zip = Zip::api();
+  std::unique_ptr<zip_file_t, int (*)(zip_file_t*)> file(zip.fopenIndex(archive, index, 0),
+                                                         zip.fclose);
   if (!file) throw ImportError(fmt::format("{} is damaged: a member cannot be opened.", shown));
   std::string bytes(static_cast<std::size_t>(size), '\0');
   zip_uint64_t got = 0;
   while (got < size) {
-    const zip_int64_t n = zip_fread(file.get(), bytes.data() + got, size - got);
+    const zip_int64_t n = zip.fread(file.get(), bytes.data() + got, size - got);
     if (n <= 0) throw ImportError(fmt::format("{} is damaged: a member cannot be read.", shown));
     got += static_cast<zip_uint64_t>(n);
   }
@@ -201,21 +237,22 @@ DayOneExport::Read DayOneExport::read(const fs::path& source, VaultFormat to, Zo
     return parse(fileText(source, shown), source.parent_path() / "photos", to, zones, shown);
   }
 
+  const Zip& zip = Zip::api();
   int error = 0;
-  std::unique_ptr<zip_t, ZipCloser> archive(zip_open(source.c_str(), ZIP_RDONLY, &error));
+  std::unique_ptr<zip_t, ZipCloser> archive(zip.open(source.c_str(), ZIP_RDONLY, &error));
   if (!archive) {
     throw ImportError(fmt::format(
         "{} is not a zip archive that can be read; import Day One's JSON export (.zip, .json or "
         "its unpacked folder).",
         shown));
   }
-  const zip_int64_t count = zip_get_num_entries(archive.get(), 0);
+  const zip_int64_t count = zip.numEntries(archive.get(), 0);
   std::vector<std::pair<std::string, std::string>> journals;
   fs::create_directories(scratch / "photos");
   for (zip_int64_t i = 0; i < count; ++i) {
     zip_stat_t stat;
-    zip_stat_init(&stat);
-    if (zip_stat_index(archive.get(), static_cast<zip_uint64_t>(i), 0, &stat) != 0 ||
+    zip.statInit(&stat);
+    if (zip.statIndex(archive.get(), static_cast<zip_uint64_t>(i), 0, &stat) != 0 ||
         !(stat.valid & ZIP_STAT_NAME) || !(stat.valid & ZIP_STAT_SIZE)) {
       throw ImportError(fmt::format("{} is damaged: its list of members does not read.", shown));
     }

@@ -6,6 +6,8 @@
 #include <cstdio>
 
 #include "core/calendar/clock_time.h"
+#include "core/format/page_serializer.h"
+#include "core/inbox/inbox_append_point.h"
 #include "core/store/vault_store.h"
 
 namespace trivo {
@@ -116,14 +118,45 @@ InboxModel::Entry InboxModel::capture(const CapturePhrase& phrase) {
   item.someday = phrase.someday;
   item.waiting = phrase.waiting;
   item.alerts = phrase.alerts;
+  if (appendPointFile_) {
+    if (auto entry = captureByAdding(item)) return *std::move(entry);
+  }
   Inbox inbox = load();
   // After the last list item: where the page will hold it.
   const auto at = std::find_if(inbox.items.begin(), inbox.items.end(),
                                [](const InboxItem& i) { return i.orgHeading; });
   const auto index = static_cast<std::size_t>(at - inbox.items.begin());
-  inbox.items.insert(at, item);
+  if (at == inbox.items.end()) {
+    inbox.items.push_back(item);
+  } else {
+    inbox.items.insert(at, item);
+  }
   store_.save(inbox);
+  if (appendPointFile_) {
+    const auto text = store_.peekText(EntryKey::inbox());
+    const auto point =
+        text ? InboxAppendPoint::after(*text, item.id, numberAt(index)) : std::nullopt;
+    if (point) {
+      point->save(*appendPointFile_);
+    } else {
+      InboxAppendPoint::forget(*appendPointFile_);
+    }
+  }
   return {numberAt(index), std::move(item)};
+}
+
+std::optional<InboxModel::Entry> InboxModel::captureByAdding(const InboxItem& item) {
+  const auto point = InboxAppendPoint::load(*appendPointFile_);
+  if (!point) return std::nullopt;
+  const std::string line = store_.serializer().renderInboxListItem(item);
+  if (!InboxAppendPoint::canAdd(line)) return std::nullopt;
+  const auto text = store_.loadText(EntryKey::inbox());
+  if (!text || !point->fits(*text)) return std::nullopt;
+  std::string added = point->add(*text, line);
+  const InboxAppendPoint next = point->next(added, line);
+  store_.saveText(EntryKey::inbox(), std::move(added));
+  next.save(*appendPointFile_);
+  return Entry{next.number, item};
 }
 
 InboxModel::Entry InboxModel::setDone(std::int64_t number, bool done) {
@@ -189,8 +222,11 @@ Inbox InboxModel::load() {
   // back above the headings. Numbers follow the page as it will read, so that the number a
   // capture prints is the number `done` takes afterwards.
   Inbox inbox = store_.inbox();
-  std::stable_partition(inbox.items.begin(), inbox.items.end(),
-                        [](const InboxItem& item) { return !item.orgHeading; });
+  const auto listItem = [](const InboxItem& item) { return !item.orgHeading; };
+  // The partition moves every item through a scratch buffer; a page read back is in order.
+  if (!std::is_partitioned(inbox.items.begin(), inbox.items.end(), listItem)) {
+    std::stable_partition(inbox.items.begin(), inbox.items.end(), listItem);
+  }
   return inbox;
 }
 

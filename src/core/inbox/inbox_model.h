@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cstdint>
+#include <filesystem>
 #include <functional>
 #include <optional>
 #include <string>
@@ -61,6 +62,11 @@ class InboxModel {
 
   [[nodiscard]] const DayDate& today() const { return today_; }
 
+  // Keeps in `file` (a cache) where the next capture goes in the inbox page, so that a capture
+  // into an inbox this program wrote last adds a line instead of writing every item again. A
+  // page changed since in any way takes the long way. Off until called.
+  void rememberAppendPoint(std::filesystem::path file) { appendPointFile_ = std::move(file); }
+
   // --- Reading (as the page reads now; nothing is recorded in the store).
 
   // Every item with its number, in page order.
@@ -101,11 +107,13 @@ class InboxModel {
 
  private:
   Inbox load();
+  std::optional<Entry> captureByAdding(const InboxItem& item);
   Entry change(std::int64_t number, const std::function<void(InboxItem&)>& edit);
 
   VaultStore& store_;
   const Clock& clock_;
   DayDate today_;
+  std::optional<std::filesystem::path> appendPointFile_;
 };
 
 void to_json(Json& j, const InboxModel::List& l);

@@ -1,5 +1,6 @@
 // Building, refreshing and querying the vault's full-text index.
 #include "core/search/search_index.h"
+#include "core/util/fnv_hash.h"
 
 #include <sys/stat.h>
 
@@ -109,15 +110,6 @@ std::string ftsPhrase(std::string_view term) {
   return out + "\"";
 }
 
-std::uint64_t fnv1aHash(std::string_view text) {
-  std::uint64_t hash = 14695981039346656037ULL;
-  for (char c : text) {
-    hash ^= static_cast<unsigned char>(c);
-    hash *= 1099511628211ULL;
-  }
-  return hash;
-}
-
 struct FileRow {
   std::string path;
   std::optional<EntryKey> page;
@@ -138,13 +130,18 @@ std::optional<fs::path> SearchIndex::defaultCacheFolder(const char* xdgCacheHome
 }
 
 fs::path SearchIndex::databaseFile(const fs::path& cacheFolder, const fs::path& vault) {
+  return cacheFile(cacheFolder, vault, "search-", ".sqlite");
+}
+
+fs::path SearchIndex::cacheFile(const fs::path& cacheFolder, const fs::path& vault,
+                                std::string_view prefix, std::string_view suffix) {
   std::error_code ec;
   fs::path absolute = fs::weakly_canonical(vault, ec);
   if (ec) absolute = fs::absolute(vault);
   char hex[17];
   std::snprintf(hex, sizeof hex, "%016llx",
                 static_cast<unsigned long long>(fnv1aHash(absolute.lexically_normal().string())));
-  return cacheFolder / ("search-" + std::string(hex) + ".sqlite");
+  return cacheFolder / (std::string(prefix) + hex + std::string(suffix));
 }
 
 SearchIndex::SearchIndex(Options options) : options_(std::move(options)) {

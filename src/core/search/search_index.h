@@ -67,6 +67,10 @@ class SearchIndex {
   // The database file of a vault: "search-<hash of the vault's absolute path>.sqlite".
   static std::filesystem::path databaseFile(const std::filesystem::path& cacheFolder,
                                             const std::filesystem::path& vault);
+  // A vault's file in the cache folder: PREFIX + the hash of the vault's absolute path + SUFFIX.
+  static std::filesystem::path cacheFile(const std::filesystem::path& cacheFolder,
+                                         const std::filesystem::path& vault,
+                                         std::string_view prefix, std::string_view suffix);
 
   // Opens the vault's database, creating it (or replacing a damaged one) as needed; the files
   // are read on the first refresh. Throws SqliteError when the cache folder cannot hold a

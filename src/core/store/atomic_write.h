@@ -148,6 +148,11 @@ std::string read(const std::filesystem::path& path, FileSystem* fileSystem = nul
 std::optional<std::string> readIfExists(const std::filesystem::path& path,
                                         FileSystem* fileSystem = nullptr);
 
+// Whether the file exists and holds exactly `expected`, compared without reading it whole.
+// Throws FileError as readIfExists does.
+bool holds(const std::filesystem::path& path, std::string_view expected,
+           FileSystem* fileSystem = nullptr);
+
 // The JSON value of a settings or record file, or nothing when it is missing, cannot be read (as
 // `readIfExists` refuses it), is not JSON, or nests deeper than any record of ours. Never throws.
 std::optional<Json> readJson(const std::filesystem::path& path);

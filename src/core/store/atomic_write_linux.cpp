@@ -201,7 +201,7 @@ bool Scratch::commitIf(const std::optional<std::string>& expected) {
     finish();
     return true;
   }
-  if (Coordinated::readIfExists(target_, &fs_) != expected) return false;
+  if (!Coordinated::holds(target_, *expected, &fs_)) return false;
   if (fs_.rename(scratch_.c_str(), target_.c_str(), RENAME_EXCHANGE) != 0) {
     const int code = errno;
     if (code == ENOENT) return false;  // deleted since the check: a change like any other
@@ -215,21 +215,23 @@ bool Scratch::commitIf(const std::optional<std::string>& expected) {
   }
   // The scratch name now holds what was in place a moment ago. If another program changed it
   // after our check, its text goes back and ours is not written.
-  std::optional<std::string> swappedOut;
+  bool swappedOut = false;
   try {
-    swappedOut = Coordinated::readIfExists(scratch_, &fs_);
+    swappedOut = Coordinated::holds(scratch_, *expected, &fs_);
   } catch (const FileError&) {
-    swappedOut.reset();
+    swappedOut = false;
   }
-  if (swappedOut == expected) {
+  if (swappedOut) {
     // A program that opened the old file before the swap (a shell's `>>`) may still write into
     // it. Look at it once more after the folder sync, which takes a while, before letting it go.
     if (options_.durable) syncFolder(fs_, folder_);
     std::optional<std::string> late;
     try {
-      late = Coordinated::readIfExists(scratch_, &fs_);
+      if (!Coordinated::holds(scratch_, *expected, &fs_)) {
+        late = Coordinated::readIfExists(scratch_, &fs_);
+      }
     } catch (const FileError&) {
-      late = expected;
+      late.reset();
     }
     // Written to after the swap, and only appended to: the tail goes after our text, as it would
     // have had it come a moment later. Anything else: their text goes back in place and ours is
@@ -350,45 +352,95 @@ Lock::~Lock() {
   if (fd_ >= 0) ::close(fd_);  // closing the description releases the lock
 }
 
-std::optional<std::string> readIfExists(const fs::path& path, FileSystem* fileSystem) {
-  FileSystem& fs = fileSystem ? *fileSystem : FileSystem::real();
-  // O_NONBLOCK: opening a FIFO must not wait for a writer. It changes nothing for regular files.
-  const int fd = fs.open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0);
-  if (fd < 0) {
-    if (errno == ENOENT) return std::nullopt;
-    throw FileError(errno, path, "read");
-  }
-  struct Closer {
-    FileSystem& fs;
-    int fd;
-    ~Closer() { fs.close(fd); }
-  } closer{fs, fd};
+namespace {
+
+// An open regular file, closed on the way out; fd is -1 when the file does not exist.
+struct RegularFile {
+  FileSystem& fs;
+  int fd = -1;
   struct stat st {};
-  if (fs.fstat(fd, &st) != 0) throw FileError(errno, path, "read");
-  if (S_ISDIR(st.st_mode)) throw FileError(EISDIR, path, "read", "it is a folder, not a file");
-  if (!S_ISREG(st.st_mode)) {
-    throw FileError(EINVAL, path, "read", "it is not a regular file (a FIFO, socket or device)");
+
+  RegularFile(const fs::path& path, FileSystem& fileSystem) : fs(fileSystem) {
+    // O_NONBLOCK: opening a FIFO must not wait for a writer. It changes nothing for files.
+    fd = fs.open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0);
+    if (fd < 0) {
+      if (errno == ENOENT) return;
+      throw FileError(errno, path, "read");
+    }
+    if (fs.fstat(fd, &st) != 0) {
+      const int code = errno;
+      fs.close(fd);
+      throw FileError(code, path, "read");
+    }
+    if (!S_ISREG(st.st_mode)) {
+      fs.close(fd);
+      if (S_ISDIR(st.st_mode)) throw FileError(EISDIR, path, "read", "it is a folder, not a file");
+      throw FileError(EINVAL, path, "read", "it is not a regular file (a FIFO, socket or device)");
+    }
   }
+  ~RegularFile() {
+    if (fd >= 0) fs.close(fd);
+  }
+  RegularFile(const RegularFile&) = delete;
+  RegularFile& operator=(const RegularFile&) = delete;
+};
+
+}  // namespace
+
+bool holds(const fs::path& path, std::string_view expected, FileSystem* fileSystem) {
+  RegularFile file(path, fileSystem ? *fileSystem : FileSystem::real());
+  if (file.fd < 0 || static_cast<std::uint64_t>(file.st.st_size) != expected.size()) return false;
+  // Compared a piece at a time: a page is checked several times per write, and reading it whole
+  // each time would allocate and fault in a copy of it.
+  std::array<char, 16384> buffer;
+  std::size_t at = 0;
+  for (;;) {
+    const ssize_t n = file.fs.read(file.fd, buffer.data(), buffer.size());
+    if (n < 0) {
+      if (errno == EINTR) continue;
+      throw FileError(errno, path, "read");
+    }
+    if (n == 0) return at == expected.size();
+    const auto got = static_cast<std::size_t>(n);
+    if (got > expected.size() - at ||
+        std::memcmp(buffer.data(), expected.data() + at, got) != 0) {
+      return false;
+    }
+    at += got;
+  }
+}
+
+std::optional<std::string> readIfExists(const fs::path& path, FileSystem* fileSystem) {
+  RegularFile file(path, fileSystem ? *fileSystem : FileSystem::real());
+  if (file.fd < 0) return std::nullopt;
+  FileSystem& fs = file.fs;
+  const int fd = file.fd;
+  const struct stat& st = file.st;
   const auto tooLarge = [&] {
     return FileError(EFBIG, path, "read",
                      "it holds more than " + std::to_string(kMaxFileBytes >> 20) +
                          " MiB, more than any page or settings file");
   };
   if (static_cast<std::uint64_t>(st.st_size) > kMaxFileBytes) throw tooLarge();
-  std::string text;
-  text.reserve(static_cast<std::size_t>(st.st_size));
-  std::array<char, 16384> buffer{};
+  // Read straight into the text, one byte more than the size so that the end is seen in the
+  // same call; a file that grows meanwhile makes room for more, bounded all the same.
+  std::string text(static_cast<std::size_t>(st.st_size) + 1, '\0');
+  std::size_t used = 0;
   for (;;) {
-    const ssize_t n = fs.read(fd, buffer.data(), buffer.size());
+    if (used == text.size()) {
+      if (used > kMaxFileBytes) throw tooLarge();
+      text.resize(std::min<std::size_t>(used * 2 + 4096, kMaxFileBytes + 1));
+    }
+    const ssize_t n = fs.read(fd, text.data() + used, text.size() - used);
     if (n < 0) {
       if (errno == EINTR) continue;
       throw FileError(errno, path, "read");
     }
     if (n == 0) break;
-    text.append(buffer.data(), static_cast<std::size_t>(n));
-    // A file that grows while it is read is bounded all the same.
-    if (text.size() > kMaxFileBytes) throw tooLarge();
+    used += static_cast<std::size_t>(n);
   }
+  if (used > kMaxFileBytes) throw tooLarge();
+  text.resize(used);
   return text;
 }
 

@@ -280,6 +280,24 @@ TEST(Coordinated, ReadsRegularFilesOnly) {
   }
 }
 
+TEST(Coordinated, HoldsComparesTheWholeFileWithoutBeingFooledBySizeOrPrefix) {
+  TempDir dir;
+  // Larger than one read, so the comparison crosses pieces.
+  std::string text(50'000, 'a');
+  text += "the end";
+  const fs::path file = dir.write("page.md", text);
+  EXPECT_TRUE(Coordinated::holds(file, text));
+  EXPECT_FALSE(Coordinated::holds(file, text.substr(0, text.size() - 1))) << "a prefix";
+  EXPECT_FALSE(Coordinated::holds(file, text + "!")) << "longer";
+  std::string sameSize = text;
+  sameSize[40'000] = 'b';
+  EXPECT_FALSE(Coordinated::holds(file, sameSize)) << "one byte differs in a later piece";
+  EXPECT_FALSE(Coordinated::holds(dir.path() / "missing.md", ""));
+  EXPECT_TRUE(Coordinated::holds(dir.write("empty.md", ""), ""));
+  fs::create_directories(dir.path() / "folder.md");
+  EXPECT_THROW((void)Coordinated::holds(dir.path() / "folder.md", ""), FileError);
+}
+
 TEST(Coordinated, ReadReportsMissingFiles) {
   TempDir dir;
   EXPECT_EQ(Coordinated::readIfExists(dir.path() / "none"), std::nullopt);

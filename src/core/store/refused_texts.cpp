@@ -1,5 +1,6 @@
 // Kept refused texts and the conflict copies of sync tools.
 #include "core/store/refused_texts.h"
+#include "core/util/fnv_hash.h"
 
 #include <algorithm>
 #include <atomic>
@@ -17,15 +18,6 @@ namespace trivo {
 namespace {
 
 namespace fs = std::filesystem;
-
-std::uint64_t fnv1a(std::string_view text) {
-  std::uint64_t hash = 14695981039346656037ull;
-  for (const char c : text) {
-    hash ^= static_cast<unsigned char>(c);
-    hash *= 1099511628211ull;
-  }
-  return hash;
-}
 
 std::string hex(std::uint64_t value, int digits) {
   static constexpr char kDigits[] = "0123456789abcdef";
@@ -58,7 +50,7 @@ std::optional<fs::path> RefusedTexts::folderFor(const fs::path& vaultRoot) {
   if (ec) real = fs::absolute(vaultRoot, ec);
   std::string name = real.filename().string();
   if (name.empty()) name = "vault";
-  return home / "trivo" / (name + "-" + hex(fnv1a(real.string()), 12)) / "refused";
+  return home / "trivo" / (name + "-" + hex(fnv1aHash(real.string()), 12)) / "refused";
 }
 
 std::string RefusedTexts::keep(const EntryKey& key, const fs::path& file, std::string_view text,
@@ -73,7 +65,7 @@ std::string RefusedTexts::keep(const EntryKey& key, const fs::path& file, std::s
   const auto ms = std::chrono::duration_cast<std::chrono::milliseconds>(now.time_since_epoch());
   const std::string id = hex(static_cast<std::uint64_t>(ms.count()), 12) + "-" +
                          hex(keptInThisProcess++, 4) + "-" +
-                         hex(fnv1a(InboxItem::newId() + std::string(text)), 8);
+                         hex(fnv1aHash(InboxItem::newId() + std::string(text)), 8);
   Json j = Json::object();
   j["page"] = pageKeyText(key);
   j["file"] = file.string();

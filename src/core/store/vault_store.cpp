@@ -80,7 +80,6 @@ VaultStore::VaultStore(Vault vault, Options options)
       options_.keep = std::make_shared<RefusedTexts>(*folder, clock_);
     }
   }
-  timer_ = std::thread([this] { timerLoop(); });
 }
 
 std::size_t VaultStore::removeStaleScratchFiles() {
@@ -101,9 +100,11 @@ VaultStore::~VaultStore() {
     std::lock_guard watcherLock(watcherMu_);
     watcher_.reset();
   }
+  std::thread timer;
   {
     std::unique_lock lock(mu_);
     stopping_ = true;
+    timer = std::move(timer_);
     try {
       flushLocked();
     } catch (const std::exception&) {
@@ -124,7 +125,7 @@ VaultStore::~VaultStore() {
     }
   }
   timerWake_.notify_all();
-  timer_.join();
+  if (timer.joinable()) timer.join();
 }
 
 // --- Reading
@@ -218,6 +219,9 @@ void VaultStore::saveText(const EntryKey& key, std::string text, bool force, boo
 
 void VaultStore::scheduleFlushLocked() {
   flushAt_ = std::chrono::steady_clock::now() + options_.debounce;
+  // Started on the first debounced write: a command that reads, or flushes itself, never needs
+  // the thread.
+  if (!timer_.joinable() && !stopping_) timer_ = std::thread([this] { timerLoop(); });
   timerWake_.notify_all();
 }
 
@@ -284,7 +288,9 @@ void VaultStore::flushLocked() {
   // between.
   Coordinated::Lock vaultLock(vault_.rootURL);
   for (auto& [key, scratch] : scratches) {
-    const Pending job = pending_.at(key);
+    // Not a copy: pages run to hundreds of kilobytes. Every path below that ends the job
+    // (refuseLocked, the erase at the end) is its last use.
+    const Pending& job = pending_.at(key);
     const fs::path file = paths_.urlFor(key);
     std::error_code ec;
     if (!fs::exists(file, ec) && fs::exists(placeholderFor(file), ec)) {
@@ -334,11 +340,11 @@ void VaultStore::flushLocked() {
     cloud_->touched(file);
     ++writeCount_;
     if (options_.wrote) options_.wrote(key, disk);
-    undoStack_.push_back(Step{key, disk, job.text});
+    undoStack_.push_back(Step{key, std::move(disk), job.text});
     if (undoStack_.size() > kUndoLimit) undoStack_.erase(undoStack_.begin());
     redoStack_.clear();
-    snapshots_[key] = job.text;
-    pending_.erase(key);
+    auto done = pending_.extract(key);
+    snapshots_[key] = std::move(done.mapped().text);
   }
 }
 

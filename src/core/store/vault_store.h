@@ -174,6 +174,8 @@ class VaultStore {
   // not parse (one queued as raw text) is not forgotten: it stays for takeRefused().
   std::vector<DayEntry> takeRefusedDays(const DayDate& date);
   std::vector<Inbox> takeRefusedInboxes();
+  // The serializer the records above are read and written with (std::logic_error without one).
+  [[nodiscard]] const VaultSerializer& serializer() const;
 
   // --- Undo and redo (the last 100 writes). Each first flushes; a page changed outside since
   // the step throws VaultError::changedOnDisk and leaves both stacks alone.
@@ -224,7 +226,6 @@ class VaultStore {
   void putLocked(const std::optional<std::string>& text, const EntryKey& key,
                  const std::optional<std::string>& expected);
   void timerLoop();
-  [[nodiscard]] const VaultSerializer& serializer() const;
   template <typename Record, typename Parse>
   std::vector<Record> takeRefusedRecords(const EntryKey& key, Parse parse);
   [[nodiscard]] Instant now() const { return clock_->now(); }

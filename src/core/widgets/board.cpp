@@ -1,5 +1,6 @@
 // The widget board page and its request policy.
 #include "core/widgets/board.h"
+#include "core/util/fnv_hash.h"
 
 #include <algorithm>
 #include <cctype>
@@ -160,14 +161,8 @@ std::string boardMain(const LiveState& state, const ViewContext& context) {
 }
 
 std::string boardVersion(std::string_view mainHtml) {
-  // FNV-1a: stable across runs and builds, unlike std::hash, so a tab that outlives a restart
-  // of the server still compares equal versions.
-  std::uint64_t hash = 14695981039346656037ull;
-  for (char c : mainHtml) {
-    hash ^= static_cast<unsigned char>(c);
-    hash *= 1099511628211ull;
-  }
-  return stringPrintf("%016llx", static_cast<unsigned long long>(hash));
+  // A tab that outlives a restart of the server still compares equal versions.
+  return stringPrintf("%016llx", static_cast<unsigned long long>(fnv1aHash(mainHtml)));
 }
 
 std::string boardPage(const LiveState& state, const ViewContext& context, long reloadSeconds) {

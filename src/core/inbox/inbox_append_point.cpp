@@ -1,0 +1,127 @@
+// Adding a captured item's line to an inbox text at a remembered point.
+#include "core/inbox/inbox_append_point.h"
+
+#include <unistd.h>
+
+#include <cstdio>
+#include <fstream>
+#include <sstream>
+#include <system_error>
+
+#include "core/format/text_syntax.h"
+#include "core/format/text_util.h"
+#include "core/util/fnv_hash.h"
+#include "core/util/json_fields.h"
+
+namespace trivo {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::string_view kListLine = "- [";
+
+// Whether the line opens or closes a fenced block in either syntax: the syntax of the page is
+// not known here, and declining a line that only looks like a fence costs no more than the
+// long way.
+bool togglesFence(std::string_view line) {
+  FenceTracker markdown(TextSyntax::markdown);
+  FenceTracker org(TextSyntax::org);
+  return markdown.feed(line) || org.feed(line);
+}
+
+}  // namespace
+
+std::optional<InboxAppendPoint> InboxAppendPoint::after(std::string_view text, std::string_view id,
+                                                        std::int64_t number) {
+  if (id.empty()) return std::nullopt;
+  const auto at = text.find(id);
+  if (at == std::string_view::npos || text.find(id, at + 1) != std::string_view::npos) {
+    return std::nullopt;
+  }
+  const auto lineStart = text.rfind('\n', at) == std::string_view::npos ? 0
+                                                                         : text.rfind('\n', at) + 1;
+  const auto lineEnd = std::min(text.find('\n', at), text.size());
+  if (!text.substr(lineStart).starts_with(kListLine)) return std::nullopt;
+  // Nothing may hang under the line: the next line, if any, is blank.
+  if (lineEnd < text.size()) {
+    const auto nextEnd = std::min(text.find('\n', lineEnd + 1), text.size());
+    if (!text::isBlank(text.substr(lineEnd + 1, nextEnd - lineEnd - 1))) return std::nullopt;
+  }
+  FenceTracker markdown(TextSyntax::markdown);
+  FenceTracker org(TextSyntax::org);
+  for (auto line : text::lines(text.substr(0, lineEnd))) {
+    markdown.feed(line);
+    org.feed(line);
+  }
+  if (markdown.inFence() || org.inFence()) return std::nullopt;
+  return InboxAppendPoint{text.size(), fnv1aHash(text), lineEnd, number};
+}
+
+bool InboxAppendPoint::canAdd(std::string_view line) {
+  return line.starts_with(kListLine) && line.find_first_of("\r\n") == std::string_view::npos &&
+         !togglesFence(line);
+}
+
+bool InboxAppendPoint::fits(std::string_view text) const {
+  return text.size() == size && offset <= text.size() && fnv1aHash(text) == hash;
+}
+
+std::string InboxAppendPoint::add(std::string_view text, std::string_view line) const {
+  std::string out;
+  out.reserve(text.size() + line.size() + 1);
+  out.append(text.substr(0, offset));
+  out += '\n';
+  out.append(line);
+  out.append(text.substr(offset));
+  return out;
+}
+
+InboxAppendPoint InboxAppendPoint::next(std::string_view text, std::string_view line) const {
+  return {text.size(), fnv1aHash(text), offset + 1 + line.size(), number + 1};
+}
+
+std::optional<InboxAppendPoint> InboxAppendPoint::load(const fs::path& file) {
+  std::ifstream in(file, std::ios::binary);
+  if (!in) return std::nullopt;
+  std::ostringstream buffer;
+  buffer << in.rdbuf();
+  const Json j = Json::parse(buffer.str(), nullptr, false);
+  if (!j.is_object()) return std::nullopt;
+  InboxAppendPoint point;
+  try {
+    point.size = j.at("size").get<std::uint64_t>();
+    point.hash = std::stoull(j.at("hash").get<std::string>(), nullptr, 16);
+    point.offset = j.at("offset").get<std::uint64_t>();
+    point.number = j.at("number").get<std::int64_t>();
+  } catch (const std::exception&) {
+    return std::nullopt;
+  }
+  if (point.offset > point.size || point.number < 1) return std::nullopt;
+  return point;
+}
+
+void InboxAppendPoint::save(const fs::path& file) const {
+  std::error_code ec;
+  fs::create_directories(file.parent_path(), ec);
+  char hex[17];
+  std::snprintf(hex, sizeof hex, "%016llx", static_cast<unsigned long long>(hash));
+  const Json j = {{"size", size}, {"hash", hex}, {"offset", offset}, {"number", number}};
+  const fs::path scratch = file.string() + "." + std::to_string(::getpid()) + ".tmp";
+  {
+    std::ofstream out(scratch, std::ios::binary | std::ios::trunc);
+    out << j.dump() << '\n';
+    if (!out.flush()) {
+      fs::remove(scratch, ec);
+      return;
+    }
+  }
+  fs::rename(scratch, file, ec);
+  if (ec) fs::remove(scratch, ec);
+}
+
+void InboxAppendPoint::forget(const fs::path& file) {
+  std::error_code ec;
+  fs::remove(file, ec);
+}
+
+}  // namespace trivo

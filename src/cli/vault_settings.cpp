@@ -41,7 +41,8 @@ std::unique_ptr<VaultStore> openCommandStore(const std::filesystem::path& root,
       options.readOnly = true;
       break;
     case StoreWrites::whenDone:
-      options.debounce = std::chrono::hours(24);
+      options.debounced = false;
+      options.undoable = false;
       break;
     case StoreWrites::atOnce:
       options.debounce = std::chrono::milliseconds(0);

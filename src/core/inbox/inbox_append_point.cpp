@@ -66,14 +66,10 @@ bool InboxAppendPoint::fits(std::string_view text) const {
   return text.size() == size && offset <= text.size() && fnv1aHash(text) == hash;
 }
 
-std::string InboxAppendPoint::add(std::string_view text, std::string_view line) const {
-  std::string out;
-  out.reserve(text.size() + line.size() + 1);
-  out.append(text.substr(0, offset));
-  out += '\n';
-  out.append(line);
-  out.append(text.substr(offset));
-  return out;
+void InboxAppendPoint::add(std::string& text, std::string_view line) const {
+  // In place: a page read by the store has room for a line, so nothing is copied but its tail.
+  text.insert(offset, 1 + line.size(), '\n');
+  text.replace(offset + 1, line.size(), line);
 }
 
 InboxAppendPoint InboxAppendPoint::next(std::string_view text, std::string_view line) const {

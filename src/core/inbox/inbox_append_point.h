@@ -34,8 +34,8 @@ struct InboxAppendPoint {
 
   // Whether this point was taken from exactly this text.
   [[nodiscard]] bool fits(std::string_view text) const;
-  // `text` (which fits) with `line` (which canAdd) added as the new last list item.
-  [[nodiscard]] std::string add(std::string_view text, std::string_view line) const;
+  // Adds `line` (which canAdd) to `text` (which fits) as the new last list item, in place.
+  void add(std::string& text, std::string_view line) const;
   // The point after `line` once add() put it there.
   [[nodiscard]] InboxAppendPoint next(std::string_view text, std::string_view line) const;
 

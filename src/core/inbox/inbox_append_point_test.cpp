@@ -178,7 +178,8 @@ TEST(InboxAppendPoint, IsFoundOnlyAfterAListLineWithNothingUnderItAndOutsideFenc
   ASSERT_TRUE(point);
   EXPECT_EQ(point->offset, page.find(line) + line.size());
   EXPECT_TRUE(point->fits(page));
-  const std::string added = point->add(page, "- [ ] next");
+  std::string added = page;
+  point->add(added, "- [ ] next");
   EXPECT_EQ(added, "# Inbox\n\n- [ ] first\n" + line + "\n- [ ] next\n\n## Mine\n");
   const auto next = point->next(added, "- [ ] next");
   EXPECT_EQ(next.number, 3);

@@ -150,11 +150,11 @@ std::optional<InboxModel::Entry> InboxModel::captureByAdding(const InboxItem& it
   if (!point) return std::nullopt;
   const std::string line = store_.serializer().renderInboxListItem(item);
   if (!InboxAppendPoint::canAdd(line)) return std::nullopt;
-  const auto text = store_.loadText(EntryKey::inbox());
+  auto text = store_.loadText(EntryKey::inbox());
   if (!text || !point->fits(*text)) return std::nullopt;
-  std::string added = point->add(*text, line);
-  const InboxAppendPoint next = point->next(added, line);
-  store_.saveText(EntryKey::inbox(), std::move(added));
+  point->add(*text, line);
+  const InboxAppendPoint next = point->next(*text, line);
+  store_.saveText(EntryKey::inbox(), *std::move(text));
   next.save(*appendPointFile_);
   return Entry{next.number, item};
 }

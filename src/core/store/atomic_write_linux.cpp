@@ -423,8 +423,11 @@ std::optional<std::string> readIfExists(const fs::path& path, FileSystem* fileSy
   };
   if (static_cast<std::uint64_t>(st.st_size) > kMaxFileBytes) throw tooLarge();
   // Read straight into the text, one byte more than the size so that the end is seen in the
-  // same call; a file that grows meanwhile makes room for more, bounded all the same.
-  std::string text(static_cast<std::size_t>(st.st_size) + 1, '\0');
+  // same call; a file that grows meanwhile makes room for more, bounded all the same. The room
+  // reserved past the end lets a caller add a line without copying the page.
+  std::string text;
+  text.reserve(static_cast<std::size_t>(st.st_size) + 4096);
+  text.resize(static_cast<std::size_t>(st.st_size) + 1);
   std::size_t used = 0;
   for (;;) {
     if (used == text.size()) {

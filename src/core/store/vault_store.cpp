@@ -218,6 +218,7 @@ void VaultStore::saveText(const EntryKey& key, std::string text, bool force, boo
 }
 
 void VaultStore::scheduleFlushLocked() {
+  if (!options_.debounced) return;
   flushAt_ = std::chrono::steady_clock::now() + options_.debounce;
   // Started on the first debounced write: a command that reads, or flushes itself, never needs
   // the thread.
@@ -340,9 +341,11 @@ void VaultStore::flushLocked() {
     cloud_->touched(file);
     ++writeCount_;
     if (options_.wrote) options_.wrote(key, disk);
-    undoStack_.push_back(Step{key, std::move(disk), job.text});
-    if (undoStack_.size() > kUndoLimit) undoStack_.erase(undoStack_.begin());
-    redoStack_.clear();
+    if (options_.undoable) {
+      undoStack_.push_back(Step{key, std::move(disk), job.text});
+      if (undoStack_.size() > kUndoLimit) undoStack_.erase(undoStack_.begin());
+      redoStack_.clear();
+    }
     auto done = pending_.extract(key);
     snapshots_[key] = std::move(done.mapped().text);
   }

@@ -70,6 +70,10 @@ class VaultStore {
  public:
   struct Options {
     std::chrono::milliseconds debounce{500};
+    // False: queued texts wait for flush() (or the store's end) alone, and no timer thread runs.
+    bool debounced = true;
+    // False: writes keep no undo steps (for a command that writes once and ends).
+    bool undoable = true;
     bool readOnly = false;
     const Clock* clock = nullptr;            // null: the system clock
     std::shared_ptr<const PageCodec> codec;  // null: PlainTextCodec

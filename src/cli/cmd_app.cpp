@@ -2,6 +2,8 @@
 // Ctrl-C; `--print-unit` and `--install-unit` give the systemd user unit that runs it.
 #include <unistd.h>
 
+#include <cstdlib>
+
 #include <CLI/CLI.hpp>
 #include <fstream>
 #include <iostream>
@@ -11,6 +13,7 @@
 #include "cli/vault_settings.h"
 #include "core/focus/audio_sink.h"
 #include "core/focus/tick_player.h"
+#include "core/search/search_index.h"
 #include "core/service/service_lock.h"
 #include "core/service/service_setup.h"
 #include "core/service/vault_service.h"
@@ -71,6 +74,10 @@ class AppCommand final : public Command {
     options.clock = clock.get();
     options.log = &context.err;
     options.openSound = [] { return openPulseSink(TickPlayer::kSampleRate, "Trivo focus"); };
+    if (auto cache = SearchIndex::defaultCacheFolder(std::getenv("XDG_CACHE_HOME"),
+                                                     std::getenv("HOME"))) {
+      options.searchCache = *cache;
+    }
     try {
       VaultService service(options);
       context.out << "Trivo serves " << root.string() << " (process " << ::getpid() << ")."

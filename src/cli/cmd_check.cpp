@@ -47,11 +47,7 @@ class PageCommand : public Command {
   std::vector<PageFile> pages(const Context& context) const {
     std::vector<fs::path> paths(paths_.begin(), paths_.end());
     if (paths.empty()) {
-      try {
-        paths.push_back(locateVault(VaultSearch::fromProcess(context.vault)));
-      } catch (const VaultNotFound& e) {
-        throw UserError(e.what());
-      }
+      paths.push_back(commandVault(context));
     }
     try {
       return findPageFiles(paths);

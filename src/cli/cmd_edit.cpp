@@ -26,7 +26,7 @@ class EditCommand final : public Command {
   }
 
   int run(Context& context) override {
-    const auto root = locatedVault(context);
+    const auto root = commandVault(context);
     const auto target = parsePageAddress(page_, DayDate::today(context.clock), yearModeOf(root));
     if (!target) {
       throw UserError("\"" + page_ +

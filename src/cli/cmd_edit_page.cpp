@@ -19,13 +19,6 @@ namespace trivo::cli {
 
 namespace fs = std::filesystem;
 
-fs::path locatedVault(const Context& context) {
-  try {
-    return locateVault(VaultSearch::fromProcess(context.vault));
-  } catch (const VaultNotFound& e) {
-    throw UserError(e.what());
-  }
-}
 
 std::unique_ptr<VaultStore> openPageStore(const fs::path& root, const Context& context) {
   return openCommandStore(root, context, StoreWrites::atOnce);

@@ -12,9 +12,6 @@
 
 namespace trivo::cli {
 
-// The vault a command works on; refuses with the locator's sentence when there is none.
-std::filesystem::path locatedVault(const Context& context);
-
 // A store on the vault that reads and writes pages through its format's serializer, writing at
 // flush() without a debounce.
 std::unique_ptr<VaultStore> openPageStore(const std::filesystem::path& root,

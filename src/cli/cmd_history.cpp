@@ -18,13 +18,6 @@ namespace trivo::cli {
 
 namespace fs = std::filesystem;
 
-fs::path historyVault(const Context& context) {
-  try {
-    return locateVault(VaultSearch::fromProcess(context.vault));
-  } catch (const VaultNotFound& e) {
-    throw UserError(e.what());
-  }
-}
 
 BackupStore backupsOf(const fs::path& root, const Context& context) {
   auto folder = BackupStore::folderFor(root);
@@ -69,7 +62,7 @@ class HistoryCommand final : public Command {
   }
 
   int run(Context& context) override {
-    const fs::path root = historyVault(context);
+    const fs::path root = commandVault(context);
     BackupStore backups = backupsOf(root, context);
     if (snapshot_) {
       if (page_) throw UserError("--snapshot backs up every page; leave out the page.", kBadInput);

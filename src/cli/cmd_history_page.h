@@ -18,8 +18,7 @@ struct HistoryPage {
   std::filesystem::path relative;  // the page's file relative to the vault: "days/2026-03-14.md"
 };
 
-// The vault located for the command and its backups' folder; refuses with one sentence.
-std::filesystem::path historyVault(const Context& context);
+// The backups' folder of a located vault.
 BackupStore backupsOf(const std::filesystem::path& root, const Context& context);
 // A page named on the command line (a period, "today", "inbox" …); refuses with one sentence.
 HistoryPage historyPage(const std::filesystem::path& root, const std::string& text,

@@ -16,11 +16,7 @@ namespace trivo::cli {
 
 InboxVault InboxVault::open(const Context& context, bool readOnly) {
   InboxVault vault;
-  try {
-    vault.root = locateVault(VaultSearch::fromProcess(context.vault));
-  } catch (const VaultNotFound& e) {
-    throw UserError(e.what());
-  }
+  vault.root = commandVault(context);
   vault.store = openCommandStore(vault.root, context,
                                  readOnly ? StoreWrites::never : StoreWrites::whenDone);
   return vault;

@@ -140,11 +140,7 @@ class OpenCommand final : public Command {
  private:
   fs::path root(const Context& context) {
     if (!root_) {
-      try {
-        root_ = locateVault(VaultSearch::fromProcess(context.vault));
-      } catch (const VaultNotFound& e) {
-        throw UserError(e.what());
-      }
+      root_ = commandVault(context);
     }
     return *root_;
   }

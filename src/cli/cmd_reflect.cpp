@@ -72,7 +72,7 @@ class ReflectCommand final : public Command {
   }
 
   int run(Context& context) override {
-    const auto root = locatedVault(context);
+    const auto root = commandVault(context);
     const DayDate today = DayDate::today(context.clock);
     EntryKey key = currentPeriod(period_, today);
     if (when_) {

@@ -31,7 +31,7 @@ class RestoreCommand final : public Command {
   }
 
   int run(Context& context) override {
-    const fs::path root = historyVault(context);
+    const fs::path root = commandVault(context);
     BackupStore backups = backupsOf(root, context);
     const HistoryPage page = historyPage(root, page_, context);
     const auto versions = backups.versions(page.relative);

@@ -23,7 +23,8 @@ class SearchCommand final : public Command {
 
   void define(CLI::App& app) override {
     // "-word" is part of the query, not an option: what the parser does not know is kept here
-    // instead of being handed up to the program's own options (only --json is looked for).
+    // instead of being handed up to the program's own options (--json is looked for in it, and
+    // --vault is taken here as well).
     app.allow_extras();
     app.fallthrough(false);
     app_ = &app;
@@ -38,6 +39,7 @@ class SearchCommand final : public Command {
     app.add_flag("--org", org_,
                  "Search the vault's other Org files too, whatever the settings say");
     app.add_flag("--no-org", noOrg_, "Leave the vault's other Org files out");
+    app.add_option("--vault", vault_, "The vault folder")->type_name("DIR");
   }
 
   int run(Context& context) override {
@@ -48,6 +50,7 @@ class SearchCommand final : public Command {
     }
     std::string asked;
     std::vector<std::string> words = words_;
+    if (vault_) context.vault = vault_;
     for (const std::string& extra : app_->remaining()) {
       if (extra == "--json") {
         context.json = true;
@@ -122,6 +125,7 @@ class SearchCommand final : public Command {
   std::int64_t context_ = 1;
   bool org_ = false;
   bool noOrg_ = false;
+  std::optional<std::string> vault_;
 };
 
 }  // namespace

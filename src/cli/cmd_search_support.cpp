@@ -7,8 +7,10 @@
 #include <cstdlib>
 #include <iostream>
 #include <ostream>
+#include <sstream>
 
 #include "cli/cmd_inbox_vault.h"
+#include "cli/vault_settings.h"
 #include "core/config/config_store.h"
 #include "core/search/sqlite_db.h"
 #include "core/vault/vault_locator.h"
@@ -58,11 +60,7 @@ std::string marked(const std::string& line, const SearchQuery& query, const Pain
 
 SearchVault SearchVault::open(const Context& context) {
   SearchVault vault;
-  try {
-    vault.root = locateVault(VaultSearch::fromProcess(context.vault));
-  } catch (const VaultNotFound& e) {
-    throw UserError(e.what());
-  }
+  vault.root = commandVault(context);
   vault.format = detectVaultFormat(vault.root);
   try {
     vault.config = ConfigStore(vault.root, ConfigStore::defaultDeviceURL()).load();
@@ -159,11 +157,12 @@ int printSearch(const Context& context, const std::string& asked, const SearchQu
     return count == 0 ? 1 : 0;
   }
   const Paint paint = Paint::forContext(context);
-  auto& out = context.out;
   if (pages.empty()) {
-    out << "No line matches " << asked << ".\n";
+    context.out << "No line matches " << asked << ".\n";
     return 1;
   }
+  // Thousands of lines: gathered here and written at once, not piece by piece to the terminal.
+  std::ostringstream out;
   bool firstPage = true;
   for (const SearchPage& page : pages) {
     if (!firstPage) out << "\n";
@@ -183,6 +182,7 @@ int printSearch(const Context& context, const std::string& asked, const SearchQu
   out << "\n"
       << count << (count == 1 ? " line" : " lines") << " in " << pages.size()
       << (pages.size() == 1 ? " file" : " files") << ".\n";
+  context.out << out.view();
   return 0;
 }
 

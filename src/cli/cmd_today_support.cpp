@@ -22,11 +22,7 @@ namespace fs = std::filesystem;
 namespace trivo::cli {
 
 DailyVault::DailyVault(const Context& context) : context_(context) {
-  try {
-    root_ = locateVault(VaultSearch::fromProcess(context.vault));
-  } catch (const VaultNotFound& e) {
-    throw UserError(e.what());
-  }
+  root_ = commandVault(context);
   std::error_code ec;
   if (!fs::is_directory(root_, ec)) {
     throw UserError("There is no vault folder at " + root_.string() +

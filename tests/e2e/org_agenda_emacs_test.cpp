@@ -87,14 +87,8 @@ const char* kAgendaLisp = R"((progn
   (setq command-line-args-left nil)))";
 
 std::optional<std::string> findEmacsProgram() {
-  const char* path = std::getenv("PATH");
-  std::stringstream dirs(path ? path : "/usr/bin");
-  std::string dir;
-  while (std::getline(dirs, dir, ':')) {
-    const fs::path candidate = fs::path(dir) / "emacs";
-    if (!dir.empty() && fs::exists(candidate)) return candidate.string();
-  }
-  return std::nullopt;
+  const auto emacs = testing::onPath("emacs");
+  return emacs ? std::optional(emacs->string()) : std::nullopt;
 }
 
 TEST(OrgAgendaInEmacs, EmacsAndTrivoListTheSameItemsOnTheSameDays) {

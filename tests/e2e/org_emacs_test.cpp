@@ -19,14 +19,8 @@ namespace {
 namespace fs = std::filesystem;
 
 std::optional<std::string> findEmacs() {
-  const char* path = std::getenv("PATH");
-  std::stringstream dirs(path ? path : "/usr/bin");
-  std::string dir;
-  while (std::getline(dirs, dir, ':')) {
-    const fs::path candidate = fs::path(dir) / "emacs";
-    if (!dir.empty() && fs::exists(candidate)) return candidate.string();
-  }
-  return std::nullopt;
+  const auto emacs = testing::onPath("emacs");
+  return emacs ? std::optional(emacs->string()) : std::nullopt;
 }
 
 FocusSession session(int h1, int m1, int h2, int m2, std::string outcome) {

@@ -91,6 +91,24 @@ TEST_F(SearchCommands, SearchPrintsPagesNewestFirstWithNeighbours) {
   EXPECT_TRUE(cafe.starts_with("days/2025-11-25.md")) << cafe;
 }
 
+TEST_F(SearchCommands, TheVaultMayBeNamedAfterTheCommand) {
+  const std::string expected = ok({"search", "run", "-treadmill"});
+  testing::ProcessOptions options;
+  options.env["TRIVO_TODAY"] = "2026-11-25";
+  options.env["XDG_CACHE_HOME"] = (dir_.path() / "cache").string();
+  options.env["TRIVO_VAULT"] = std::nullopt;
+  const std::string vault = (dir_.path() / "vault").string();
+  for (const std::vector<std::string>& args :
+       {std::vector<std::string>{"search", "--vault", vault, "run", "-treadmill"},
+        std::vector<std::string>{"search", "run", "-treadmill", "--vault=" + vault}}) {
+    const auto r = testing::runTrivo(args, options);
+    EXPECT_EQ(r.exitCode, 0) << r.err;
+    EXPECT_EQ(r.out, expected);
+  }
+  const auto r = testing::runTrivo({"search", "run", "--vault"}, options);
+  EXPECT_EQ(r.exitCode, 2) << r.out << r.err;
+}
+
 TEST_F(SearchCommands, JsonSavedSearchesFiltersAndTheFindLink) {
   const Json found = Json::parse(ok({"--json", "search", "--saved", "Runs"}));
   EXPECT_EQ(found["lines"], 2);

@@ -12,6 +12,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <stdexcept>
+#include <sstream>
 #include <thread>
 
 extern char** environ;
@@ -227,6 +228,17 @@ std::optional<int> TerminalProcess::wait(int timeoutMs) {
     if (std::chrono::steady_clock::now() >= deadline) return std::nullopt;
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
   }
+}
+
+std::optional<std::filesystem::path> onPath(const std::string& name) {
+  const char* path = std::getenv("PATH");
+  std::istringstream folders(path ? path : "/usr/bin:/bin");
+  for (std::string folder; std::getline(folders, folder, ':');) {
+    if (folder.empty()) continue;
+    const std::filesystem::path candidate = std::filesystem::path(folder) / name;
+    if (::access(candidate.c_str(), X_OK) == 0) return candidate;
+  }
+  return std::nullopt;
 }
 
 }  // namespace trivo::testing

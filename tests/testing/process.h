@@ -1,6 +1,7 @@
 // Runs the built programs in a child process and captures what they print.
 #pragma once
 
+#include <filesystem>
 #include <map>
 #include <optional>
 #include <string>
@@ -30,6 +31,8 @@ inline ProcessResult runTrivo(const std::vector<std::string>& args,
 }
 // The absolute path of a program built by this project.
 std::string builtProgram(const std::string& program);
+// The first executable called `name` in the folders of $PATH (/usr/bin:/bin without one).
+std::optional<std::filesystem::path> onPath(const std::string& name);
 // Runs any executable by absolute path.
 ProcessResult runExecutable(const std::string& path, const std::vector<std::string>& args,
                             const ProcessOptions& options = {});

@@ -11,6 +11,8 @@
 #include <sstream>
 #include <stdexcept>
 
+#include "testing/process.h"
+
 namespace trivo::testing {
 
 namespace fs = std::filesystem;
@@ -35,16 +37,7 @@ std::string shellQuoted(const std::string& text) {
 
 }  // namespace
 
-std::optional<fs::path> SyncthingDevice::program() {
-  const char* path = std::getenv("PATH");
-  std::istringstream folders(path ? path : "/usr/bin:/bin");
-  for (std::string folder; std::getline(folders, folder, ':');) {
-    if (folder.empty()) continue;
-    const fs::path candidate = fs::path(folder) / "syncthing";
-    if (::access(candidate.c_str(), X_OK) == 0) return candidate;
-  }
-  return std::nullopt;
-}
+std::optional<fs::path> SyncthingDevice::program() { return testing::onPath("syncthing"); }
 
 int freeLoopbackPort() {
   const int fd = ::socket(AF_INET, SOCK_STREAM, 0);

@@ -1,6 +1,5 @@
 // Building, refreshing and querying the vault's full-text index.
 #include "core/search/search_index.h"
-#include "core/util/fnv_hash.h"
 
 #include <sys/stat.h>
 
@@ -11,12 +10,14 @@
 #include <iterator>
 #include <set>
 #include <unordered_map>
+#include <unordered_set>
 
 #include "core/calendar/periods.h"
 #include "core/search/search_lines.h"
 #include "core/search/search_sources.h"
 #include "core/search/sqlite_db.h"
 #include "core/store/text_cache.h"
+#include "core/util/fnv_hash.h"
 
 namespace trivo {
 namespace {
@@ -249,6 +250,36 @@ SearchIndex::Refresh SearchIndex::refreshOnce() {
     }
   }
 
+  // What changed, found before any transaction: a search over an unchanged vault (the usual
+  // case) takes no write lock and writes nothing.
+  struct Change {
+    const SearchSource* source;
+    FileStamp stamp;
+  };
+  std::vector<Change> changes;
+  std::vector<std::pair<std::int64_t, bool>> repins;
+  std::unordered_set<std::string_view> present;
+  for (const SearchSource& source : sources) {
+    const auto stamp = stampOf(source.file);
+    if (!stamp) continue;  // gone since the folder was listed: forgotten below
+    present.insert(source.relative);
+    const auto it = known.find(source.relative);
+    if (it == known.end() || it->second.stamp.size != stamp->size ||
+        it->second.stamp.mtime != stamp->mtime) {
+      changes.push_back({&source, *stamp});
+    } else if (it->second.pinned != source.pinned) {
+      repins.emplace_back(it->second.id, source.pinned);
+    }
+  }
+  std::vector<std::int64_t> gone;
+  for (const auto& [path, row] : known) {
+    if (!present.contains(path)) gone.push_back(row.id);
+  }
+  if (changes.empty() && repins.empty() && gone.empty()) {
+    fresh_ = false;
+    return result;
+  }
+
   db_->exec("BEGIN IMMEDIATE");
   try {
     auto forgetLines = db_->prepare(
@@ -270,21 +301,15 @@ SearchIndex::Refresh SearchIndex::refreshOnce() {
       dropFile.bind(1, id).run();
     };
 
-    std::set<std::string> present;
+    for (const auto& [id, pinned] : repins) {
+      setPinned.bind(1, std::int64_t{pinned}).bind(2, id).run();
+    }
     std::size_t done = 0;
-    for (const SearchSource& source : sources) {
+    for (const Change& change : changes) {
       ++done;
-      const auto stamp = stampOf(source.file);
-      if (!stamp) continue;  // gone since the folder was listed: forgotten below
-      present.insert(source.relative);
+      const SearchSource& source = *change.source;
+      const FileStamp* stamp = &change.stamp;
       const auto it = known.find(source.relative);
-      if (it != known.end() && it->second.stamp.size == stamp->size &&
-          it->second.stamp.mtime == stamp->mtime) {
-        if (it->second.pinned != source.pinned) {
-          setPinned.bind(1, std::int64_t{source.pinned}).bind(2, it->second.id).run();
-        }
-        continue;
-      }
       // The stamp is taken before reading, so a change made while the file is read shows as a
       // newer stamp next time and is read then.
       const auto text = readFile(source.file);
@@ -317,13 +342,11 @@ SearchIndex::Refresh SearchIndex::refreshOnce() {
         if (!flat.empty()) addFts.bind(1, db_->lastInsertRowid()).bind(2, flat).run();
       }
       ++result.read;
-      if (fresh_ && options_.progress) options_.progress(done, sources.size());
+      if (fresh_ && options_.progress) options_.progress(done, changes.size());
     }
-    for (const auto& [path, row] : known) {
-      if (!present.contains(path)) {
-        forget(row.id);
-        ++result.removed;
-      }
+    for (const std::int64_t id : gone) {
+      forget(id);
+      ++result.removed;
     }
     db_->exec("COMMIT");
   } catch (...) {
@@ -334,7 +357,7 @@ SearchIndex::Refresh SearchIndex::refreshOnce() {
     }
     throw;
   }
-  if (fresh_ && options_.progress) options_.progress(sources.size(), sources.size());
+  if (fresh_ && options_.progress) options_.progress(changes.size(), changes.size());
   fresh_ = false;
   return result;
 }
@@ -354,19 +377,27 @@ std::vector<SearchPage> SearchIndex::search(const SearchQuery& query) {
 }
 
 std::vector<SearchPage> SearchIndex::searchOnce(const SearchQuery& query) {
-  std::unordered_map<std::int64_t, FileRow> files;
-  {
-    auto rows = db_->prepare("SELECT id, path, page, first, last, pinned FROM files");
-    while (rows.step()) {
-      FileRow row;
-      row.path = std::string(rows.text(1));
-      if (!rows.isNull(2)) row.page = pageNamed(rows.text(2));
-      if (!rows.isNull(3)) row.first = DayDate::fromDayNumber(rows.integer(3));
-      if (!rows.isNull(4)) row.last = DayDate::fromDayNumber(rows.integer(4));
-      row.pinned = rows.integer(5) != 0;
-      files.emplace(rows.integer(0), std::move(row));
+  // The files of matching lines only, read as they come up: most searches touch a few of the
+  // vault's thousands of pages.
+  std::unordered_map<std::int64_t, std::optional<FileRow>> files;
+  auto fileRow = db_->prepare("SELECT path, page, first, last, pinned FROM files WHERE id = ?");
+  auto rowOf = [&](std::int64_t id) -> const FileRow* {
+    auto [it, added] = files.try_emplace(id);
+    if (added) {
+      fileRow.bind(1, id);
+      if (fileRow.step()) {
+        FileRow row;
+        row.path = std::string(fileRow.text(0));
+        if (!fileRow.isNull(1)) row.page = pageNamed(fileRow.text(1));
+        if (!fileRow.isNull(2)) row.first = DayDate::fromDayNumber(fileRow.integer(2));
+        if (!fileRow.isNull(3)) row.last = DayDate::fromDayNumber(fileRow.integer(3));
+        row.pinned = fileRow.integer(4) != 0;
+        it->second = std::move(row);
+      }
+      fileRow.reset();
     }
-  }
+    return it->second ? &*it->second : nullptr;
+  };
   auto fileAllowed = [&](const FileRow& row) {
     if (!query.from && !query.to) return true;
     if (!row.first || !row.last) return false;
@@ -405,55 +436,66 @@ std::vector<SearchPage> SearchIndex::searchOnce(const SearchQuery& query) {
     if (!match.empty()) match += " AND ";
     match += ftsPhrase(term);
   }
-  constexpr std::string_view kColumns = "l.file, l.line, l.kind, l.tags, l.flat";
+  constexpr std::string_view kColumns = "l.file, l.line, l.kind, l.tags, l.flat, l.id";
   SqliteStatement rows =
       match.empty() ? db_->prepare("SELECT " + std::string(kColumns) + " FROM lines l")
                     : db_->prepare("SELECT " + std::string(kColumns) +
                                    " FROM fts JOIN lines l ON l.id = fts.rowid WHERE fts MATCH ?");
   if (!match.empty()) rows.bind(1, match);
-  std::map<std::int64_t, std::set<std::size_t>> found;
+  // By file, the matching lines with their row ids.
+  std::map<std::int64_t, std::map<std::size_t, std::int64_t>> found;
   while (rows.step()) {
     const std::int64_t file = rows.integer(0);
-    const auto it = files.find(file);
-    if (it == files.end() || !fileAllowed(it->second)) continue;
+    const FileRow* row = rowOf(file);
+    if (!row || !fileAllowed(*row)) continue;
     const auto kind = static_cast<SearchKind>(
         std::clamp<std::int64_t>(rows.integer(2), 0, std::int64_t{kSearchKindNames.size() - 1}));
     if (!lineMatches(kind, rows.text(3), rows.text(4))) continue;
-    found[file].insert(static_cast<std::size_t>(rows.integer(1)));
+    found[file].emplace(static_cast<std::size_t>(rows.integer(1)), rows.integer(5));
   }
 
   std::vector<SearchPage> pages;
-  auto around =
-      db_->prepare("SELECT line, text FROM lines WHERE file = ? AND line BETWEEN ? AND ?");
+  // A file's lines are stored one after another in line order, so the neighbours of a line
+  // are the rows next to it: one range of row ids per run of matches, with no index lookups.
+  auto around = db_->prepare("SELECT file, line, text FROM lines WHERE id BETWEEN ? AND ?");
   const auto context = static_cast<std::int64_t>(options_.context);
   for (const auto& entry : found) {
     // Named variables, not structured bindings: the lambda below captures the id, which
     // clang 14 does not allow of a binding.
     const auto& fileId = entry.first;
     const auto& numbers = entry.second;
-    const FileRow& row = files.at(fileId);
+    const FileRow& row = *rowOf(fileId);
     SearchPage page;
     page.file = row.path;
     page.page = row.page;
     page.first = row.first;
     page.last = row.last;
     page.pinned = row.pinned;
-    page.matches.assign(numbers.begin(), numbers.end());
-    // Neighbouring matches share their context, so read each run of linesOfText once.
+    for (const auto& [number, id] : numbers) page.matches.push_back(number);
+    // Whether a line is within `context` lines of a match (a row next to a match may be
+    // further away when the lines between were not stored).
+    auto near = [&](std::int64_t line) {
+      const auto after = std::lower_bound(page.matches.begin(), page.matches.end(),
+                                          static_cast<std::size_t>(std::max<std::int64_t>(
+                                              0, line - context)));
+      return after != page.matches.end() &&
+             static_cast<std::int64_t>(*after) <= line + context;
+    };
     std::int64_t runStart = -1;
     std::int64_t runEnd = -1;
     auto readRun = [&] {
       if (runStart < 0) return;
-      around.bind(1, fileId).bind(2, runStart).bind(3, runEnd);
+      around.bind(1, runStart).bind(2, runEnd);
       while (around.step()) {
-        page.lines.emplace(static_cast<std::size_t>(around.integer(0)),
-                           std::string(around.text(1)));
+        const std::int64_t line = around.integer(1);
+        if (around.integer(0) != fileId || !near(line)) continue;
+        page.lines.emplace(static_cast<std::size_t>(line), std::string(around.text(2)));
       }
       around.reset();
     };
-    for (const std::size_t n : numbers) {
-      const std::int64_t from = std::max<std::int64_t>(1, static_cast<std::int64_t>(n) - context);
-      const std::int64_t to = static_cast<std::int64_t>(n) + context;
+    for (const auto& [number, id] : numbers) {
+      const std::int64_t from = id - context;
+      const std::int64_t to = id + context;
       if (runStart >= 0 && from <= runEnd + 1) {
         runEnd = std::max(runEnd, to);
       } else {

@@ -92,7 +92,10 @@ bool SqliteStatement::isNull(int column) const {
 }
 
 SqliteDb::SqliteDb(const std::filesystem::path& file, bool create) {
-  const int flags = SQLITE_OPEN_READWRITE | (create ? SQLITE_OPEN_CREATE : 0);
+  // A connection belongs to one object, used by one thread at a time: SQLite's own locking of
+  // every call (a tenth of a search's time) buys nothing.
+  const int flags =
+      SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | (create ? SQLITE_OPEN_CREATE : 0);
   const int code = sqlite3_open_v2(file.c_str(), &db_, flags, nullptr);
   if (code != SQLITE_OK) {
     const std::string message = db_ ? sqlite3_errmsg(db_) : sqlite3_errstr(code);

@@ -52,6 +52,7 @@ class SqliteStatement {
   sqlite3_stmt* statement_ = nullptr;
 };
 
+// One connection, for one thread at a time (it is opened without SQLite's own locking).
 class SqliteDb {
  public:
   // Opens (creating when `create`) the file. Throws SqliteError.

@@ -29,6 +29,7 @@
 #include "core/focus/shared_files.h"
 #include "core/focus/tick_player.h"
 #include "core/format/serializer_error.h"
+#include "core/search/search_index.h"
 #include "core/drafts/draft_shelf.h"
 #include "core/service/service_clock.h"
 #include "core/service/service_lock.h"
@@ -150,6 +151,8 @@ struct VaultService::Impl {
   DesktopNotifier desktop;
   Notifier* notifier;
   std::unique_ptr<InboxAlerts> alerts;
+  std::unique_ptr<SearchIndex> search;
+  std::optional<Steady::time_point> searchDue;  // when the index reads what changed
   // When the next backup snapshot is due (read from the newest snapshot at the first look).
   std::optional<Instant> nextBackup;
   std::unique_ptr<TickPlayer> player;
@@ -228,6 +231,38 @@ struct VaultService::Impl {
 
   void say(const std::string& line) const {
     if (o.log) *o.log << line << std::endl;
+  }
+
+  // Reads what changed into the search index once the pages have been quiet for a while. A
+  // cache that cannot be used is said once and then left alone: searching still works, it only
+  // reads the changed pages itself.
+  void refreshSearchIfDue() {
+    if (!searchDue || Steady::now() < *searchDue) return;
+    // A first build reads every page, which would hold up the ticks of a session.
+    if (timer->phase() != TimerModel::Phase::idle) return;
+    searchDue.reset();
+    try {
+      if (!search) {
+        SearchIndex::Options options;
+        options.vault = o.root;
+        options.format = store->vault().format;
+        options.cacheFolder = o.searchCache;
+        options.orgFiles = config.orgInFind;
+        options.orgSkip = config.orgSkip;
+        options.orgPins = config.orgPins;
+        search = std::make_unique<SearchIndex>(options);
+      }
+      (void)search->refresh();
+    } catch (const std::exception& e) {
+      say(std::string("The search index cannot be kept up to date (") + e.what() +
+          "); searches bring it up to date themselves.");
+      o.searchCache.clear();
+      search.reset();
+    }
+  }
+
+  void searchChanged() {
+    if (!o.searchCache.empty()) searchDue = Steady::now() + o.searchQuiet;
   }
 
   // --- Setting up -------------------------------------------------------------------------
@@ -680,6 +715,9 @@ struct VaultService::Impl {
       }
     }
     wait = std::min(wait, realUntil(nextDay));
+    if (searchDue && timer->phase() == TimerModel::Phase::idle) {
+      wait = std::min(wait, std::chrono::duration_cast<milliseconds>(*searchDue - now));
+    }
     if (alerts) {
       if (auto next = alerts->next()) wait = std::min(wait, realUntil(*next));
     }
@@ -732,6 +770,9 @@ struct VaultService::Impl {
       }
       if (configChanged.exchange(false)) {
         loadConfig();
+        // Which Org files are searched may have changed.
+        search.reset();
+        searchChanged();
         timer->applySettings(config.focus);
         updateTicking();
         viewDirty = true;
@@ -747,7 +788,10 @@ struct VaultService::Impl {
         nextDay = dayTurnAfter(today);
         viewDirty = true;
       }
-      if (pagesChanged.exchange(false)) viewDirty = true;
+      if (pagesChanged.exchange(false)) {
+        viewDirty = true;
+        searchChanged();
+      }
       if (timer->phase() != TimerModel::Phase::idle && Steady::now() >= nextTick) {
         tickTimer();
         nextTick = Steady::now() + tickEvery;
@@ -762,6 +806,7 @@ struct VaultService::Impl {
       }
       if (alerts) alerts->fire();
       backupIfDue();
+      refreshSearchIfDue();
       if (othersDirty && config.focus.syncAcross) {
         othersDirty = false;
         others = LiveSession::others(o.root, o.device.id, real.now());

@@ -58,6 +58,11 @@ class VaultService {
     std::function<std::unique_ptr<AudioSink>()> openSound;
     // Where alerts and cue notifications go; null: the desktop.
     Notifier* notifier = nullptr;
+    // The cache folder of the search index, which the service keeps up to date as pages change
+    // (so that a search finds nothing left to read); empty: no index is kept.
+    std::filesystem::path searchCache;
+    // How long the pages must be quiet before the index reads what changed.
+    std::chrono::milliseconds searchQuiet{2000};
   };
 
   // Opens the vault (its settings, store and watcher) and restores the timer from its snapshot.

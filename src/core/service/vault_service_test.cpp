@@ -6,6 +6,8 @@
 #include <future>
 #include <thread>
 
+#include "core/search/search_index.h"
+#include "core/search/sqlite_db.h"
 #include "core/util/iso_instant.h"
 #include "testing/fake_clock.h"
 #include "testing/scoped_env.h"
@@ -72,6 +74,45 @@ TEST_F(VaultServiceTest, FollowsPageEditsAndKeepsTheSessionWhenStopped) {
   EXPECT_EQ(again.timer().phase(), TimerModel::Phase::running);
   EXPECT_EQ(again.timer().subject(), std::optional<std::string>("Write"));
   EXPECT_NEAR(again.timer().elapsed(), 180.0, 1.0);
+}
+
+TEST_F(VaultServiceTest, KeepsTheSearchIndexUpToDateAsPagesChange) {
+  testing::TempDir cache;
+  auto o = options();
+  o.searchCache = cache.path();
+  o.searchQuiet = 20ms;
+  VaultService service(o);
+  auto running = std::async(std::launch::async, [&] { return service.run(); });
+  // Looks into the database without bringing it up to date, as a search would.
+  auto indexed = [&](const std::string& word) {
+    const fs::path file = SearchIndex::databaseFile(cache.path(), vault_.path());
+    if (!fs::exists(file)) return false;
+    try {
+      SqliteDb db(file, false);
+      auto rows = db.prepare("SELECT count(*) FROM lines WHERE flat LIKE ?");
+      rows.bind(1, "%" + word + "%");
+      return rows.step() && rows.integer(0) > 0;
+    } catch (const SqliteError&) {
+      return false;  // being written at this moment
+    }
+  };
+  vault_.write("days/2026-09-16.md",
+               "---\ndate: 2026-09-16\ntype: day\n---\n# Wednesday\n\n## Journal\n"
+               "- 08:00 \u2014 Fed the zebra\n");
+  EXPECT_TRUE(waitFor([&] { return indexed("zebra"); }));
+  vault_.write("days/2026-09-16.md",
+               "---\ndate: 2026-09-16\ntype: day\n---\n# Wednesday\n\n## Journal\n"
+               "- 08:00 \u2014 Fed the okapi\n");
+  EXPECT_TRUE(waitFor([&] { return indexed("okapi") && !indexed("zebra"); }));
+  service.requestStop();
+  EXPECT_EQ(running.get(), 0);
+
+  // A search then finds nothing left to read.
+  SearchIndex::Options options;
+  options.vault = vault_.path();
+  options.cacheFolder = cache.path();
+  SearchIndex index(options);
+  EXPECT_EQ(index.refresh().read, 0u);
 }
 
 TEST_F(VaultServiceTest, TurnsTheDayAtLocalMidnight) {

@@ -1,6 +1,5 @@
 // Kept refused texts and the conflict copies of sync tools.
 #include "core/store/refused_texts.h"
-#include "core/util/fnv_hash.h"
 
 #include <algorithm>
 #include <atomic>
@@ -8,6 +7,7 @@
 #include <cstdlib>
 
 #include "core/records/inbox_item.h"
+#include "core/util/fnv_hash.h"
 #include "core/util/json_fields.h"
 #include "core/store/atomic_write.h"
 #include "core/util/iso_instant.h"

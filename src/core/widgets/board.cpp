@@ -1,11 +1,11 @@
 // The widget board page and its request policy.
 #include "core/widgets/board.h"
-#include "core/util/fnv_hash.h"
 
 #include <algorithm>
 #include <cctype>
 #include <cstdint>
 
+#include "core/util/fnv_hash.h"
 #include "core/util/printf.h"
 #include "core/widgets/render.h"
 #include "core/widgets/trivo_widgets.h"

@@ -18,6 +18,7 @@
 #include "core/vault/vault_format.h"
 #include "testing/process.h"
 #include "testing/scoped_env.h"
+#include "testing/syntaxes.h"
 
 namespace trivo {
 namespace {
@@ -211,11 +212,8 @@ TEST_P(InboxCommands, CapturesLeaveTheSyncNoteAndWaitForAnInboxWrittenElsewhere)
   EXPECT_EQ(dir_.read(inboxName()), page);
 }
 
-INSTANTIATE_TEST_SUITE_P(BothSyntaxes, InboxCommands,
-                         ::testing::Values(VaultFormat::markdown, VaultFormat::org),
-                         [](const auto& param) {
-                           return param.param == VaultFormat::org ? "Org" : "Markdown";
-                         });
+INSTANTIATE_TEST_SUITE_P(BothSyntaxes, InboxCommands, testing::bothSyntaxes(),
+                         testing::syntaxName);
 
 }  // namespace
 }  // namespace trivo

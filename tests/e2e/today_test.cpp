@@ -11,6 +11,7 @@
 #include "core/vault/vault_format.h"
 #include "testing/process.h"
 #include "testing/scoped_env.h"
+#include "testing/syntaxes.h"
 
 namespace trivo {
 namespace {
@@ -263,12 +264,8 @@ TEST_P(DailyCommands, PlanNoLongerAsksForWhatTheVaultHolds) {
             std::string::npos);
 }
 
-INSTANTIATE_TEST_SUITE_P(BothSyntaxes, DailyCommands,
-                         ::testing::Values(VaultFormat::markdown, VaultFormat::org),
-                         [](const ::testing::TestParamInfo<VaultFormat>& param) {
-                           return param.param == VaultFormat::org ? std::string("Org")
-                                                                  : std::string("Markdown");
-                         });
+INSTANTIATE_TEST_SUITE_P(BothSyntaxes, DailyCommands, testing::bothSyntaxes(),
+                         testing::syntaxName);
 
 }  // namespace
 }  // namespace trivo

@@ -10,6 +10,7 @@
 #include "core/store/vault_store.h"
 #include "testing/fake_clock.h"
 #include "testing/scoped_env.h"
+#include "testing/syntaxes.h"
 
 namespace trivo {
 namespace {
@@ -122,11 +123,8 @@ TEST_P(AgendaTest, ReadsOrgPlanningLinesOutsideTheOutcomes) {
   EXPECT_EQ(items[1].page, EntryKey::day(kToday));
 }
 
-INSTANTIATE_TEST_SUITE_P(BothSyntaxes, AgendaTest,
-                         ::testing::Values(VaultFormat::markdown, VaultFormat::org),
-                         [](const auto& param) {
-                           return param.param == VaultFormat::org ? "Org" : "Markdown";
-                         });
+INSTANTIATE_TEST_SUITE_P(BothSyntaxes, AgendaTest, testing::bothSyntaxes(),
+                         testing::syntaxName);
 
 }  // namespace
 }  // namespace trivo

@@ -12,6 +12,7 @@
 #include "core/store/vault_store.h"
 #include "testing/fake_clock.h"
 #include "testing/scoped_env.h"
+#include "testing/syntaxes.h"
 
 namespace trivo {
 namespace {
@@ -211,11 +212,8 @@ TEST(InboxAppendPoint, AMissingOrDamagedFileIsNoPoint) {
   EXPECT_FALSE(std::filesystem::exists(file));
 }
 
-INSTANTIATE_TEST_SUITE_P(BothSyntaxes, InboxAppendPointTest,
-                         ::testing::Values(VaultFormat::markdown, VaultFormat::org),
-                         [](const auto& param) {
-                           return param.param == VaultFormat::org ? "Org" : "Markdown";
-                         });
+INSTANTIATE_TEST_SUITE_P(BothSyntaxes, InboxAppendPointTest, testing::bothSyntaxes(),
+                         testing::syntaxName);
 
 }  // namespace
 }  // namespace trivo

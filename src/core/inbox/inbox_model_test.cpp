@@ -8,6 +8,7 @@
 #include "core/store/vault_store.h"
 #include "testing/fake_clock.h"
 #include "testing/scoped_env.h"
+#include "testing/syntaxes.h"
 
 namespace trivo {
 namespace {
@@ -213,11 +214,8 @@ TEST_P(InboxModelTest, ACaptureOverAnInboxChangedOnDiskIsRefusedAndTheFileKept) 
   EXPECT_EQ(dir_.read(inboxFile()), edited);
 }
 
-INSTANTIATE_TEST_SUITE_P(BothSyntaxes, InboxModelTest,
-                         ::testing::Values(VaultFormat::markdown, VaultFormat::org),
-                         [](const auto& param) {
-                           return param.param == VaultFormat::org ? "Org" : "Markdown";
-                         });
+INSTANTIATE_TEST_SUITE_P(BothSyntaxes, InboxModelTest, testing::bothSyntaxes(),
+                         testing::syntaxName);
 
 }  // namespace
 }  // namespace trivo

@@ -6,16 +6,13 @@
 #include "core/today/today_model.h"
 #include "testing/fake_clock.h"
 #include "testing/scoped_env.h"
+#include "testing/syntaxes.h"
 
 namespace trivo {
 namespace {
 
 using namespace std::chrono;
 using Kind = TodayModel::CarryOffer::Kind;
-
-std::string carrySyntaxName(const ::testing::TestParamInfo<VaultFormat>& param) {
-  return param.param == VaultFormat::org ? "Org" : "Markdown";
-}
 
 DayDate carryDay(std::int64_t y, std::int64_t m, std::int64_t day) { return *DayDate::make(y, m, day); }
 
@@ -170,8 +167,8 @@ TEST_P(CarryOver, WithoutAnEarlierPageThereIsNothingToOffer) {
   EXPECT_TRUE(model->carry({}).empty());
 }
 
-INSTANTIATE_TEST_SUITE_P(BothSyntaxes, CarryOver,
-                         ::testing::Values(VaultFormat::markdown, VaultFormat::org), carrySyntaxName);
+INSTANTIATE_TEST_SUITE_P(BothSyntaxes, CarryOver, testing::bothSyntaxes(),
+                         testing::syntaxName);
 
 }  // namespace
 }  // namespace trivo

@@ -7,15 +7,12 @@
 #include "core/store/serializer_codec.h"
 #include "testing/fake_clock.h"
 #include "testing/scoped_env.h"
+#include "testing/syntaxes.h"
 
 namespace trivo {
 namespace {
 
 using namespace std::chrono;
-
-std::string syntaxName(const ::testing::TestParamInfo<VaultFormat>& param) {
-  return param.param == VaultFormat::org ? "Org" : "Markdown";
-}
 
 DayDate d(std::int64_t y, std::int64_t m, std::int64_t day) { return *DayDate::make(y, m, day); }
 
@@ -253,8 +250,8 @@ TEST_P(TodayModelTest, AnUnreadablePageIsNamedAndNeverWritten) {
   EXPECT_EQ(dir.read("days/2026-09-16" + ext()), wrong);
 }
 
-INSTANTIATE_TEST_SUITE_P(BothSyntaxes, TodayModelTest,
-                         ::testing::Values(VaultFormat::markdown, VaultFormat::org), syntaxName);
+INSTANTIATE_TEST_SUITE_P(BothSyntaxes, TodayModelTest, testing::bothSyntaxes(),
+                         testing::syntaxName);
 
 }  // namespace
 }  // namespace trivo

@@ -2,8 +2,6 @@
 // Ctrl-C; `--print-unit` and `--install-unit` give the systemd user unit that runs it.
 #include <unistd.h>
 
-#include <cstdlib>
-
 #include <CLI/CLI.hpp>
 #include <fstream>
 #include <iostream>
@@ -74,8 +72,7 @@ class AppCommand final : public Command {
     options.clock = clock.get();
     options.log = &context.err;
     options.openSound = [] { return openPulseSink(TickPlayer::kSampleRate, "Trivo focus"); };
-    if (auto cache = SearchIndex::defaultCacheFolder(std::getenv("XDG_CACHE_HOME"),
-                                                     std::getenv("HOME"))) {
+    if (auto cache = SearchIndex::defaultCacheFolder()) {
       options.searchCache = *cache;
     }
     try {

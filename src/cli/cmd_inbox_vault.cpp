@@ -27,7 +27,7 @@ std::filesystem::path InboxVault::fileOf(const EntryKey& key) const {
 }
 
 std::optional<std::filesystem::path> InboxVault::appendPointFile() const {
-  auto folder = SearchIndex::defaultCacheFolder(std::getenv("XDG_CACHE_HOME"), std::getenv("HOME"));
+  const auto folder = SearchIndex::defaultCacheFolder();
   if (!folder) return std::nullopt;
   return SearchIndex::cacheFile(*folder, root, "inbox-", ".json");
 }

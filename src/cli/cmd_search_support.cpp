@@ -90,8 +90,7 @@ SearchQuery parseQuery(const std::string& text) {
 std::vector<SearchPage> runSearch(const Context& context, const SearchVault& vault,
                                   const SearchQuery& query, std::size_t contextLines,
                                   std::optional<bool> orgFiles) {
-  const auto folder =
-      SearchIndex::defaultCacheFolder(std::getenv("XDG_CACHE_HOME"), std::getenv("HOME"));
+  const auto folder = SearchIndex::defaultCacheFolder();
   if (!folder) {
     throw UserError(
         "There is no cache folder for the search index; set XDG_CACHE_HOME or HOME "

@@ -86,13 +86,8 @@ const char* kAgendaLisp = R"((progn
       (forward-line 1)))
   (setq command-line-args-left nil)))";
 
-std::optional<std::string> findEmacsProgram() {
-  const auto emacs = testing::onPath("emacs");
-  return emacs ? std::optional(emacs->string()) : std::nullopt;
-}
-
 TEST(OrgAgendaInEmacs, EmacsAndTrivoListTheSameItemsOnTheSameDays) {
-  const auto emacs = findEmacsProgram();
+  const auto emacs = testing::onPath("emacs");
   if (!emacs) {
     GTEST_SKIP() << "emacs is not installed (scripts/install-deps installs emacs-nox), so the "
                     "agenda is not checked against Emacs";
@@ -102,7 +97,7 @@ TEST(OrgAgendaInEmacs, EmacsAndTrivoListTheSameItemsOnTheSameDays) {
   testing::ProcessOptions options;
   options.env["HOME"] = dir.path().string();  // no init file, no saved state
   const auto run = testing::runExecutable(
-      "/usr/bin/timeout", {"60", *emacs, "--batch", "-Q", "--eval", kAgendaLisp, file.string()},
+      "/usr/bin/timeout", {"60", emacs->string(), "--batch", "-Q", "--eval", kAgendaLisp, file.string()},
       options);
   ASSERT_EQ(run.exitCode, 0) << run.err;
 

@@ -18,11 +18,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::optional<std::string> findEmacs() {
-  const auto emacs = testing::onPath("emacs");
-  return emacs ? std::optional(emacs->string()) : std::nullopt;
-}
-
 FocusSession session(int h1, int m1, int h2, int m2, std::string outcome) {
   FocusSession s;
   s.start = *ClockTime::make(h1, m1);
@@ -35,7 +30,7 @@ FocusSession session(int h1, int m1, int h2, int m2, std::string outcome) {
 class OrgInEmacs : public ::testing::Test {
  protected:
   void SetUp() override {
-    emacs_ = findEmacs();
+    emacs_ = testing::onPath("emacs");
     if (!emacs_) {
       GTEST_SKIP() << "emacs is not installed (scripts/install-deps installs emacs-nox), so the "
                       "Org pages are not checked against Emacs";
@@ -45,7 +40,7 @@ class OrgInEmacs : public ::testing::Test {
   // Runs one action of org_pages.el on a page; a run that fails or hangs fails the test.
   std::string emacs(const std::string& action, const fs::path& page) {
     const auto r = testing::runExecutable(
-        "/usr/bin/timeout", {"60", *emacs_, "--batch", "-Q", "-l",
+        "/usr/bin/timeout", {"60", emacs_->string(), "--batch", "-Q", "-l",
                              std::string(TRIVO_SOURCE_DIR) + "/tests/emacs/org_pages.el", action,
                              page.string()});
     EXPECT_EQ(r.exitCode, 0) << action << ": " << r.err;
@@ -83,7 +78,7 @@ class OrgInEmacs : public ::testing::Test {
   }
 
  private:
-  std::optional<std::string> emacs_;
+  std::optional<fs::path> emacs_;
   testing::TempDir dir_;
 };
 

@@ -721,9 +721,10 @@ std::vector<FrontmatterField> hotspotField(TextSyntax syntax,
 
 // ---- day page parts ----
 
-// Splits hidden metadata entries ("key: value · flag"); an empty inner text gives none.
-std::vector<std::string> metaEntries(std::string_view inner) {
-  std::vector<std::string> out;
+// Splits hidden metadata entries ("key: value · flag"); an empty inner text gives none. The
+// entries are views into `inner`: a long inbox reads thousands of them.
+std::vector<std::string_view> metaEntries(std::string_view inner) {
+  std::vector<std::string_view> out;
   while (!inner.empty()) {
     const auto dot = inner.find(" \u00B7 ");
     const auto entry = text::trim(inner.substr(0, dot));
@@ -787,84 +788,91 @@ std::string inboxItemLine(TextSyntax syntax, const InboxItem& item) {
 void readInboxWords(TextSyntax syntax, std::string words, InboxItem& item, bool planned) {
   if (auto meta = syntax.splitMeta(words)) {
     words = meta->text;
-    // Each known entry counts once; a repeated or unreadable one is kept as it stands. A long
-    // inbox reads thousands of these lines, so entries stay views until they are kept.
-    enum Known : unsigned { kId = 1, kCaptured = 2, kPulled = 4, kHidden = 8, kClosed = 16,
-                            kRepeat = 32, kDone = 64, kSomeday = 128, kWaiting = 256,
-                            kBlocked = 512 };
+    // Each known entry counts once; a repeated or unreadable one is kept as it stands.
+    enum Known : unsigned {
+      kUnknown = 0, kId = 1, kCaptured = 2, kPulled = 4, kHidden = 8, kClosed = 16,
+      kRepeat = 32, kDone = 64, kSomeday = 128, kWaiting = 256, kBlocked = 512
+    };
     unsigned seen = 0;
-    std::string_view inner = meta->inner;
-    while (!inner.empty()) {
-      const auto dot = inner.find(" \u00B7 ");
-      const std::string_view entry = text::trim(inner.substr(0, dot));
-      inner = dot == std::string_view::npos ? std::string_view() : inner.substr(dot + 4);
-      if (entry.empty()) continue;
+    for (const std::string_view entry : metaEntries(meta->inner)) {
       const auto colon = entry.find(": ");
       const std::string_view key = colon == std::string_view::npos ? entry : entry.substr(0, colon);
       const std::string_view value =
           colon == std::string_view::npos ? std::string_view() : entry.substr(colon + 2);
+      const Known known = key == "id"                             ? kId
+                          : key == "captured"                     ? kCaptured
+                          : key == "pulled"                       ? kPulled
+                          : key == "hidden"                       ? kHidden
+                          : key == "closed"                       ? kClosed
+                          : key == "repeat"                       ? kRepeat
+                          : key == "done"                         ? kDone
+                          : entry == "someday"                    ? kSomeday
+                          : entry == "waiting"                    ? kWaiting
+                          : (entry == "blocked" && item.done)     ? kBlocked
+                                                                  : kUnknown;
       auto readDay = [&value](std::optional<DayDate>& field) {
         field = DayDate::parse(value);
         return field.has_value();
       };
-      unsigned bit = 0;
       bool taken = false;
-      if (key == "id") {
-        bit = kId;
-        if (!(seen & bit)) {
-          item.id = value;
-          taken = !value.empty();
-        }
-      } else if (key == "captured") {
-        bit = kCaptured;
-        taken = !(seen & bit) && readDay(item.captured);
-      } else if (key == "pulled") {
-        bit = kPulled;
-        taken = !(seen & bit) && readDay(item.pulledInto);
-      } else if (key == "hidden") {
-        bit = kHidden;
-        taken = !(seen & bit) && readDay(item.hiddenUntil);
-      } else if (key == "closed") {
-        bit = kClosed;
-        if (!(seen & bit)) {
-          const auto day = DayDate::parse(value.substr(0, 10));
-          const auto time = value.size() > 11 && value[10] == ' '
-                                ? ClockTime::parse(value.substr(11))
-                                : std::nullopt;
-          taken = day && (value.size() == 10 || time);
-          if (taken) {
-            item.closed = day;
-            item.closedTime = time;
+      if (known != kUnknown && !(seen & known)) {
+        switch (known) {
+          case kId:
+            item.id = value;
+            taken = !value.empty();
+            break;
+          case kCaptured:
+            taken = readDay(item.captured);
+            break;
+          case kPulled:
+            taken = readDay(item.pulledInto);
+            break;
+          case kHidden:
+            taken = readDay(item.hiddenUntil);
+            break;
+          case kClosed: {
+            const auto day = DayDate::parse(value.substr(0, 10));
+            const auto time = value.size() > 11 && value[10] == ' '
+                                  ? ClockTime::parse(value.substr(11))
+                                  : std::nullopt;
+            taken = day && (value.size() == 10 || time);
+            if (taken) {
+              item.closed = day;
+              item.closedTime = time;
+            }
+            break;
           }
-        }
-      } else if (key == "repeat") {
-        bit = kRepeat;
-        if (!(seen & bit)) {
-          item.repeats = Repeat::fromPhrase(value);
-          taken = item.repeats.has_value();
-        }
-      } else if (key == "done") {
-        bit = kDone;
-        taken = !(seen & bit) && !value.empty();
-        std::string_view rest = value;
-        while (taken) {
-          const auto comma = rest.find(',');
-          const auto d = DayDate::parse(rest.substr(0, comma));
-          taken = d.has_value();
-          if (d) item.doneDates.push_back(*d);
-          if (!d || comma == std::string_view::npos) break;
-          rest = rest.substr(comma + 1);
-        }
-        if (!taken && !(seen & bit)) item.doneDates.clear();
-      } else if (entry == "someday" || entry == "waiting" || (entry == "blocked" && item.done)) {
-        bit = entry == "someday" ? kSomeday : entry == "waiting" ? kWaiting : kBlocked;
-        if (!(seen & bit)) {
-          (bit == kSomeday ? item.someday : bit == kWaiting ? item.waiting : item.blocked) = true;
-          taken = true;
+          case kRepeat:
+            item.repeats = Repeat::fromPhrase(value);
+            taken = item.repeats.has_value();
+            break;
+          case kDone: {
+            taken = !value.empty();
+            std::string_view rest = value;
+            while (taken) {
+              const auto comma = rest.find(',');
+              const auto d = DayDate::parse(rest.substr(0, comma));
+              taken = d.has_value();
+              if (d) item.doneDates.push_back(*d);
+              if (!d || comma == std::string_view::npos) break;
+              rest = rest.substr(comma + 1);
+            }
+            if (!taken) item.doneDates.clear();
+            break;
+          }
+          case kSomeday:
+          case kWaiting:
+          case kBlocked:
+            (known == kSomeday ? item.someday : known == kWaiting ? item.waiting : item.blocked) =
+                true;
+            taken = true;
+            break;
+          case kUnknown:
+            break;
         }
       }
       if (taken) {
-        seen |= bit;
+        seen |= known;
       } else {
         item.extraMeta.emplace_back(entry);
       }

@@ -20,15 +20,6 @@ namespace fs = std::filesystem;
 
 constexpr std::string_view kListLine = "- [";
 
-// Whether the line opens or closes a fenced block in either syntax: the syntax of the page is
-// not known here, and declining a line that only looks like a fence costs no more than the
-// long way.
-bool togglesFence(std::string_view line) {
-  FenceTracker markdown(TextSyntax::markdown);
-  FenceTracker org(TextSyntax::org);
-  return markdown.feed(line) || org.feed(line);
-}
-
 }  // namespace
 
 std::optional<InboxAppendPoint> InboxAppendPoint::after(std::string_view text, std::string_view id,
@@ -38,8 +29,8 @@ std::optional<InboxAppendPoint> InboxAppendPoint::after(std::string_view text, s
   if (at == std::string_view::npos || text.find(id, at + 1) != std::string_view::npos) {
     return std::nullopt;
   }
-  const auto lineStart = text.rfind('\n', at) == std::string_view::npos ? 0
-                                                                         : text.rfind('\n', at) + 1;
+  const auto newline = text.rfind('\n', at);
+  const auto lineStart = newline == std::string_view::npos ? 0 : newline + 1;
   const auto lineEnd = std::min(text.find('\n', at), text.size());
   if (!text.substr(lineStart).starts_with(kListLine)) return std::nullopt;
   // Nothing may hang under the line: the next line, if any, is blank.
@@ -47,6 +38,8 @@ std::optional<InboxAppendPoint> InboxAppendPoint::after(std::string_view text, s
     const auto nextEnd = std::min(text.find('\n', lineEnd + 1), text.size());
     if (!text::isBlank(text.substr(lineEnd + 1, nextEnd - lineEnd - 1))) return std::nullopt;
   }
+  // The page's syntax is not known here; a line inside a fenced block of either syntax would
+  // not read back as an item, and declining costs no more than the long way.
   FenceTracker markdown(TextSyntax::markdown);
   FenceTracker org(TextSyntax::org);
   for (auto line : text::lines(text.substr(0, lineEnd))) {
@@ -58,8 +51,9 @@ std::optional<InboxAppendPoint> InboxAppendPoint::after(std::string_view text, s
 }
 
 bool InboxAppendPoint::canAdd(std::string_view line) {
-  return line.starts_with(kListLine) && line.find_first_of("\r\n") == std::string_view::npos &&
-         !togglesFence(line);
+  // A line that starts as a list item cannot open or close a fenced block either: fences begin
+  // their line.
+  return line.starts_with(kListLine) && line.find_first_of("\r\n") == std::string_view::npos;
 }
 
 bool InboxAppendPoint::fits(std::string_view text) const {

@@ -29,7 +29,7 @@ struct InboxAppendPoint {
   // or when the line stands inside a fenced block (the page would not read back as written).
   static std::optional<InboxAppendPoint> after(std::string_view text, std::string_view id,
                                                std::int64_t number);
-  // Whether `line` can be added at a point: one line that opens or closes no fenced block.
+  // Whether `line` can be added at a point: one list line, with nothing under it.
   static bool canAdd(std::string_view line);
 
   // Whether this point was taken from exactly this text.

@@ -161,7 +161,7 @@ TEST_P(InboxAppendPointTest, AFittingPointIsTrustedWithoutReadingTheItems) {
   EXPECT_EQ(planner.model->capture("three").number, 42);
 }
 
-TEST_P(InboxAppendPointTest, LinesThatWouldOpenAFenceOrAreNotOneItemGoTheLongWay) {
+TEST_P(InboxAppendPointTest, OnlyOneListLineIsAddedAndFenceMarksInItsWordsChangeNothing) {
   EXPECT_TRUE(InboxAppendPoint::canAdd("- [ ] call mum"));
   EXPECT_TRUE(InboxAppendPoint::canAdd("- [ ] ``` mid-line")) << "a fence begins its line";
   EXPECT_FALSE(InboxAppendPoint::canAdd("```"));

@@ -126,11 +126,7 @@ InboxModel::Entry InboxModel::capture(const CapturePhrase& phrase) {
   const auto at = std::find_if(inbox.items.begin(), inbox.items.end(),
                                [](const InboxItem& i) { return i.orgHeading; });
   const auto index = static_cast<std::size_t>(at - inbox.items.begin());
-  if (at == inbox.items.end()) {
-    inbox.items.push_back(item);
-  } else {
-    inbox.items.insert(at, item);
-  }
+  inbox.items.insert(at, item);
   store_.save(inbox);
   if (appendPointFile_) {
     const auto text = store_.peekText(EntryKey::inbox());

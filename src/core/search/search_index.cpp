@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstdlib>
 #include <cstdio>
 #include <fstream>
 #include <iterator>
@@ -128,6 +129,10 @@ std::optional<fs::path> SearchIndex::defaultCacheFolder(const char* xdgCacheHome
   }
   if (home && fs::path(home).is_absolute()) return fs::path(home) / ".cache" / "trivo";
   return std::nullopt;
+}
+
+std::optional<fs::path> SearchIndex::defaultCacheFolder() {
+  return defaultCacheFolder(std::getenv("XDG_CACHE_HOME"), std::getenv("HOME"));
 }
 
 fs::path SearchIndex::databaseFile(const fs::path& cacheFolder, const fs::path& vault) {
@@ -255,6 +260,7 @@ SearchIndex::Refresh SearchIndex::refreshOnce() {
   struct Change {
     const SearchSource* source;
     FileStamp stamp;
+    std::optional<std::int64_t> replaces;  // the row of the file as it was indexed before
   };
   std::vector<Change> changes;
   std::vector<std::pair<std::int64_t, bool>> repins;
@@ -266,7 +272,8 @@ SearchIndex::Refresh SearchIndex::refreshOnce() {
     const auto it = known.find(source.relative);
     if (it == known.end() || it->second.stamp.size != stamp->size ||
         it->second.stamp.mtime != stamp->mtime) {
-      changes.push_back({&source, *stamp});
+      changes.push_back({&source, *stamp,
+                         it == known.end() ? std::nullopt : std::optional(it->second.id)});
     } else if (it->second.pinned != source.pinned) {
       repins.emplace_back(it->second.id, source.pinned);
     }
@@ -309,12 +316,11 @@ SearchIndex::Refresh SearchIndex::refreshOnce() {
       ++done;
       const SearchSource& source = *change.source;
       const FileStamp* stamp = &change.stamp;
-      const auto it = known.find(source.relative);
       // The stamp is taken before reading, so a change made while the file is read shows as a
       // newer stamp next time and is read then.
       const auto text = readFile(source.file);
       if (!text) continue;
-      if (it != known.end()) forget(it->second.id);
+      if (change.replaces) forget(*change.replaces);
       addFile.bind(1, source.relative).bind(2, stamp->size).bind(3, stamp->mtime);
       if (source.page) {
         addFile.bind(4, pageText(*source.page));

@@ -64,6 +64,8 @@ class SearchIndex {
   // nothing when neither can be formed.
   static std::optional<std::filesystem::path> defaultCacheFolder(const char* xdgCacheHome,
                                                                  const char* home);
+  // The same from this process's environment.
+  static std::optional<std::filesystem::path> defaultCacheFolder();
   // The database file of a vault: "search-<hash of the vault's absolute path>.sqlite".
   static std::filesystem::path databaseFile(const std::filesystem::path& cacheFolder,
                                             const std::filesystem::path& vault);

@@ -9,6 +9,7 @@
 #include "core/focus/audio_sink.h"
 #include "core/focus/tick_player.h"
 #include "core/platform/device_identity.h"
+#include "core/search/search_index.h"
 #include "core/service/service_lock.h"
 #include "core/service/service_setup.h"
 #include "core/service/vault_service.h"
@@ -71,6 +72,8 @@ AppSession::AppSession(Options options) : root_(std::move(options.root)) {
     // Qt owns the process's signals; the window stops the service itself on the way out.
     so.handleSignals = false;
     so.openSound = [] { return openPulseSink(TickPlayer::kSampleRate, "Trivo focus"); };
+    // The Search screen then finds only the pages of the last two seconds left to read.
+    if (auto cache = SearchIndex::defaultCacheFolder()) so.searchCache = *cache;
     service_ = std::make_unique<VaultService>(so);
     serviceThread_ = std::thread([this] {
       const int code = service_->run();

@@ -1,6 +1,7 @@
 // The window's wiring: screens into QML, links to screens.
 #include "app/app_window.h"
 
+#include <QDesktopServices>
 #include <QGuiApplication>
 #include <QPalette>
 #include <QQmlContext>
@@ -12,7 +13,7 @@
 #include "app/display_text.h"
 #include "app/focus_screen.h"
 #include "app/inbox_screen.h"
-#include "app/line_scan_search.h"
+#include "app/indexed_search.h"
 #include "app/period_screen.h"
 #include "app/refused_screen.h"
 #include "app/search_screen.h"
@@ -39,16 +40,21 @@ AppWindow::AppWindow(AppSession& session, QObject* parent)
       inbox_(std::make_unique<InboxScreen>(session)),
       focus_(std::make_unique<FocusScreen>(session)),
       period_(std::make_unique<PeriodScreen>(session)),
-      search_(std::make_unique<SearchScreen>(std::make_unique<LineScanSearch>(session.root()))),
+      search_(std::make_unique<SearchScreen>(
+          std::make_unique<IndexedSearch>(session.root(), session.store().vault().format))),
       settings_(std::make_unique<SettingsScreen>(session, systemPrefersDark())),
       refused_(std::make_unique<RefusedScreen>(session)) {
-  connect(search_.get(), &SearchScreen::openPage, this, [this](const QString& page) {
-    if (page == "inbox") {
-      setScreen("inbox");
-    } else if (period_->open(page)) {
-      setScreen("period");
-    }
-  });
+  connect(search_.get(), &SearchScreen::openPage, this,
+          [this](const QString& page, const QString& file) {
+            if (page.isEmpty()) {
+              const auto path = session_.root() / file.toStdString();
+              QDesktopServices::openUrl(QUrl::fromLocalFile(QString::fromStdString(path.string())));
+            } else if (page == "inbox") {
+              setScreen("inbox");
+            } else if (period_->open(page)) {
+              setScreen("period");
+            }
+          });
   connect(&session_, &AppSession::serviceEnded, this, &AppWindow::setNotice);
   auto weekStart = [this] { period_->setWeekStartsSunday(settings_->weekStart() == "sunday"); };
   connect(settings_.get(), &SettingsScreen::changed, this, weekStart);

@@ -3,12 +3,15 @@
 
 #include <QMetaObject>
 #include <QVariantMap>
+#include <chrono>
 
 namespace trivo::app {
 
 namespace {
 // Enough to fill the screen a few times over; a longer list is a sign to type more.
 constexpr std::size_t kLimit = 200;
+// Shorter than the pause between words, longer than the one between a typist's keys.
+constexpr std::chrono::milliseconds kSettle{150};
 }  // namespace
 
 SearchScreen::SearchScreen(std::unique_ptr<PageSearch> engine, QObject* parent)
@@ -41,38 +44,68 @@ void SearchScreen::work() {
     {
       std::unique_lock lock(mutex_);
       wake_.wait(lock, [this] { return quit_ || pending_.has_value(); });
+      // A query typed letter by letter settles first: of a quick run of keys only the last is
+      // answered, instead of a scan for every prefix ("c", "co") that nobody waits for.
+      for (std::uint64_t seen = 0; !quit_ && pending_ && pending_->first != seen;) {
+        seen = pending_->first;
+        wake_.wait_for(lock, kSettle, [&] { return quit_ || pending_->first != seen; });
+      }
       if (quit_) return;
       job = std::move(*pending_);
       pending_.reset();
     }
-    auto hits = engine_->find(job.second, kLimit);
+    std::vector<SearchHit> hits;
+    QString error;
+    const PageSearch::Progress progress = [this](std::size_t done, std::size_t all) {
+      // A tick per hundred files is enough for a person to see it move.
+      if (done % 100 != 0 && done != all) return;
+      const QString text = QString("Reading the pages into the index: %1 of %2").arg(done).arg(all);
+      QMetaObject::invokeMethod(
+          this,
+          [this, text] {
+            progress_ = text;
+            Q_EMIT changed();
+          },
+          Qt::QueuedConnection);
+    };
+    try {
+      hits = engine_->find(job.second, kLimit, progress);
+    } catch (const std::exception& e) {
+      error = QString::fromStdString(e.what());
+    }
     // Delivered on the screen's thread; dropped by Qt if the screen is gone by then.
     QMetaObject::invokeMethod(
-        this, [this, generation = job.first, hits = std::move(hits)] { show(generation, hits); },
+        this,
+        [this, generation = job.first, hits = std::move(hits), error] {
+          show(generation, hits, error);
+        },
         Qt::QueuedConnection);
   }
 }
 
-void SearchScreen::show(std::uint64_t generation, const std::vector<SearchHit>& hits) {
+void SearchScreen::show(std::uint64_t generation, const std::vector<SearchHit>& hits,
+                        const QString& error) {
   if (generation != generation_) return;  // a newer query is on its way
   busy_ = false;
+  error_ = error;
+  progress_.clear();
   groups_.clear();
   count_ = 0;
   QString page;
   QString file;
   QVariantList lines;
   auto close = [&] {
-    if (!page.isEmpty()) {
+    if (!file.isEmpty()) {
       groups_.append(QVariantMap{{"page", page}, {"file", file}, {"hits", lines}});
     }
     lines.clear();
   };
   for (const SearchHit& hit : hits) {
-    const QString p = QString::fromStdString(hit.page);
-    if (p != page) {
+    const QString f = QString::fromStdString(hit.file);
+    if (f != file) {
       close();
-      page = p;
-      file = QString::fromStdString(hit.file);
+      page = QString::fromStdString(hit.page);
+      file = f;
     }
     lines.append(QVariantMap{{"line", static_cast<int>(hit.line)},
                              {"text", QString::fromStdString(hit.text)}});
@@ -82,6 +115,6 @@ void SearchScreen::show(std::uint64_t generation, const std::vector<SearchHit>& 
   Q_EMIT changed();
 }
 
-void SearchScreen::open(const QString& page) { Q_EMIT openPage(page); }
+void SearchScreen::open(const QString& page, const QString& file) { Q_EMIT openPage(page, file); }
 
 }  // namespace trivo::app

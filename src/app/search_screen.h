@@ -26,6 +26,10 @@ class SearchScreen final : public QObject {
   Q_PROPERTY(int count READ count NOTIFY changed)
   // True while the newest query is being answered.
   Q_PROPERTY(bool busy READ busy NOTIFY changed)
+  // Why the newest query has no answer (it cannot be read, the index cannot be kept); or empty.
+  Q_PROPERTY(QString error READ error NOTIFY changed)
+  // While the pages are read into the index for the first time: how far that has come.
+  Q_PROPERTY(QString progress READ progress NOTIFY changed)
 
  public:
   // `engine` is called from the screen's worker thread only, one call at a time.
@@ -37,23 +41,28 @@ class SearchScreen final : public QObject {
   [[nodiscard]] QVariantList groups() const { return groups_; }
   [[nodiscard]] int count() const { return count_; }
   [[nodiscard]] bool busy() const { return busy_; }
+  [[nodiscard]] QString error() const { return error_; }
+  [[nodiscard]] QString progress() const { return progress_; }
 
-  // Asks the window to open the page of a result.
-  Q_INVOKABLE void open(const QString& page);
+  // Asks the window to open the page of a result; a file that is no period page opens in the
+  // desktop's editor for it.
+  Q_INVOKABLE void open(const QString& page, const QString& file);
 
  Q_SIGNALS:
   void changed();
-  void openPage(const QString& page);
+  void openPage(const QString& page, const QString& file);
 
  private:
   void work();
-  void show(std::uint64_t generation, const std::vector<SearchHit>& hits);
+  void show(std::uint64_t generation, const std::vector<SearchHit>& hits, const QString& error);
 
   std::unique_ptr<PageSearch> engine_;
   QString query_;
   QVariantList groups_;
   int count_ = 0;
   bool busy_ = false;
+  QString error_;
+  QString progress_;
   std::uint64_t generation_ = 0;
 
   std::mutex mutex_;

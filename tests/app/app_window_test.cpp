@@ -29,6 +29,7 @@
 #include "core/config/config_store.h"
 #include "core/service/service_lock.h"
 #include "core/service/service_setup.h"
+#include "core/store/vault_store.h"
 #include "core/util/iso_instant.h"
 #include "testing/fake_clock.h"
 #include "testing/scoped_env.h"
@@ -65,6 +66,7 @@ class Desk {
         config_("XDG_CONFIG_HOME", (home_.path() / "config").c_str()),
         group_("TRIVO_GROUP_DIR", (home_.path() / "group").c_str()),
         runtime_("XDG_RUNTIME_DIR", (home_.path() / "run").c_str()),
+        cache_("XDG_CACHE_HOME", (home_.path() / "cache").c_str()),
         today_("TRIVO_TODAY", nullptr),
         serviceClock_("TRIVO_SERVICE_CLOCK", nullptr),
         clock_(*trivo::parseIsoInstant("2026-09-16T09:30:00.000Z")) {
@@ -82,7 +84,7 @@ class Desk {
 
  private:
   TempDir home_;
-  ScopedEnv state_, data_, config_, group_, runtime_, today_, serviceClock_;
+  ScopedEnv state_, data_, config_, group_, runtime_, cache_, today_, serviceClock_;
   FakeClock clock_;
 };
 
@@ -391,7 +393,8 @@ void AppWindowTest::searchShowsLinesAsYouTypeGroupedByPage() {
   Desk desk;
   fs::create_directories(desk.vault() / "days");
   std::ofstream(desk.vault() / "days" / "2026-09-14.md")
-      << "## Journal\n- 10:00 — Beta feedback\n- 11:00 — lunch\n- 12:00 — more BETA notes\n";
+      << "## Journal\n- 10:00 — Beta feedback\n- 11:00 — lunch at the Café\n"
+         "- 12:00 — more BETA notes\n";
   std::ofstream(desk.vault() / "days" / "2026-09-15.md")
       << "## Journal\n- 09:00 — beta launch plan\n";
   std::ofstream(desk.vault() / ".trivo" / "notes.md") << "beta kept out of search\n";
@@ -399,7 +402,7 @@ void AppWindowTest::searchShowsLinesAsYouTypeGroupedByPage() {
   app.show("search");
   app.type("searchField", "beta");
   QTRY_VERIFY(!app.window.search().busy());
-  const auto groups = app.window.search().groups();
+  auto groups = app.window.search().groups();
   QCOMPARE(groups.size(), 2);
   QCOMPARE(groups[0].toMap().value("page").toString(), QString("2026-09-15"));
   const auto older = groups[1].toMap().value("hits").toList();
@@ -409,6 +412,31 @@ void AppWindowTest::searchShowsLinesAsYouTypeGroupedByPage() {
   app.typeText(" zzz");
   QTRY_VERIFY(!app.window.search().busy());
   QCOMPARE(app.window.search().count(), 0);
+
+  // Case and accents fold as in `trivo search`; the query language is the same too.
+  app.window.search().setQuery("CAFE -beta");
+  QTRY_VERIFY(!app.window.search().busy());
+  QCOMPARE(app.window.search().count(), 1);
+  app.window.search().setQuery("lunch from:someday");
+  QTRY_VERIFY(!app.window.search().busy());
+  QVERIFY2(app.window.search().error().contains("someday"),
+           qPrintable(app.window.search().error()));
+  QCOMPARE(app.window.search().count(), 0);
+
+  // A line written meanwhile is found: the index reads what changed.
+  QVERIFY(app.window.today().addJournal("Beta build sent to Ana"));
+  app.session.store().flush();
+  app.window.search().setQuery("beta ana");
+  QTRY_VERIFY(!app.window.search().busy());
+  QVERIFY(app.window.search().error().isEmpty());
+  groups = app.window.search().groups();
+  QCOMPARE(groups.size(), 1);
+  QCOMPARE(groups[0].toMap().value("page").toString(), QString("2026-09-16"));
+
+  // A result opens its page.
+  app.window.search().open("2026-09-14", "days/2026-09-14.md");
+  QCOMPARE(app.window.screen(), QString("period"));
+  QCOMPARE(app.window.period().kind(), QString("day"));
 }
 
 void AppWindowTest::settingsAreWrittenToTheVaultAndShortcutsFollowThem() {
@@ -552,10 +580,17 @@ void AppWindowTest::measuredOnATenYearVault() {
     frame();
     slowest = std::max(slowest, millisecondsSince(start));
   }
+  // The first query reads every page into the index (a new cache folder per test); the one
+  // after it is what a person meets on every later search.
   app.show("search");
+  start = Clock::now();
+  app.window.search().setQuery("beta");
+  QTRY_VERIFY_WITH_TIMEOUT(!app.window.search().busy(), 60000);
+  const double build = millisecondsSince(start);
+  app.window.search().setQuery("");
   app.click("searchField");
   double search = 0;
-  for (const QChar c : QString("beta")) {
+  for (const QChar c : QString("coffee")) {
     start = Clock::now();
     QTest::keyClick(app.win, c.toLatin1());
     frame();
@@ -564,11 +599,12 @@ void AppWindowTest::measuredOnATenYearVault() {
   start = Clock::now();
   QTRY_VERIFY_WITH_TIMEOUT(!app.window.search().busy(), 10000);
   const double answer = millisecondsSince(start);
+  QVERIFY(app.window.search().count() > 0);
   qInfo(
       "ten-year vault: start-up to a drawn Today %.1f ms; open Today %.1f ms; switch to a "
-      "month %.1f ms; slowest keystroke in capture %.1f ms; slowest keystroke in search %.1f ms, "
-      "its results (line scan) %.1f ms later",
-      startup, openToday, month, slowest, search, answer);
+      "month %.1f ms; slowest keystroke in capture %.1f ms; first search, building the index, "
+      "%.0f ms; slowest keystroke in search %.1f ms, the results %.1f ms after the last one",
+      startup, openToday, month, slowest, build, search, answer);
 }
 
 QTEST_MAIN(AppWindowTest)

@@ -22,16 +22,25 @@ ScrollView {
             onTextEdited: search.query = text
         }
         Label {
-            visible: search.query !== ""
-            text: search.busy ? "Searching…" : search.count + (search.count === 1 ? " line" : " lines")
+            visible: search.query !== "" && search.error === ""
+            text: search.busy ? (search.progress !== "" ? search.progress : "Searching…")
+                              : search.count + (search.count === 1 ? " line" : " lines")
             color: window.subtle
+        }
+        Label {
+            objectName: "searchError"
+            visible: search.error !== ""
+            text: search.error
+            color: "#d94848"
+            wrapMode: Text.Wrap
+            Layout.fillWidth: true
         }
         Repeater {
             model: search.groups
             Card {
                 id: group
                 required property var modelData
-                title: modelData.page + "   " + modelData.file
+                title: modelData.page !== "" ? modelData.page + "   " + modelData.file : modelData.file
                 Repeater {
                     model: modelData.hits
                     ItemDelegate {
@@ -39,7 +48,7 @@ ScrollView {
                         Layout.fillWidth: true
                         text: modelData.line + "  " + modelData.text
                         Accessible.name: "Open " + modelData.text
-                        onClicked: search.open(group.modelData.page)
+                        onClicked: search.open(group.modelData.page, group.modelData.file)
                     }
                 }
             }

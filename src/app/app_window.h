@@ -49,6 +49,7 @@ class AppWindow final : public QObject {
   PeriodScreen& period() { return *period_; }
   SearchScreen& search() { return *search_; }
   SettingsScreen& settings() { return *settings_; }
+  RefusedScreen& refused() { return *refused_; }
 
  Q_SIGNALS:
   void screenChanged();

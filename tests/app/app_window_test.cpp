@@ -22,6 +22,7 @@
 #include "app/focus_screen.h"
 #include "app/inbox_screen.h"
 #include "app/period_screen.h"
+#include "app/refused_screen.h"
 #include "app/search_screen.h"
 #include "app/settings_screen.h"
 #include "app/today_screen.h"
@@ -158,6 +159,7 @@ class AppWindowTest : public QObject {
   void anUnreadablePageOpensReadOnlyAndIsNeverWritten();
   void aVanishedVaultFolderIsSaidAndWhatWasTypedStays();
   void aSecondWindowViewsTheServedVault();
+  void aRefusedSaveShowsBothTextsAndKeepsWhatThePersonPicks();
   void linksOpenTheirScreens();
   void periodPagesMoveWithHistory();
   void searchShowsLinesAsYouTypeGroupedByPage();
@@ -327,6 +329,75 @@ void AppWindowTest::aSecondWindowViewsTheServedVault() {
   const std::string command = readFile(desk.vault().parent_path() / "group" / "command.json");
   QVERIFY2(command.find("\"start\"") != std::string::npos, command.c_str());
   QCOMPARE(app.window.focus().phase(), QString("idle"));
+}
+
+void AppWindowTest::aRefusedSaveShowsBothTextsAndKeepsWhatThePersonPicks() {
+  Desk desk;
+  Running app(desk);
+  const std::string file = "days/2026-09-16.md";
+  auto& refused = app.window.refused();
+  // The window's store read the page, another editor rewrote it, then the store saved its
+  // change: refused, and both texts are offered.
+  auto clash = [&](const std::string& mine, const std::string& theirs) {
+    auto& store = app.session.store();
+    const auto key = trivo::EntryKey::day(*trivo::DayDate::parse("2026-09-16"));
+    const std::string before = *store.loadText(key);
+    const auto at = before.find("## Outcomes\n") + 12;
+    std::string text = before;
+    text.insert(at, "- [ ] " + theirs + "\n");
+    std::ofstream(desk.vault() / file, std::ios::binary) << text;
+    store.saveText(key, std::string(before).insert(at, "- [ ] " + mine + "\n"));
+    try {
+      store.flush();
+    } catch (const std::exception&) {
+      // The refusal is reported here and kept for the Refused screen.
+    }
+    return text;
+  };
+  app.window.today().setOutcome(1, "Book the venue");
+  app.session.store().flush();
+
+  std::string theirs = clash("Call the caterer", "Written in vim");
+  QTRY_COMPARE_WITH_TIMEOUT(refused.entries().size(), 1, 5000);
+  app.show("refused");
+  QVERIFY(app.item("refusedMine")->property("text").toString().contains("Call the caterer"));
+  QCOMPARE(app.item("refusedTheirs")->property("text").toString(), QString::fromStdString(theirs));
+  QCOMPARE(desk.page(file), theirs);
+  app.click("refusedKeepDisk");
+  QTRY_VERIFY(refused.entries().isEmpty());
+  QCOMPARE(desk.page(file), theirs);
+
+  // Keeping mine writes it; the text it replaces is kept in its turn, so nothing is gone.
+  theirs = clash("Order the chairs", "Second outside line");
+  QTRY_COMPARE_WITH_TIMEOUT(refused.entries().size(), 1, 5000);
+  app.click("nav-today");
+  app.show("refused");
+  const QString mine = app.item("refusedMine")->property("text").toString();
+  app.click("refusedKeepMine");
+  QTRY_COMPARE(QString::fromStdString(desk.page(file)), mine);
+  QTRY_COMPARE(refused.entries().size(), 1);
+  QCOMPARE(refused.entries().value(0).toMap().value("mine").toString(),
+           QString::fromStdString(theirs));
+
+  // Merging puts both lines in one text to edit; the edited text is what the page holds.
+  app.click("refusedMerge");
+  QQuickItem* merge = app.item("refusedMergeText");
+  QVERIFY(merge);
+  const QString merged = merge->property("text").toString();
+  QVERIFY2(merged.contains("Second outside line") && merged.contains("Order the chairs"),
+           qPrintable(merged));
+  QString edited;
+  for (const QString& line : merged.split('\n')) {
+    if (!line.startsWith("<<<<<<<") && !line.startsWith("=======") && !line.startsWith(">>>>>>>") &&
+        !line.startsWith("|||||||")) {
+      edited += line + "\n";
+    }
+  }
+  edited.chop(1);
+  merge->setProperty("text", edited);
+  app.click("refusedSaveMerge");
+  QTRY_COMPARE(QString::fromStdString(desk.page(file)), edited);
+  QTRY_VERIFY(refused.entries().isEmpty());
 }
 
 void AppWindowTest::linksOpenTheirScreens() {

@@ -90,6 +90,7 @@ ApplicationWindow {
                         objectName: "nav-" + modelData.key
                         Layout.fillWidth: true
                         text: modelData.label + (modelData.key === "inbox" && inbox.openCount > 0 ? "  " + inbox.openCount : "")
+                              + (modelData.key === "refused" && refused.entries.length > 0 ? "  " + refused.entries.length : "")
                         highlighted: app.screen === modelData.key
                         Accessible.name: modelData.label + (modelData.hint ? " (" + modelData.hint + ")" : "")
                         onClicked: app.screen = modelData.key

@@ -158,6 +158,7 @@ class AppWindowTest : public QObject {
   void outsideEditsShowAtOnce();
   void anUnreadablePageOpensReadOnlyAndIsNeverWritten();
   void aVanishedVaultFolderIsSaidAndWhatWasTypedStays();
+  void aFullDiskIsSaidAndWhatWasTypedStays();
   void aSecondWindowViewsTheServedVault();
   void aRefusedSaveShowsBothTextsAndKeepsWhatThePersonPicks();
   void linksOpenTheirScreens();
@@ -309,6 +310,42 @@ void AppWindowTest::aVanishedVaultFolderIsSaidAndWhatWasTypedStays() {
   // A line typed after that is not thrown away: the store writes it where the page belongs.
   app.type("journalField", "Still here");
   QTRY_VERIFY(desk.page("days/2026-09-16.md").find("- 09:30 — Still here\n") != std::string::npos);
+}
+
+// Needs a small file system of its own: ctest runs it as "AppWindowFullDisk", on a tmpfs
+// mounted in a private mount namespace and named by TRIVO_FULL_DISK.
+void AppWindowTest::aFullDiskIsSaidAndWhatWasTypedStays() {
+  const char* disk = std::getenv("TRIVO_FULL_DISK");
+  if (!disk) QSKIP("runs as its own test, on a small file system (TRIVO_FULL_DISK)");
+  Desk desk;
+  const fs::path vault = fs::path(disk) / "vault";
+  fs::create_directories(vault / ".trivo");
+  Running app(desk, vault);
+  const fs::path file = vault / "days" / "2026-09-16.md";
+  app.type("journalField", "Before the disk filled");
+  QTRY_VERIFY(readFile(file).find("Before the disk filled") != std::string::npos);
+
+  // Fill every free block.
+  const fs::path filler = fs::path(disk) / "filler";
+  {
+    std::ofstream out(filler, std::ios::binary);
+    const std::string block(4096, 'x');
+    while (out.write(block.data(), static_cast<std::streamsize>(block.size())) && out.flush()) {
+    }
+  }
+  const std::string before = readFile(file);
+  app.type("journalField", "Typed on a full disk");
+  QTRY_VERIFY_WITH_TIMEOUT(app.window.today().error().contains("No space left on device"), 5000);
+  QVERIFY2(app.window.today().error().contains("your change is kept"),
+           qPrintable(app.window.today().error()));
+  QCOMPARE(readFile(file), before);
+  // Still on screen, and the page written in full once there is room again.
+  QVERIFY(app.window.today().journal().size() == 2);
+  fs::remove(filler);
+  app.type("journalField", "After the room was made");
+  QTRY_VERIFY(readFile(file).find("Typed on a full disk") != std::string::npos);
+  QVERIFY(readFile(file).find("After the room was made") != std::string::npos);
+  QVERIFY(app.window.today().error().isEmpty());
 }
 
 void AppWindowTest::aSecondWindowViewsTheServedVault() {

@@ -3,9 +3,11 @@
 #include <QCommandLineParser>
 #include <QQuickWindow>
 #include <iostream>
+#include <memory>
 
 #include "app/app_session.h"
 #include "app/app_window.h"
+#include "app/single_instance.h"
 #include "app/tray_icon.h"
 #include "core/vault/vault_locator.h"
 
@@ -33,6 +35,11 @@ int main(int argc, char** argv) {
     std::cerr << "trivo-app: " << e.what() << "\n";
     return 1;
   }
+  const auto urls = parser.positionalArguments();
+  const QString url = urls.isEmpty() ? QString() : urls.front();
+  // A window already open on this vault takes the link; this start ends there.
+  const auto socket = trivo::app::SingleInstance::socketFor(root);
+  if (socket && trivo::app::SingleInstance::forward(*socket, url)) return 0;
   try {
     trivo::app::AppSession session({root});
     trivo::app::AppWindow window(session);
@@ -40,10 +47,11 @@ int main(int argc, char** argv) {
       std::cerr << "trivo-app: the window's QML did not load; reinstall trivo-app.\n";
       return 1;
     }
-    const auto urls = parser.positionalArguments();
-    if (!urls.isEmpty() && !window.openLink(urls.front())) {
+    if (!url.isEmpty() && !window.openLink(url)) {
       std::cerr << "trivo-app: " << window.notice().toStdString() << "\n";
     }
+    std::unique_ptr<trivo::app::SingleInstance> single;
+    if (socket) single = std::make_unique<trivo::app::SingleInstance>(window, *socket);
     trivo::app::TrayIcon tray(window);
     QObject::connect(&application, &QApplication::lastWindowClosed, &application, [] {
       if (!QSystemTrayIcon::isSystemTrayAvailable()) QCoreApplication::quit();

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <QDeadlineTimer>
+#include <QProcess>
 #include <QQuickItem>
 #include <QQuickWindow>
 #include <QRegularExpression>
@@ -25,6 +26,7 @@
 #include "app/refused_screen.h"
 #include "app/search_screen.h"
 #include "app/settings_screen.h"
+#include "app/single_instance.h"
 #include "app/today_screen.h"
 #include "app/tray_icon.h"
 #include "core/config/config_store.h"
@@ -162,6 +164,7 @@ class AppWindowTest : public QObject {
   void aSecondWindowViewsTheServedVault();
   void aRefusedSaveShowsBothTextsAndKeepsWhatThePersonPicks();
   void linksOpenTheirScreens();
+  void aLaterStartHandsItsLinkToTheOpenWindow();
   void periodPagesMoveWithHistory();
   void searchShowsLinesAsYouTypeGroupedByPage();
   void settingsAreWrittenToTheVaultAndShortcutsFollowThem();
@@ -463,6 +466,41 @@ void AppWindowTest::linksOpenTheirScreens() {
   QVERIFY(!app.window.openLink("https://example.com"));
   QCOMPARE(app.window.notice(), QString("\"https://example.com\" is not a Trivo link; links start "
                                         "with trivo:// and name a screen."));
+}
+
+void AppWindowTest::aLaterStartHandsItsLinkToTheOpenWindow() {
+  Desk desk;
+  Running app(desk);
+  const auto socket = trivo::app::SingleInstance::socketFor(desk.vault());
+  QVERIFY(socket);
+  // What a window that crashed leaves behind is taken over.
+  std::ofstream(*socket) << "";
+  trivo::app::SingleInstance door(app.window, *socket);
+  QVERIFY(door.listening());
+  QSignalSpy received(&door, &trivo::app::SingleInstance::received);
+
+  // The real program, started as a browser or a widget starts it.
+  auto start = [&](const QStringList& arguments) {
+    QProcess later;
+    later.setProgram(QStringLiteral(TRIVO_BINARY_DIR) + "/trivo-app");
+    later.setArguments(QStringList{"--vault", QString::fromStdString(desk.vault().string())} +
+                       arguments);
+    later.start();
+    // It ends once the window took the link, which needs this event loop to run.
+    QTRY_VERIFY_WITH_TIMEOUT(later.state() == QProcess::NotRunning, 10000);
+    QCOMPARE(later.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(later.exitCode(), 0);
+  };
+  start({"trivo://capture?text=Call%20Ann"});
+  QTRY_COMPARE(received.size(), 1);
+  QCOMPARE(app.window.screen(), QString("inbox"));
+  QCOMPARE(app.window.inbox().openCount(), 1);
+  app.window.setScreen("today");
+  start({});
+  QTRY_COMPARE(received.size(), 2);
+  QCOMPARE(received.at(1).at(0).toString(), QString());
+  QCOMPARE(app.window.screen(), QString("today"));
+  QVERIFY(app.session.isOwner());
 }
 
 void AppWindowTest::periodPagesMoveWithHistory() {

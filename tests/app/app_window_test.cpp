@@ -139,6 +139,26 @@ struct Running {
   std::optional<std::chrono::steady_clock::time_point> firstFrame;
 };
 
+// The window's store reads today's page, another editor adds `theirs` to its outcomes, then the
+// store saves `mine` there: refused, and kept for the Refused screen. Returns the page on disk.
+std::string refuseAnEdit(Running& app, const Desk& desk, const std::string& mine,
+                         const std::string& theirs) {
+  auto& store = app.session.store();
+  const auto key = trivo::EntryKey::day(*trivo::DayDate::parse("2026-09-16"));
+  const std::string before = *store.loadText(key);
+  const auto at = before.find("## Outcomes\n") + 12;
+  std::string text = before;
+  text.insert(at, "- [ ] " + theirs + "\n");
+  std::ofstream(desk.vault() / "days" / "2026-09-16.md", std::ios::binary) << text;
+  store.saveText(key, std::string(before).insert(at, "- [ ] " + mine + "\n"));
+  try {
+    store.flush();
+  } catch (const std::exception&) {
+    // The refusal is reported here and kept for the Refused screen.
+  }
+  return text;
+}
+
 void saveScreenshot(QQuickWindow* win, const QString& name) {
   const QString folder = QStringLiteral(TRIVO_BINARY_DIR) + "/app-screenshots";
   fs::create_directories(folder.toStdString());
@@ -376,28 +396,10 @@ void AppWindowTest::aRefusedSaveShowsBothTextsAndKeepsWhatThePersonPicks() {
   Running app(desk);
   const std::string file = "days/2026-09-16.md";
   auto& refused = app.window.refused();
-  // The window's store read the page, another editor rewrote it, then the store saved its
-  // change: refused, and both texts are offered.
-  auto clash = [&](const std::string& mine, const std::string& theirs) {
-    auto& store = app.session.store();
-    const auto key = trivo::EntryKey::day(*trivo::DayDate::parse("2026-09-16"));
-    const std::string before = *store.loadText(key);
-    const auto at = before.find("## Outcomes\n") + 12;
-    std::string text = before;
-    text.insert(at, "- [ ] " + theirs + "\n");
-    std::ofstream(desk.vault() / file, std::ios::binary) << text;
-    store.saveText(key, std::string(before).insert(at, "- [ ] " + mine + "\n"));
-    try {
-      store.flush();
-    } catch (const std::exception&) {
-      // The refusal is reported here and kept for the Refused screen.
-    }
-    return text;
-  };
   app.window.today().setOutcome(1, "Book the venue");
   app.session.store().flush();
 
-  std::string theirs = clash("Call the caterer", "Written in vim");
+  std::string theirs = refuseAnEdit(app, desk, "Call the caterer", "Written in vim");
   QTRY_COMPARE_WITH_TIMEOUT(refused.entries().size(), 1, 5000);
   app.show("refused");
   QVERIFY(app.item("refusedMine")->property("text").toString().contains("Call the caterer"));
@@ -408,7 +410,7 @@ void AppWindowTest::aRefusedSaveShowsBothTextsAndKeepsWhatThePersonPicks() {
   QCOMPARE(desk.page(file), theirs);
 
   // Keeping mine writes it; the text it replaces is kept in its turn, so nothing is gone.
-  theirs = clash("Order the chairs", "Second outside line");
+  theirs = refuseAnEdit(app, desk, "Order the chairs", "Second outside line");
   QTRY_COMPARE_WITH_TIMEOUT(refused.entries().size(), 1, 5000);
   app.click("nav-today");
   app.show("refused");
@@ -664,10 +666,14 @@ void AppWindowTest::screenshotsOfEveryScreenInLightAndDark() {
   app.window.search().setQuery("beta");
   QTRY_VERIFY(!app.window.search().busy());
   app.window.focus().setSubject("Release notes");
+  app.session.store().flush();
+  refuseAnEdit(app, desk, "Confirm the venue", "Venue booked (from the phone)");
+  QTRY_COMPARE(app.window.refused().entries().size(), 1);
   app.win->resize(1100, 760);
   for (const bool dark : {false, true}) {
     app.window.settings().setSystemDark(dark);
-    for (const char* screen : {"today", "inbox", "period", "focus", "search", "settings"}) {
+    for (const char* screen :
+         {"today", "inbox", "period", "focus", "search", "settings", "refused"}) {
       app.window.setScreen(screen);
       // The capture field shows what it reads while a line is typed.
       if (QString(screen) == "inbox")

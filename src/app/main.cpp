@@ -23,6 +23,9 @@ int main(int argc, char** argv) {
   parser.addHelpOption();
   QCommandLineOption vaultOption("vault", "The vault folder.", "DIR");
   parser.addOption(vaultOption);
+  // For timing a start and for a packager's smoke test: the whole start, then out.
+  QCommandLineOption drawnOption("quit-when-drawn", "Quit once the first frame of Today is drawn.");
+  parser.addOption(drawnOption);
   parser.addPositionalArgument("url", "A trivo:// link to open.", "[url]");
   parser.process(application);
 
@@ -52,6 +55,12 @@ int main(int argc, char** argv) {
     }
     std::unique_ptr<trivo::app::SingleInstance> single;
     if (socket) single = std::make_unique<trivo::app::SingleInstance>(window, *socket);
+    if (parser.isSet(drawnOption)) {
+      if (auto* win = qobject_cast<QQuickWindow*>(window.root())) {
+        QObject::connect(win, &QQuickWindow::frameSwapped, &application, &QCoreApplication::quit,
+                         Qt::QueuedConnection);
+      }
+    }
     trivo::app::TrayIcon tray(window);
     QObject::connect(&application, &QApplication::lastWindowClosed, &application, [] {
       if (!QSystemTrayIcon::isSystemTrayAvailable()) QCoreApplication::quit();

@@ -41,6 +41,7 @@ AppWindow::AppWindow(AppSession& session, QObject* parent)
       focus_(std::make_unique<FocusScreen>(session)),
       period_(std::make_unique<PeriodScreen>(session)),
       search_(std::make_unique<SearchScreen>(
+          session.root(),
           std::make_unique<IndexedSearch>(session.root(), session.store().vault().format))),
       settings_(std::make_unique<SettingsScreen>(session, systemPrefersDark())),
       refused_(std::make_unique<RefusedScreen>(session)) {

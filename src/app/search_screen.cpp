@@ -1,6 +1,7 @@
 // Results as the query is typed: the newest query goes to the worker, older ones are dropped.
 #include "app/search_screen.h"
 
+#include <QFile>
 #include <QMetaObject>
 #include <QVariantMap>
 #include <chrono>
@@ -14,8 +15,12 @@ constexpr std::size_t kLimit = 200;
 constexpr std::chrono::milliseconds kSettle{150};
 }  // namespace
 
-SearchScreen::SearchScreen(std::unique_ptr<PageSearch> engine, QObject* parent)
-    : QObject(parent), engine_(std::move(engine)), worker_([this] { work(); }) {}
+SearchScreen::SearchScreen(std::filesystem::path root, std::unique_ptr<PageSearch> engine,
+                           QObject* parent)
+    : QObject(parent),
+      root_(std::move(root)),
+      engine_(std::move(engine)),
+      worker_([this] { work(); }) {}
 
 SearchScreen::~SearchScreen() {
   {
@@ -113,6 +118,38 @@ void SearchScreen::show(std::uint64_t generation, const std::vector<SearchHit>& 
   }
   close();
   Q_EMIT changed();
+}
+
+void SearchScreen::showLine(const QString& page, const QString& file, int line) {
+  QFile in(QString::fromStdString((root_ / file.toStdString()).string()));
+  if (!in.open(QIODevice::ReadOnly)) {
+    error_ = QString("%1 cannot be read (%2).").arg(file, in.errorString());
+    Q_EMIT changed();
+    return;
+  }
+  shownText_ = QString::fromUtf8(in.readAll());
+  shownFile_ = file;
+  shownPage_ = page;
+  // Lines are counted as the index counts them: from 1, split at "\n".
+  qsizetype start = 0;
+  for (int n = 1; n < line && start >= 0; ++n) {
+    start = shownText_.indexOf('\n', start);
+    if (start >= 0) ++start;
+  }
+  if (start < 0) start = shownText_.size();  // the page is shorter now than when it was found
+  qsizetype end = shownText_.indexOf('\n', start);
+  if (end < 0) end = shownText_.size();
+  shownStart_ = static_cast<int>(start);
+  shownEnd_ = static_cast<int>(end);
+  Q_EMIT shownChanged();
+}
+
+void SearchScreen::closeShown() {
+  shownFile_.clear();
+  shownPage_.clear();
+  shownText_.clear();
+  shownStart_ = shownEnd_ = 0;
+  Q_EMIT shownChanged();
 }
 
 void SearchScreen::open(const QString& page, const QString& file) { Q_EMIT openPage(page, file); }

@@ -581,10 +581,20 @@ void AppWindowTest::searchShowsLinesAsYouTypeGroupedByPage() {
   QCOMPARE(groups.size(), 1);
   QCOMPARE(groups[0].toMap().value("page").toString(), QString("2026-09-16"));
 
-  // A result opens its page.
-  app.window.search().open("2026-09-14", "days/2026-09-14.md");
+  // A result shows its page with the line picked out; from there the page's screen opens.
+  app.window.search().setQuery("beta");
+  QTRY_VERIFY(!app.window.search().busy());
+  app.click("result-days/2026-09-14.md:4");
+  auto& search = app.window.search();
+  QTRY_COMPARE(search.shownFile(), QString("days/2026-09-14.md"));
+  QCOMPARE(search.shownText(), QString::fromStdString(desk.page("days/2026-09-14.md")));
+  QQuickItem* shown = app.item("shownText");
+  QVERIFY(shown);
+  QTRY_COMPARE(shown->property("selectedText").toString(), QString("- 12:00 — more BETA notes"));
+  app.click("shownOpen");
   QCOMPARE(app.window.screen(), QString("period"));
   QCOMPARE(app.window.period().kind(), QString("day"));
+  QCOMPARE(app.window.period().title(), QString::fromStdString("Monday 14 September 2026"));
 }
 
 void AppWindowTest::settingsAreWrittenToTheVaultAndShortcutsFollowThem() {
@@ -667,6 +677,7 @@ void AppWindowTest::screenshotsOfEveryScreenInLightAndDark() {
   QTRY_VERIFY(!app.window.search().busy());
   app.window.focus().setSubject("Release notes");
   app.session.store().flush();
+  app.window.search().showLine("2026-09-16", "days/2026-09-16.md", 8);
   refuseAnEdit(app, desk, "Confirm the venue", "Venue booked (from the phone)");
   QTRY_COMPARE(app.window.refused().entries().size(), 1);
   app.win->resize(1100, 760);

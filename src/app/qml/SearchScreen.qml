@@ -1,4 +1,5 @@
-// Search: results as you type, grouped by page; a result opens its page.
+// Search: results as you type, grouped by page; a result shows its page at the line, and from
+// there the page's own screen opens.
 import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
@@ -35,6 +36,54 @@ ScrollView {
             wrapMode: Text.Wrap
             Layout.fillWidth: true
         }
+        Card {
+            id: shown
+            objectName: "shownPage"
+            visible: search.shownFile !== ""
+            title: search.shownFile
+            RowLayout {
+                Button {
+                    objectName: "shownOpen"
+                    text: search.shownPage !== "" ? "Open " + search.shownPage : "Open in editor"
+                    Accessible.name: text
+                    onClicked: search.open(search.shownPage, search.shownFile)
+                }
+                Button {
+                    text: "Close"
+                    Accessible.name: "Close the page"
+                    onClicked: search.closeShown()
+                }
+            }
+            ScrollView {
+                id: shownScroll
+                Layout.fillWidth: true
+                Layout.preferredHeight: root.height * 0.45
+                TextArea {
+                    id: shownArea
+                    objectName: "shownText"
+                    readOnly: true
+                    selectByMouse: true
+                    persistentSelection: true
+                    font.family: "monospace"
+                    text: search.shownText
+                    Accessible.name: "The page of the result"
+                }
+            }
+            // Also when the screen is made with a page already picked (a link, a test).
+            function pick() {
+                if (search.shownFile === "") return
+                shownArea.select(search.shownStart, search.shownEnd)
+                // The picked line a third of the way down, and the page at the top of the screen.
+                const y = shownArea.positionToRectangle(search.shownStart).y
+                shownScroll.contentItem.contentY = Math.max(0, y - shownScroll.height / 3)
+                root.contentItem.contentY = 0
+            }
+            Component.onCompleted: Qt.callLater(pick)
+            Connections {
+                target: search
+                function onShownChanged() { Qt.callLater(shown.pick) }
+            }
+        }
         Repeater {
             model: search.groups
             Card {
@@ -45,10 +94,11 @@ ScrollView {
                     model: modelData.hits
                     ItemDelegate {
                         required property var modelData
+                        objectName: "result-" + group.modelData.file + ":" + modelData.line
                         Layout.fillWidth: true
                         text: modelData.line + "  " + modelData.text
-                        Accessible.name: "Open " + modelData.text
-                        onClicked: search.open(group.modelData.page, group.modelData.file)
+                        Accessible.name: "Show " + modelData.text
+                        onClicked: search.showLine(group.modelData.page, group.modelData.file, modelData.line)
                     }
                 }
             }

@@ -3,6 +3,7 @@
 
 #include "app/display_text.h"
 #include "core/config/config_store.h"
+#include "core/format/text_util.h"
 #include "core/search/search_index.h"
 #include "core/search/sqlite_db.h"
 
@@ -20,10 +21,6 @@ std::string shownText(std::string_view text) {
   return std::string(text);
 }
 
-bool isBlank(std::string_view text) {
-  return text.find_first_not_of(" \t\r\n") == std::string_view::npos;
-}
-
 }  // namespace
 
 IndexedSearch::IndexedSearch(std::filesystem::path root, VaultFormat format)
@@ -34,7 +31,7 @@ IndexedSearch::~IndexedSearch() = default;
 std::vector<SearchHit> IndexedSearch::find(std::string_view text, std::size_t limit,
                                            const Progress& progress) {
   std::vector<SearchHit> hits;
-  if (isBlank(text) || limit == 0) return hits;
+  if (text::isBlank(text) || limit == 0) return hits;
   SearchQuery query;
   try {
     query = SearchQuery::parse(text);
@@ -61,13 +58,7 @@ std::vector<SearchHit> IndexedSearch::find(std::string_view text, std::size_t li
       } catch (const std::exception&) {
         // A damaged settings file leaves the vault's other Org files out, nothing more.
       }
-      SearchIndex::Options options;
-      options.vault = root_;
-      options.format = format_;
-      options.cacheFolder = *folder;
-      options.orgFiles = config.orgInFind;
-      options.orgSkip = config.orgSkip;
-      options.orgPins = config.orgPins;
+      auto options = SearchIndex::Options::forVault(root_, format_, *folder, config);
       options.context = 0;
       options.progress = [this](std::size_t done, std::size_t all) {
         if (progress_ && *progress_) (*progress_)(done, all);

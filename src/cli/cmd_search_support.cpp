@@ -98,13 +98,8 @@ std::vector<SearchPage> runSearch(const Context& context, const SearchVault& vau
   }
   const VaultConfig defaults;
   const VaultConfig& config = vault.config ? *vault.config : defaults;
-  SearchIndex::Options options;
-  options.vault = vault.root;
-  options.format = vault.format;
-  options.cacheFolder = *folder;
-  options.orgFiles = orgFiles.value_or(config.orgInFind);
-  options.orgSkip = config.orgSkip;
-  options.orgPins = config.orgPins;
+  auto options = SearchIndex::Options::forVault(vault.root, vault.format, *folder, config);
+  if (orgFiles) options.orgFiles = *orgFiles;
   options.context = contextLines;
   ProgressBar bar(context.err);
   if (isatty(STDERR_FILENO) != 0 && &context.err == &std::cerr) {

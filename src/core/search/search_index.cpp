@@ -14,6 +14,7 @@
 #include <unordered_set>
 
 #include "core/calendar/periods.h"
+#include "core/config/vault_config.h"
 #include "core/search/search_lines.h"
 #include "core/search/search_sources.h"
 #include "core/search/sqlite_db.h"
@@ -148,6 +149,19 @@ fs::path SearchIndex::cacheFile(const fs::path& cacheFolder, const fs::path& vau
   std::snprintf(hex, sizeof hex, "%016llx",
                 static_cast<unsigned long long>(fnv1aHash(absolute.lexically_normal().string())));
   return cacheFolder / (std::string(prefix) + hex + std::string(suffix));
+}
+
+SearchIndex::Options SearchIndex::Options::forVault(fs::path vault, VaultFormat format,
+                                                   fs::path cacheFolder,
+                                                   const VaultConfig& config) {
+  Options options;
+  options.vault = std::move(vault);
+  options.format = format;
+  options.cacheFolder = std::move(cacheFolder);
+  options.orgFiles = config.orgInFind;
+  options.orgSkip = config.orgSkip;
+  options.orgPins = config.orgPins;
+  return options;
 }
 
 SearchIndex::SearchIndex(Options options) : options_(std::move(options)) {

@@ -23,6 +23,7 @@
 namespace trivo {
 
 class SqliteDb;
+struct VaultConfig;
 
 // One file with lines that match, and the lines shown around them.
 struct SearchPage {
@@ -50,6 +51,11 @@ class SearchIndex {
     // Told how far a build that reads every file has come (files read, files in all); called
     // only when the database was missing or thrown away.
     std::function<void(std::size_t, std::size_t)> progress;
+
+    // A vault's options as its settings give them: which of its other Org files are searched,
+    // and which come first.
+    static Options forVault(std::filesystem::path vault, VaultFormat format,
+                            std::filesystem::path cacheFolder, const VaultConfig& config);
   };
 
   // What bringing the index up to date did.

@@ -243,14 +243,8 @@ struct VaultService::Impl {
     searchDue.reset();
     try {
       if (!search) {
-        SearchIndex::Options options;
-        options.vault = o.root;
-        options.format = store->vault().format;
-        options.cacheFolder = o.searchCache;
-        options.orgFiles = config.orgInFind;
-        options.orgSkip = config.orgSkip;
-        options.orgPins = config.orgPins;
-        search = std::make_unique<SearchIndex>(options);
+        search = std::make_unique<SearchIndex>(
+            SearchIndex::Options::forVault(o.root, store->vault().format, o.searchCache, config));
       }
       (void)search->refresh();
     } catch (const std::exception& e) {

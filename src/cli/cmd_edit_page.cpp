@@ -19,7 +19,6 @@ namespace trivo::cli {
 
 namespace fs = std::filesystem;
 
-
 std::unique_ptr<VaultStore> openPageStore(const fs::path& root, const Context& context) {
   return openCommandStore(root, context, StoreWrites::atOnce);
 }

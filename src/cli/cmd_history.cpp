@@ -18,7 +18,6 @@ namespace trivo::cli {
 
 namespace fs = std::filesystem;
 
-
 BackupStore backupsOf(const fs::path& root, const Context& context) {
   auto folder = BackupStore::folderFor(root);
   if (!folder) {

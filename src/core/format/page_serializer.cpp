@@ -861,11 +861,13 @@ void readInboxWords(TextSyntax syntax, std::string words, InboxItem& item, bool 
             break;
           }
           case kSomeday:
+            item.someday = taken = true;
+            break;
           case kWaiting:
+            item.waiting = taken = true;
+            break;
           case kBlocked:
-            (known == kSomeday ? item.someday : known == kWaiting ? item.waiting : item.blocked) =
-                true;
-            taken = true;
+            item.blocked = taken = true;
             break;
           case kUnknown:
             break;

@@ -5,11 +5,11 @@
 
 #include <cstdio>
 #include <fstream>
-#include <sstream>
 #include <system_error>
 
 #include "core/format/text_syntax.h"
 #include "core/format/text_util.h"
+#include "core/store/atomic_write.h"
 #include "core/util/fnv_hash.h"
 #include "core/util/json_fields.h"
 
@@ -71,18 +71,14 @@ InboxAppendPoint InboxAppendPoint::next(std::string_view text, std::string_view 
 }
 
 std::optional<InboxAppendPoint> InboxAppendPoint::load(const fs::path& file) {
-  std::ifstream in(file, std::ios::binary);
-  if (!in) return std::nullopt;
-  std::ostringstream buffer;
-  buffer << in.rdbuf();
-  const Json j = Json::parse(buffer.str(), nullptr, false);
-  if (!j.is_object()) return std::nullopt;
+  const auto j = Coordinated::readJson(file);
+  if (!j || !j->is_object()) return std::nullopt;
   InboxAppendPoint point;
   try {
-    point.size = j.at("size").get<std::uint64_t>();
-    point.hash = std::stoull(j.at("hash").get<std::string>(), nullptr, 16);
-    point.offset = j.at("offset").get<std::uint64_t>();
-    point.number = j.at("number").get<std::int64_t>();
+    point.size = j->at("size").get<std::uint64_t>();
+    point.hash = std::stoull(j->at("hash").get<std::string>(), nullptr, 16);
+    point.offset = j->at("offset").get<std::uint64_t>();
+    point.number = j->at("number").get<std::int64_t>();
   } catch (const std::exception&) {
     return std::nullopt;
   }

@@ -20,8 +20,8 @@ const DayDate kLastDay{2026, 9, 16};
 
 // A vault of ten years of day pages, each with three outcomes, a journal line and three
 // focus sessions; written once and kept for every run of the benchmark.
-struct TenYearVault {
-  TenYearVault() {
+struct SessionLogVault {
+  SessionLogVault() {
     std::string pattern = (fs::temp_directory_path() / "trivo-bench-XXXXXX").string();
     if (!mkdtemp(pattern.data())) std::abort();
     root = pattern;
@@ -46,12 +46,12 @@ struct TenYearVault {
       std::ofstream(file, std::ios::binary) << serializer.renderDay(day);
     }
   }
-  ~TenYearVault() { fs::remove_all(root); }
+  ~SessionLogVault() { fs::remove_all(root); }
   fs::path root;
 };
 
 void BM_FocusStatsTenYears(benchmark::State& state) {
-  static const TenYearVault vault;
+  static const SessionLogVault vault;
   const Vault v{vault.root, VaultFormat::markdown, "en", {}};
   VaultStore::Options options;
   options.codec = SerializerCodec::forVault(v, YearMode::quarter);

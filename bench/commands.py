@@ -68,6 +68,10 @@ def command_figures(trivo, vault, args, runs, env, keep=False):
     with tempfile.TemporaryDirectory() as tmp:
         copy = os.path.join(tmp, "vault")
         shutil.copytree(vault, copy, symlinks=True)
+        # The copy's pages are still dirty in the page cache: the first syncs of a writing
+        # command would otherwise wait on the writeback of thousands of files, more on a bigger
+        # vault, and the figure would measure the copy instead of the command.
+        os.sync()
         argv = [trivo, "--vault", copy] + args
         cpu, wall, codes = [], [], set()
         for i in range(runs + 1):

@@ -60,6 +60,9 @@ std::vector<SearchHit> IndexedSearch::find(std::string_view text, std::size_t li
       }
       auto options = SearchIndex::Options::forVault(root_, format_, *folder, config);
       options.context = 0;
+      // The window searches at every pause in typing: it looks at the pages only when
+      // something in their folders changed since the last search.
+      options.watchFolders = true;
       options.progress = [this](std::size_t done, std::size_t all) {
         if (progress_ && *progress_) (*progress_)(done, all);
       };

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <cstdio>
 #include <fstream>
+#include <future>
 #include <iterator>
 #include <set>
 #include <unordered_map>
@@ -15,6 +16,7 @@
 
 #include "core/calendar/periods.h"
 #include "core/config/vault_config.h"
+#include "core/search/folder_changes.h"
 #include "core/search/search_lines.h"
 #include "core/search/search_sources.h"
 #include "core/search/sqlite_db.h"
@@ -39,19 +41,6 @@ CREATE INDEX lines_by_file ON lines(file, line);
 CREATE VIRTUAL TABLE fts USING fts5(flat, content='lines', content_rowid='id',
   tokenize='trigram');
 )";
-
-struct FileStamp {
-  std::int64_t size = -1;
-  std::int64_t mtime = 0;  // nanoseconds
-};
-
-std::optional<FileStamp> stampOf(const fs::path& file) {
-  struct stat info {};
-  if (::stat(file.c_str(), &info) != 0 || !S_ISREG(info.st_mode)) return std::nullopt;
-  return FileStamp{static_cast<std::int64_t>(info.st_size),
-               static_cast<std::int64_t>(info.st_mtim.tv_sec) * 1000000000 +
-                   static_cast<std::int64_t>(info.st_mtim.tv_nsec)};
-}
 
 std::pair<DayDate, DayDate> daysOf(const EntryKey& key) {
   if (const DayDate* d = key.asDay()) return {*d, *d};
@@ -113,6 +102,12 @@ std::string ftsPhrase(std::string_view term) {
   return out + "\"";
 }
 
+}  // namespace
+
+// The rows a query reads, and what queries keep of them between one another (named, not
+// anonymous: SearchIndex::Copies holds them).
+namespace search_rows {
+
 struct FileRow {
   std::string path;
   std::optional<EntryKey> page;
@@ -121,7 +116,128 @@ struct FileRow {
   bool pinned = false;
 };
 
-}  // namespace
+// A line of the index as a query reads it; the views last as long as their source's row.
+struct LineRow {
+  std::int64_t id = 0;
+  std::int64_t file = 0;
+  std::size_t line = 0;
+  SearchKind kind = SearchKind::other;
+  std::string_view tags;
+  std::string_view flat;
+  std::string_view text;
+};
+using LineVisit = std::function<void(const LineRow&)>;
+
+SearchKind kindOf(std::int64_t stored) {
+  return static_cast<SearchKind>(
+      std::clamp<std::int64_t>(stored, 0, std::int64_t{kSearchKindNames.size() - 1}));
+}
+
+// Changes whenever another connection commits to the database (never for this one's own).
+std::int64_t dataVersion(SqliteDb& db) {
+  auto statement = db.prepare("PRAGMA data_version");
+  return statement.step() ? statement.integer(0) : -1;
+}
+
+// The lines whose folded text holds every term of `match` (an FTS5 query), or every line when
+// it is empty, read row by row from the database.
+void candidateRows(SqliteDb& db, const std::string& match, const LineVisit& visit) {
+  constexpr std::string_view kColumns = "l.id, l.file, l.line, l.kind, l.tags, l.flat, l.text";
+  SqliteStatement rows =
+      match.empty() ? db.prepare("SELECT " + std::string(kColumns) + " FROM lines l")
+                    : db.prepare("SELECT " + std::string(kColumns) +
+                                 " FROM fts JOIN lines l ON l.id = fts.rowid WHERE fts MATCH ?");
+  if (!match.empty()) rows.bind(1, match);
+  while (rows.step()) {
+    visit(LineRow{rows.integer(0), rows.integer(1), static_cast<std::size_t>(rows.integer(2)),
+                  kindOf(rows.integer(3)), rows.text(4), rows.text(5), rows.text(6)});
+  }
+}
+
+// The lines table held in memory, for a process that searches again and again: a query then
+// asks the database only for the ids of the lines that match (the full-text index answers that
+// in about a millisecond) instead of fetching every matching line and its neighbours row by
+// row. Ten years of pages take about 20 MB.
+class LineMirror {
+ public:
+  explicit LineMirror(SqliteDb& db) {
+    auto rows = db.prepare("SELECT id, file, line, kind, tags, flat, text FROM lines ORDER BY id");
+    while (rows.step()) {
+      const std::string_view tags = rows.text(4);
+      const std::string_view flat = rows.text(5);
+      const std::string_view text = rows.text(6);
+      rows_.push_back(Row{rows.integer(0), rows.integer(1), static_cast<std::size_t>(rows.integer(2)),
+                          kindOf(rows.integer(3)), bytes_.size(), tags.size(), flat.size(),
+                          text.size()});
+      bytes_.append(tags).append(flat).append(text);
+    }
+  }
+
+  void candidates(SqliteDb& db, const std::string& match, const LineVisit& visit) const {
+    if (match.empty()) {
+      for (const Row& row : rows_) visit(lineOf(row));
+      return;
+    }
+    auto ids = db.prepare("SELECT rowid FROM fts WHERE fts MATCH ?");
+    ids.bind(1, match);
+    while (ids.step()) {
+      if (const Row* row = find(ids.integer(0))) visit(lineOf(*row));
+    }
+  }
+
+  void range(std::int64_t from, std::int64_t to, const LineVisit& visit) const {
+    auto it = std::lower_bound(rows_.begin(), rows_.end(), from,
+                               [](const Row& row, std::int64_t id) { return row.id < id; });
+    for (; it != rows_.end() && it->id <= to; ++it) visit(lineOf(*it));
+  }
+
+ private:
+  struct Row {
+    std::int64_t id;
+    std::int64_t file;
+    std::size_t line;
+    SearchKind kind;
+    std::size_t at;  // tags, flat and text follow one another in bytes_ from here
+    std::size_t tags;
+    std::size_t flat;
+    std::size_t text;
+  };
+
+  [[nodiscard]] const Row* find(std::int64_t id) const {
+    auto it = std::lower_bound(rows_.begin(), rows_.end(), id,
+                               [](const Row& row, std::int64_t wanted) { return row.id < wanted; });
+    return it != rows_.end() && it->id == id ? &*it : nullptr;
+  }
+
+  [[nodiscard]] LineRow lineOf(const Row& row) const {
+    const std::string_view all(bytes_);
+    return LineRow{row.id,
+                   row.file,
+                   row.line,
+                   row.kind,
+                   all.substr(row.at, row.tags),
+                   all.substr(row.at + row.tags, row.flat),
+                   all.substr(row.at + row.tags + row.flat, row.text)};
+  }
+
+  std::vector<Row> rows_;  // by id
+  std::string bytes_;
+};
+
+}  // namespace search_rows
+
+using search_rows::candidateRows;
+using search_rows::dataVersion;
+using search_rows::FileRow;
+using search_rows::LineMirror;
+using search_rows::LineRow;
+
+// What queries keep from one to the next while the database is as they read it.
+struct SearchIndex::Copies {
+  std::int64_t version = -1;  // the database's data version when they were made
+  std::unordered_map<std::int64_t, std::optional<FileRow>> files;
+  std::unique_ptr<LineMirror> lines;  // with watchFolders
+};
 
 std::optional<fs::path> SearchIndex::defaultCacheFolder(const char* xdgCacheHome,
                                                         const char* home) {
@@ -180,6 +296,7 @@ SearchIndex::SearchIndex(Options options) : options_(std::move(options)) {
 SearchIndex::~SearchIndex() = default;
 
 void SearchIndex::discard() {
+  copies_.reset();
   db_.reset();
   std::error_code ec;
   for (const char* suffix : {"", "-journal", "-wal", "-shm"}) {
@@ -198,6 +315,9 @@ void SearchIndex::open() {
     // A cache: losing the last transaction to a power cut costs a rebuild, never the person's
     // data.
     db_->exec("PRAGMA synchronous=OFF");
+    // Pages are read through a mapping of the file rather than copied into SQLite's own
+    // cache one system call at a time: a search reads lines from all over the file.
+    db_->exec("PRAGMA mmap_size=1073741824");
     if (layoutOf() == 0) {
       // A new file. Another process may be making it at the same moment: whoever takes the
       // write lock first lays out the tables, the other finds them made.
@@ -236,27 +356,44 @@ void SearchIndex::open() {
 }
 
 SearchIndex::Refresh SearchIndex::refresh() {
+  if (options_.watchFolders) {
+    if (!changes_) changes_ = std::make_unique<FolderChanges>();
+    // What happened up to now is taken here and covered by the look below; what happens from
+    // here on is queued for the next refresh.
+    if (!changes_->changed() && watchedUpToDate_) return lastRefresh_ = Refresh{};
+    changes_->watch(searchFolders(options_.vault, options_.format, options_.orgFiles));
+  }
+  watchedUpToDate_ = false;
+  refreshFrom(listSources());
+  watchedUpToDate_ = changes_ && changes_->usable();
+  return lastRefresh_;
+}
+
+std::vector<SearchSource> SearchIndex::listSources() const {
+  return searchSources(options_.vault, options_.format, options_.orgFiles, options_.orgSkip,
+                       options_.orgPins, /*stamped=*/true);
+}
+
+void SearchIndex::refreshFrom(const std::vector<SearchSource>& sources) {
   try {
-    lastRefresh_ = refreshOnce();
+    lastRefresh_ = refreshOnce(sources);
   } catch (const SqliteError& e) {
     if (!e.damaged()) throw;
     discard();
     open();
-    lastRefresh_ = refreshOnce();
+    lastRefresh_ = refreshOnce(sources);
     lastRefresh_.rebuilt = true;
   }
-  return lastRefresh_;
 }
 
-SearchIndex::Refresh SearchIndex::refreshOnce() {
+SearchIndex::Refresh SearchIndex::refreshOnce(const std::vector<SearchSource>& sources) {
   Refresh result;
   result.rebuilt = fresh_;
-  const std::vector<SearchSource> sources = searchSources(
-      options_.vault, options_.format, options_.orgFiles, options_.orgSkip, options_.orgPins);
+  wrote_ = false;
 
   struct Known {
     std::int64_t id;
-    FileStamp stamp;
+    SearchStamp stamp;
     bool pinned;
   };
   std::unordered_map<std::string, Known> known;
@@ -265,7 +402,7 @@ SearchIndex::Refresh SearchIndex::refreshOnce() {
     while (rows.step()) {
       known.emplace(
           std::string(rows.text(1)),
-          Known{rows.integer(0), FileStamp{rows.integer(2), rows.integer(3)}, rows.integer(4) != 0});
+          Known{rows.integer(0), SearchStamp{rows.integer(2), rows.integer(3)}, rows.integer(4) != 0});
     }
   }
 
@@ -273,19 +410,18 @@ SearchIndex::Refresh SearchIndex::refreshOnce() {
   // case) takes no write lock and writes nothing.
   struct Change {
     const SearchSource* source;
-    FileStamp stamp;
+    SearchStamp stamp;
     std::optional<std::int64_t> replaces;  // the row of the file as it was indexed before
   };
   std::vector<Change> changes;
   std::vector<std::pair<std::int64_t, bool>> repins;
   std::unordered_set<std::string_view> present;
   for (const SearchSource& source : sources) {
-    const auto stamp = stampOf(source.file);
+    const auto& stamp = source.stamp;
     if (!stamp) continue;  // gone since the folder was listed: forgotten below
     present.insert(source.relative);
     const auto it = known.find(source.relative);
-    if (it == known.end() || it->second.stamp.size != stamp->size ||
-        it->second.stamp.mtime != stamp->mtime) {
+    if (it == known.end() || it->second.stamp != *stamp) {
       changes.push_back({&source, *stamp,
                          it == known.end() ? std::nullopt : std::optional(it->second.id)});
     } else if (it->second.pinned != source.pinned) {
@@ -301,8 +437,8 @@ SearchIndex::Refresh SearchIndex::refreshOnce() {
     return result;
   }
 
-  db_->exec("BEGIN IMMEDIATE");
-  try {
+  SqliteTransaction writing(*db_, "BEGIN IMMEDIATE");
+  {
     auto forgetLines = db_->prepare(
         "INSERT INTO fts(fts, rowid, flat) SELECT 'delete', id, flat FROM lines "
         "WHERE file = ? AND flat <> ''");
@@ -329,7 +465,7 @@ SearchIndex::Refresh SearchIndex::refreshOnce() {
     for (const Change& change : changes) {
       ++done;
       const SearchSource& source = *change.source;
-      const FileStamp* stamp = &change.stamp;
+      const SearchStamp* stamp = &change.stamp;
       // The stamp is taken before reading, so a change made while the file is read shows as a
       // newer stamp next time and is read then.
       const auto text = readFile(source.file);
@@ -368,39 +504,72 @@ SearchIndex::Refresh SearchIndex::refreshOnce() {
       forget(id);
       ++result.removed;
     }
-    db_->exec("COMMIT");
-  } catch (...) {
-    try {
-      db_->exec("ROLLBACK");
-    } catch (const SqliteError&) {
-      // The transaction is already gone; what matters is the first failure.
-    }
-    throw;
   }
+  writing.commit();
+  wrote_ = true;
+  copies_.reset();  // this connection's own writes leave the data version as it was
   if (fresh_ && options_.progress) options_.progress(changes.size(), changes.size());
   fresh_ = false;
   return result;
 }
 
 std::vector<SearchPage> SearchIndex::search(const SearchQuery& query) {
-  refresh();
+  if (options_.watchFolders || fresh_) {
+    refresh();
+    return searchOrRebuild(query, nullptr);
+  }
+  // A process that searches once: its files are listed and their stamps taken on a second
+  // thread while the index answers as it stands. Only when a file changed meanwhile is the
+  // index brought up to date and asked again; the usual search of an unchanged vault costs
+  // the longer of the two, not both.
+  auto listing = std::async(std::launch::async, [this] { return listSources(); });
+  auto pages = searchOrRebuild(query, &listing);
+  if (listing.valid()) {
+    refreshFrom(listing.get());
+    if (wrote_) pages = searchOrRebuild(query, nullptr);
+  }
+  return pages;
+}
+
+std::vector<SearchPage> SearchIndex::searchOrRebuild(
+    const SearchQuery& query, std::future<std::vector<SearchSource>>* listing) {
   try {
     return searchOnce(query);
   } catch (const SqliteError& e) {
     if (!e.damaged()) throw;
     discard();
     open();
-    lastRefresh_ = refreshOnce();
+    lastRefresh_ = refreshOnce(listing ? listing->get() : listSources());
     lastRefresh_.rebuilt = true;
     return searchOnce(query);
   }
 }
 
 std::vector<SearchPage> SearchIndex::searchOnce(const SearchQuery& query) {
+  // One read transaction for the whole query: outside one, every statement takes and drops
+  // the file's shared lock and reads its header again, and a search runs thousands of them
+  // (a file row per matching file, a range of neighbours per run of matches).
+  SqliteTransaction reading(*db_, "BEGIN");
+  auto pages = matchingPages(query);
+  reading.commit();
+  return pages;
+}
+
+std::vector<SearchPage> SearchIndex::matchingPages(const SearchQuery& query) {
+  // Another connection (another trivo, the service) that wrote to the index since the files
+  // and lines were copied here may have given their row ids to other files and lines.
+  const std::int64_t version = dataVersion(*db_);
+  if (!copies_ || copies_->version != version) {
+    copies_ = std::make_unique<Copies>();
+    copies_->version = version;
+  }
+  auto& files = copies_->files;
+  auto& mirror = copies_->lines;
+  if (options_.watchFolders && !mirror) mirror = std::make_unique<LineMirror>(*db_);
+
+  auto fileRow = db_->prepare("SELECT path, page, first, last, pinned FROM files WHERE id = ?");
   // The files of matching lines only, read as they come up: most searches touch a few of the
   // vault's thousands of pages.
-  std::unordered_map<std::int64_t, std::optional<FileRow>> files;
-  auto fileRow = db_->prepare("SELECT path, page, first, last, pinned FROM files WHERE id = ?");
   auto rowOf = [&](std::int64_t id) -> const FileRow* {
     auto [it, added] = files.try_emplace(id);
     if (added) {
@@ -428,23 +597,23 @@ std::vector<SearchPage> SearchIndex::searchOnce(const SearchQuery& query) {
   auto hasTag = [](std::string_view tags, const std::string& tag) {
     return tags.find(" " + tag + " ") != std::string_view::npos;
   };
-  auto lineMatches = [&](SearchKind kind, std::string_view tags, std::string_view flat) {
-    if (!query.allows(kind)) return false;
+  auto lineMatches = [&](const LineRow& line) {
+    if (!query.allows(line.kind)) return false;
     for (const std::string& term : query.terms) {
-      if (flat.find(term) == std::string_view::npos) return false;
+      if (line.flat.find(term) == std::string_view::npos) return false;
     }
     for (const std::string& term : query.excluded) {
-      if (flat.find(term) != std::string_view::npos) return false;
+      if (line.flat.find(term) != std::string_view::npos) return false;
     }
     for (const std::string& tag : query.tags) {
-      if (!hasTag(tags, tag)) return false;
+      if (!hasTag(line.tags, tag)) return false;
     }
     for (const std::string& tag : query.excludedTags) {
-      if (hasTag(tags, tag)) return false;
+      if (hasTag(line.tags, tag)) return false;
     }
     if (!query.anyTags.empty() &&
         std::none_of(query.anyTags.begin(), query.anyTags.end(),
-                     [&](const std::string& tag) { return hasTag(tags, tag); })) {
+                     [&](const std::string& tag) { return hasTag(line.tags, tag); })) {
       return false;
     }
     return true;
@@ -456,42 +625,66 @@ std::vector<SearchPage> SearchIndex::searchOnce(const SearchQuery& query) {
     if (!match.empty()) match += " AND ";
     match += ftsPhrase(term);
   }
-  constexpr std::string_view kColumns = "l.file, l.line, l.kind, l.tags, l.flat, l.id";
-  SqliteStatement rows =
-      match.empty() ? db_->prepare("SELECT " + std::string(kColumns) + " FROM lines l")
-                    : db_->prepare("SELECT " + std::string(kColumns) +
-                                   " FROM fts JOIN lines l ON l.id = fts.rowid WHERE fts MATCH ?");
-  if (!match.empty()) rows.bind(1, match);
-  // By file, the matching lines with their row ids.
-  std::map<std::int64_t, std::map<std::size_t, std::int64_t>> found;
-  while (rows.step()) {
-    const std::int64_t file = rows.integer(0);
-    const FileRow* row = rowOf(file);
-    if (!row || !fileAllowed(*row)) continue;
-    const auto kind = static_cast<SearchKind>(
-        std::clamp<std::int64_t>(rows.integer(2), 0, std::int64_t{kSearchKindNames.size() - 1}));
-    if (!lineMatches(kind, rows.text(3), rows.text(4))) continue;
-    found[file].emplace(static_cast<std::size_t>(rows.integer(1)), rows.integer(5));
+  // By file, the matching lines with their row ids and texts.
+  struct Match {
+    std::int64_t id;
+    std::string text;
+  };
+  std::map<std::int64_t, std::map<std::size_t, Match>> found;
+  auto consider = [&](const LineRow& line) {
+    const FileRow* row = rowOf(line.file);
+    if (!row || !fileAllowed(*row) || !lineMatches(line)) return;
+    found[line.file].emplace(line.line, Match{line.id, std::string(line.text)});
+  };
+  if (mirror) {
+    mirror->candidates(*db_, match, consider);
+  } else {
+    candidateRows(*db_, match, consider);
   }
 
+  // Pages with days newest first (by their last day, then their first), then the inbox, then
+  // other Org files, pinned first; the files are put in order before their pages are made.
+  using Found = decltype(found)::value_type;
+  std::vector<std::pair<const FileRow*, Found*>> order;
+  order.reserve(found.size());
+  for (auto& entry : found) order.emplace_back(rowOf(entry.first), &entry);
+  auto rank = [](const FileRow& f) {
+    if (f.last) return 0;
+    if (f.page) return 1;
+    return 2;
+  };
+  std::sort(order.begin(), order.end(), [&](const auto& x, const auto& y) {
+    const FileRow& a = *x.first;
+    const FileRow& b = *y.first;
+    if (rank(a) != rank(b)) return rank(a) < rank(b);
+    if (a.last && b.last) {
+      if (*a.last != *b.last) return *b.last < *a.last;
+      if (*a.first != *b.first) return *b.first < *a.first;
+    }
+    if (a.pinned != b.pinned) return a.pinned;
+    return a.path < b.path;
+  });
+
   std::vector<SearchPage> pages;
-  // A file's lines are stored one after another in line order, so the neighbours of a line
-  // are the rows next to it: one range of row ids per run of matches, with no index lookups.
-  auto around = db_->prepare("SELECT file, line, text FROM lines WHERE id BETWEEN ? AND ?");
+  pages.reserve(order.size());
+  auto around = db_->prepare("SELECT id, file, line, text FROM lines WHERE id BETWEEN ? AND ?");
   const auto context = static_cast<std::int64_t>(options_.context);
-  for (const auto& entry : found) {
+  for (const auto& [file, entry] : order) {
     // Named variables, not structured bindings: the lambda below captures the id, which
     // clang 14 does not allow of a binding.
-    const auto& fileId = entry.first;
-    const auto& numbers = entry.second;
-    const FileRow& row = *rowOf(fileId);
+    const auto& fileId = entry->first;
+    auto& matches = entry->second;
+    const FileRow& row = *file;
     SearchPage page;
     page.file = row.path;
     page.page = row.page;
     page.first = row.first;
     page.last = row.last;
     page.pinned = row.pinned;
-    for (const auto& [number, id] : numbers) page.matches.push_back(number);
+    for (auto& [number, hit] : matches) {
+      page.matches.push_back(number);
+      page.lines.emplace(number, std::move(hit.text));
+    }
     // Whether a line is within `context` lines of a match (a row next to a match may be
     // further away when the lines between were not stored).
     auto near = [&](std::int64_t line) {
@@ -501,46 +694,44 @@ std::vector<SearchPage> SearchIndex::searchOnce(const SearchQuery& query) {
       return after != page.matches.end() &&
              static_cast<std::int64_t>(*after) <= line + context;
     };
-    std::int64_t runStart = -1;
-    std::int64_t runEnd = -1;
-    auto readRun = [&] {
-      if (runStart < 0) return;
-      around.bind(1, runStart).bind(2, runEnd);
+    auto neighbour = [&](const LineRow& line) {
+      if (line.file != fileId || !near(static_cast<std::int64_t>(line.line))) return;
+      page.lines.try_emplace(line.line, line.text);
+    };
+    // A file's lines are stored one after another in line order, so the neighbours of a line
+    // are the rows next to it: one range of ids per run of matches, with no index lookups.
+    auto readRange = [&](std::int64_t from, std::int64_t to) {
+      if (from < 0) return;
+      if (mirror) {
+        mirror->range(from, to, neighbour);
+        return;
+      }
+      around.bind(1, from).bind(2, to);
       while (around.step()) {
-        const std::int64_t line = around.integer(1);
-        if (around.integer(0) != fileId || !near(line)) continue;
-        page.lines.emplace(static_cast<std::size_t>(line), std::string(around.text(2)));
+        neighbour(LineRow{around.integer(0), around.integer(1),
+                          static_cast<std::size_t>(around.integer(2)), SearchKind::other, {}, {},
+                          around.text(3)});
       }
       around.reset();
     };
-    for (const auto& [number, id] : numbers) {
-      const std::int64_t from = id - context;
-      const std::int64_t to = id + context;
-      if (runStart >= 0 && from <= runEnd + 1) {
-        runEnd = std::max(runEnd, to);
-      } else {
-        readRun();
-        runStart = from;
-        runEnd = to;
+    if (context > 0) {
+      std::int64_t runStart = -1;
+      std::int64_t runEnd = -1;
+      for (const auto& [number, hit] : matches) {
+        const std::int64_t from = std::max<std::int64_t>(0, hit.id - context);
+        const std::int64_t to = hit.id + context;
+        if (runStart >= 0 && from <= runEnd + 1) {
+          runEnd = std::max(runEnd, to);
+        } else {
+          readRange(runStart, runEnd);
+          runStart = from;
+          runEnd = to;
+        }
       }
+      readRange(runStart, runEnd);
     }
-    readRun();
     pages.push_back(std::move(page));
   }
-  auto rank = [](const SearchPage& p) {
-    if (p.last) return 0;
-    if (p.page) return 1;
-    return 2;
-  };
-  std::sort(pages.begin(), pages.end(), [&](const SearchPage& a, const SearchPage& b) {
-    if (rank(a) != rank(b)) return rank(a) < rank(b);
-    if (a.last && b.last) {
-      if (*a.last != *b.last) return *b.last < *a.last;
-      if (*a.first != *b.first) return *b.first < *a.first;
-    }
-    if (a.pinned != b.pinned) return a.pinned;
-    return a.file < b.file;
-  });
   return pages;
 }
 

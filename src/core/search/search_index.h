@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <filesystem>
 #include <functional>
+#include <future>
 #include <map>
 #include <memory>
 #include <optional>
@@ -17,11 +18,13 @@
 
 #include "core/calendar/day_date.h"
 #include "core/search/search_query.h"
+#include "core/search/search_sources.h"
 #include "core/vault/entry_key.h"
 #include "core/vault/vault_format.h"
 
 namespace trivo {
 
+class FolderChanges;
 class SqliteDb;
 struct VaultConfig;
 
@@ -51,6 +54,10 @@ class SearchIndex {
     // Told how far a build that reads every file has come (files read, files in all); called
     // only when the database was missing or thrown away.
     std::function<void(std::size_t, std::size_t)> progress;
+    // For a process that searches again and again (the service, the window): watch the folders
+    // of the files searched, and bring the index up to date only when something in them
+    // changed since the last time, instead of looking at every file before each search.
+    bool watchFolders = false;
 
     // A vault's options as its settings give them: which of its other Org files are searched,
     // and which come first.
@@ -89,7 +96,8 @@ class SearchIndex {
   SearchIndex& operator=(const SearchIndex&) = delete;
 
   // Reads the files that are new or whose size or modification time changed, and forgets those
-  // that are gone, in one transaction. A database found damaged meanwhile is rebuilt once.
+  // that are gone, in one transaction. A database found damaged meanwhile is rebuilt once. With
+  // `watchFolders`, looks at no file when nothing changed in their folders since the last time.
   Refresh refresh();
   // Brings the index up to date, then finds the matching lines: pages with days newest first
   // (by their last day, then their first), then the inbox, then other Org files (pinned first,
@@ -106,13 +114,23 @@ class SearchIndex {
  private:
   void open();
   void discard();
-  Refresh refreshOnce();
+  [[nodiscard]] std::vector<SearchSource> listSources() const;
+  void refreshFrom(const std::vector<SearchSource>& sources);
+  Refresh refreshOnce(const std::vector<SearchSource>& sources);
+  std::vector<SearchPage> searchOrRebuild(const SearchQuery& query,
+                                          std::future<std::vector<SearchSource>>* listing);
   std::vector<SearchPage> searchOnce(const SearchQuery& query);
+  std::vector<SearchPage> matchingPages(const SearchQuery& query);
 
   Options options_;
   std::filesystem::path file_;
   std::unique_ptr<SqliteDb> db_;
+  struct Copies;
+  std::unique_ptr<Copies> copies_;
+  std::unique_ptr<FolderChanges> changes_;  // with watchFolders
+  bool watchedUpToDate_ = false;  // the last refresh saw every file, under watches that hold
   bool fresh_ = false;  // the database was created by this object and holds no file yet
+  bool wrote_ = false;  // the last refresh changed the database
   Refresh lastRefresh_;
 };
 

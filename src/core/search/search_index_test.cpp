@@ -10,6 +10,7 @@
 #include <map>
 #include <random>
 #include <set>
+#include <tuple>
 
 #include "core/search/search_lines.h"
 #include "core/store/text_cache.h"
@@ -62,9 +63,14 @@ Bought COFFEE beans.
 - [2026-09-16 Wed 18:00] Decaf coffee, sadly
 )";
 
-class SearchIndexTest : public ::testing::TestWithParam<VaultFormat> {
+// Each case runs in both syntaxes, and once with an index that looks at every file before each
+// search (a command's) and once with one that watches the folders and answers from the lines
+// it holds in memory (the window's).
+class SearchIndexTest : public ::testing::TestWithParam<std::tuple<VaultFormat, bool>> {
  protected:
-  std::string ext() const { return GetParam() == VaultFormat::org ? ".org" : ".md"; }
+  VaultFormat format() const { return std::get<0>(GetParam()); }
+  bool watching() const { return std::get<1>(GetParam()); }
+  std::string ext() const { return format() == VaultFormat::org ? ".org" : ".md"; }
   fs::path vault() const { return dir_.path() / "vault"; }
 
   void writePage(const std::string& relative, const std::string& text) const {
@@ -74,7 +80,8 @@ class SearchIndexTest : public ::testing::TestWithParam<VaultFormat> {
   SearchIndex::Options options() const {
     SearchIndex::Options o;
     o.vault = vault();
-    o.format = GetParam();
+    o.format = format();
+    o.watchFolders = watching();
     o.cacheFolder = dir_.path() / "cache";
     o.context = 1;
     return o;
@@ -92,7 +99,7 @@ class SearchIndexTest : public ::testing::TestWithParam<VaultFormat> {
   std::vector<std::string> find(const std::string& query) const { return find(query, options()); }
 
   void SetUp() override {
-    writePage("days/2026-09-16" + ext(), GetParam() == VaultFormat::org ? kOrgDay : kMarkdownDay);
+    writePage("days/2026-09-16" + ext(), format() == VaultFormat::org ? kOrgDay : kMarkdownDay);
     writePage("days/2025-01-02" + ext(), "Cafe notes from last year\n");
     writePage("weeks/2026-W38" + ext(), "Weekly coffee review\n");
     writePage("inbox" + ext(), "- [ ] buy coffee filters #errands\n");
@@ -101,8 +108,14 @@ class SearchIndexTest : public ::testing::TestWithParam<VaultFormat> {
   testing::TempDir dir_;
 };
 
-INSTANTIATE_TEST_SUITE_P(BothSyntaxes, SearchIndexTest,
-                         ::testing::Values(VaultFormat::markdown, VaultFormat::org));
+INSTANTIATE_TEST_SUITE_P(
+    BothSyntaxes, SearchIndexTest,
+    ::testing::Combine(::testing::Values(VaultFormat::markdown, VaultFormat::org),
+                       ::testing::Bool()),
+    [](const auto& param) {
+      return std::string(std::get<0>(param.param) == VaultFormat::org ? "Org" : "Markdown") +
+             (std::get<1>(param.param) ? "Watching" : "Looking");
+    });
 
 TEST_P(SearchIndexTest, FoldsCaseAndAccentsBothWays) {
   const std::string day = "days/2026-09-16" + ext();
@@ -178,6 +191,51 @@ TEST_P(SearchIndexTest, ReadsOnlyWhatChangedAndForgetsWhatIsGone) {
   // A second process opening the same database finds it up to date.
   SearchIndex again(options());
   EXPECT_EQ(again.refresh(), (SearchIndex::Refresh{false, 0, 0}));
+}
+
+// A watching index looks at no file while nothing changed, so every kind of change must reach
+// it through its watches, at once: an edit in place, a new page, a page gone, a new Org file
+// in a new folder, and the index rewritten meanwhile by another process that read the change
+// first (which gives row ids to other lines than the ones this index holds in memory).
+TEST_P(SearchIndexTest, AWatchingIndexSeesEveryChangeAtOnce) {
+  if (!watching()) GTEST_SKIP() << "only a watching index skips its look at the files";
+  auto o = options();
+  o.orgFiles = true;
+  SearchIndex index(o);
+  auto lines = [&](const std::string& query) {
+    std::vector<std::string> out;
+    for (const SearchPage& page : index.search(SearchQuery::parse(query))) {
+      for (std::size_t n : page.matches) out.push_back(page.file + ":" + page.lines.at(n));
+    }
+    return out;
+  };
+  const std::string old = "days/2025-01-02" + ext();
+  ASSERT_EQ(lines("cafe notes"), std::vector<std::string>{old + ":Cafe notes from last year"});
+  EXPECT_EQ(index.refresh(), SearchIndex::Refresh{});
+
+  {
+    std::ofstream append(vault() / old, std::ios::app);
+    append << "Green tea at noon\n";
+  }
+  EXPECT_EQ(lines("green tea"), std::vector<std::string>{old + ":Green tea at noon"});
+
+  writePage("days/2024-05-05" + ext(), "Mint tea\n");
+  EXPECT_EQ(lines("mint"), std::vector<std::string>{"days/2024-05-05" + ext() + ":Mint tea"});
+
+  fs::remove(vault() / ("days/2024-05-05" + ext()));
+  EXPECT_TRUE(lines("mint").empty());
+
+  fs::create_directories(vault() / "projects" / "kitchen");
+  dir_.write("vault/projects/kitchen/tea.org", "* Oolong tasting\n");
+  EXPECT_EQ(lines("oolong"), std::vector<std::string>{"projects/kitchen/tea.org:* Oolong tasting"});
+
+  writePage(old, "Rooibos in the evening\nCafe notes from last year\n");
+  auto other = options();
+  other.orgFiles = true;
+  other.watchFolders = false;
+  ASSERT_EQ(SearchIndex(other).search(SearchQuery::parse("rooibos")).size(), 1u);
+  EXPECT_EQ(lines("rooibos"), std::vector<std::string>{old + ":Rooibos in the evening"});
+  EXPECT_EQ(lines("cafe notes"), std::vector<std::string>{old + ":Cafe notes from last year"});
 }
 
 TEST_P(SearchIndexTest, DamagedOrMissingDatabasesAreRebuiltNeverTrusted) {

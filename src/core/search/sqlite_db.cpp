@@ -123,4 +123,20 @@ void SqliteDb::exec(std::string_view sql) {
 
 std::int64_t SqliteDb::lastInsertRowid() const { return sqlite3_last_insert_rowid(db_); }
 
+SqliteTransaction::SqliteTransaction(SqliteDb& db, std::string_view begin) : db_(db) {
+  db_.exec(begin);
+}
+
+SqliteTransaction::~SqliteTransaction() {
+  if (!open_) return;
+  // Nothing to report from here: the failure that left the transaction open is already on its
+  // way, and a transaction that SQLite ended itself has nothing to roll back.
+  sqlite3_exec(db_.handle(), "ROLLBACK", nullptr, nullptr, nullptr);
+}
+
+void SqliteTransaction::commit() {
+  open_ = false;
+  db_.exec("COMMIT");
+}
+
 }  // namespace trivo

@@ -71,4 +71,21 @@ class SqliteDb {
   sqlite3* db_ = nullptr;
 };
 
+// A transaction begun by `begin` ("BEGIN", "BEGIN IMMEDIATE") that is rolled back unless
+// committed: a failure half-way leaves the database as it was.
+class SqliteTransaction {
+ public:
+  SqliteTransaction(SqliteDb& db, std::string_view begin);
+  ~SqliteTransaction();
+  SqliteTransaction(const SqliteTransaction&) = delete;
+  SqliteTransaction& operator=(const SqliteTransaction&) = delete;
+
+  // Throws SqliteError; the transaction is over either way.
+  void commit();
+
+ private:
+  SqliteDb& db_;
+  bool open_ = true;
+};
+
 }  // namespace trivo

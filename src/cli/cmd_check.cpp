@@ -99,8 +99,14 @@ class CheckCommand final : public PageCommand {
   int run(Context& context) override {
     Json reports = Json::array();
     std::size_t reported = 0;
-    for (const auto& page : pages(context)) {
-      const auto checked = checkPage(page, codecFor(page), roundtrip_);
+    const auto found = pages(context);
+    std::vector<const SerializerCodec*> codecs;
+    codecs.reserve(found.size());
+    for (const auto& page : found) codecs.push_back(&codecFor(page));
+    const auto checks = checkPages(found, codecs, roundtrip_);
+    for (std::size_t i = 0; i < found.size(); ++i) {
+      const PageFile& page = found[i];
+      const PageCheck& checked = checks[i];
       if (checked.problem) {
         ++reported;
         report(context, reports, page, *checked.problem);

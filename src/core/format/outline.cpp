@@ -181,20 +181,19 @@ TextSyntax::Front Outline::splitFrontmatter(std::string_view text) {
   TextSyntax::Front front;
   // Editors on some systems save a byte-order mark; it must not hide the front matter.
   if (text.starts_with(kByteOrderMark)) text.remove_prefix(kByteOrderMark.size());
-  auto lines = text::lines(text);
-  if (lines.size() > 1 && lines.back().empty()) lines.pop_back();
-  if (lines.empty() || text::withoutCR(lines[0]) != "---") {
+  // The lines are taken one at a time: the block is a few lines at the top of a long page.
+  const std::size_t firstEnd = std::min(text.find('\n'), text.size());
+  if (text::withoutCR(text.substr(0, firstEnd)) != "---") {
     front.rest = std::string(text);
     return front;
   }
-  if (lines.size() == 1) throw SerializerError::malformedFrontmatter();
-
-  std::size_t offset = lines[0].size() + 1;  // byte offset of the line being read
-  std::size_t i = 1;
+  std::size_t offset = firstEnd + 1;  // byte offset of the line after the one being read
   bool closed = false;
-  for (; i < lines.size(); ++i) {
-    const std::string_view line = text::withoutCR(lines[i]);
-    offset += lines[i].size() + 1;
+  // A line break at the very end starts no line of its own.
+  for (std::size_t at = offset; at < text.size(); at = offset) {
+    const std::size_t end = std::min(text.find('\n', at), text.size());
+    const std::string_view line = text::withoutCR(text.substr(at, end - at));
+    offset = end + 1;
     if (line == "---") {
       closed = true;
       break;

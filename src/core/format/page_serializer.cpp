@@ -47,7 +47,24 @@ std::string heading(std::string_view key, std::string_view fallback) {
 // the line with it; a carriage return anywhere else is a line end of its own, as old Mac files
 // wrote them. Everything goes in one pass, so that reading what was written finds nothing more
 // to change.
+// Whether normalized() would give the text back as it is: no carriage return, no byte-order
+// mark and no line of white space alone, as in nearly every page.
+bool isNormal(std::string_view text) {
+  if (text.find('\r') != std::string_view::npos) return false;
+  if (text.find("\xEF\xBB\xBF") != std::string_view::npos) return false;
+  for (std::size_t at = 0; at < text.size();) {
+    const std::size_t end = std::min(text.find('\n', at), text.size());
+    // A line of white space alone starts with white space: most lines are passed at once.
+    if (end > at && text::isSpaceOrBreak(text[at]) && text::isBlank(text.substr(at, end - at))) {
+      return false;
+    }
+    at = end + 1;
+  }
+  return true;
+}
+
 std::string normalized(std::string_view text) {
+  if (isNormal(text)) return std::string(text);
   constexpr std::string_view kMark = "\xEF\xBB\xBF";
   std::string out;
   out.reserve(text.size());

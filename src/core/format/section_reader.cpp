@@ -23,13 +23,16 @@ std::string SectionReader::read(std::string_view text, int level,
   auto split = Outline::split(text, level, syntax);
   std::string after = sectionKey(path, "");
   std::set<std::string, std::less<>> seen;
-  for (const auto& block : split.blocks) {
+  std::vector<std::string> knownTitles;
+  knownTitles.reserve(known.size());
+  for (const auto& section : known) knownTitles.push_back(text::lower(text::trim(section.title)));
+  for (auto& block : split.blocks) {
     const auto tagged = syntax.splitTags(block.title);
     const std::string heading = text::lower(text::trim(tagged.title));
     const KnownSection* match = nullptr;
-    for (const auto& section : known) {
-      if (text::lower(text::trim(section.title)) == heading) {
-        match = &section;
+    for (std::size_t i = 0; i < known.size(); ++i) {
+      if (knownTitles[i] == heading) {
+        match = &known[i];
         break;
       }
     }
@@ -47,7 +50,7 @@ std::string SectionReader::read(std::string_view text, int level,
       continue;
     }
     seen.insert(key);
-    bodies_[key] = block.body;
+    bodies_[key] = std::move(block.body);
     if (!tagged.tags.empty()) pass.headingTags[key] = tagged.tags;
     after = key;
   }

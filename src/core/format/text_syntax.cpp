@@ -39,8 +39,13 @@ bool TextSyntax::isSplittingHeading(std::string_view line, int level) const {
 
 bool TextSyntax::togglesFence(std::string_view line) const {
   const std::string_view s = text::trimStart(line);
-  if (syntaxIsMarkdown(*this)) return s.starts_with("```") || s.starts_with("~~~");
-  return text::startsWithNoCase(s, "#+begin_") || text::startsWithNoCase(s, "#+end_");
+  // Asked of every line: most lines are answered by their first character.
+  if (s.empty()) return false;
+  if (syntaxIsMarkdown(*this)) {
+    return (s[0] == '`' || s[0] == '~') && (s.starts_with("```") || s.starts_with("~~~"));
+  }
+  return s[0] == '#' &&
+         (text::startsWithNoCase(s, "#+begin_") || text::startsWithNoCase(s, "#+end_"));
 }
 
 bool FenceTracker::feed(std::string_view line) {

@@ -77,7 +77,14 @@ std::string upper(std::string_view s) {
 }
 
 bool startsWithNoCase(std::string_view s, std::string_view prefix) {
-  return s.size() >= prefix.size() && lower(s.substr(0, prefix.size())) == lower(prefix);
+  // Asked of every line of an Org page (is it a block's fence?): compared in place, folding
+  // ASCII letters as lower() does.
+  if (s.size() < prefix.size()) return false;
+  auto fold = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
+  for (std::size_t i = 0; i < prefix.size(); ++i) {
+    if (fold(s[i]) != fold(prefix[i])) return false;
+  }
+  return true;
 }
 
 std::string_view withoutCR(std::string_view line) {

@@ -2,8 +2,11 @@
 #include "core/store/page_check.h"
 
 #include <algorithm>
-#include <map>
+#include <atomic>
 #include <set>
+#include <string_view>
+#include <thread>
+#include <unordered_map>
 
 #include "core/format/serializer_error.h"
 #include "core/store/atomic_write.h"
@@ -16,27 +19,53 @@ namespace fs = std::filesystem;
 
 namespace {
 
+// Paths as discovery meets them (absolute and normal, built by appending names): their text is
+// compared and cut directly, which costs a fraction of taking them apart into components for
+// each of the thousands of files of a vault.
+std::string_view parentOf(std::string_view path) {
+  const auto slash = path.rfind('/');
+  if (slash == std::string_view::npos) return {};
+  return slash == 0 ? path.substr(0, 1) : path.substr(0, slash);
+}
+
+std::string_view nameOf(std::string_view path) {
+  const auto slash = path.rfind('/');
+  return slash == std::string_view::npos ? path : path.substr(slash + 1);
+}
+
+// A text whose plain order is the order of std::filesystem::path over normal paths (component
+// by component): the path's text with each separator made the least character, NUL, which no
+// path holds.
+std::string orderKey(const fs::path& path) {
+  std::string key = path.native();
+  std::replace(key.begin(), key.end(), '/', '\0');
+  return key;
+}
+
 // What discovery learns once per folder rather than once per page: the vault above a base
 // folder and the format the vault's pages are in. Each folder is listed once: when neither the
 // settings nor the inbox name a vault's format, its pages decide, and the walk that finds them
 // has already seen them all.
 struct Discovery {
-  std::map<fs::path, fs::path> rootOf;
-  std::map<fs::path, VaultFormat> formatOf;
+  std::unordered_map<std::string, fs::path> rootOf;  // by base folder
+  std::unordered_map<std::string, VaultFormat> formatOf;  // by vault root
   std::set<fs::path> undeclared;  // roots whose format the period pages decide
   std::vector<fs::path> walked;   // folders listed throughout
   struct Seen {
     bool markdown = false;
     bool org = false;
   };
-  std::map<fs::path, Seen> periodPagesSeen;
+  std::unordered_map<std::string, Seen> periodPagesSeen;  // by vault root
   std::vector<PageFile> pending;  // pages of undeclared vaults, of either format
+  // Page names only: the folder given here is never used.
+  const VaultPaths markdownNames{fs::path(), VaultFormat::markdown};
+  const VaultPaths orgNames{fs::path(), VaultFormat::org};
 
-  fs::path vaultRootAbove(const fs::path& base) {
-    auto known = rootOf.find(base);
+  const fs::path& vaultRootAbove(std::string_view base) {
+    auto known = rootOf.find(std::string(base));
     if (known != rootOf.end()) return known->second;
-    fs::path root = base;
-    for (fs::path at = base; !at.empty(); at = at.parent_path()) {
+    fs::path root = fs::path(base);
+    for (fs::path at = root; !at.empty(); at = at.parent_path()) {
       std::error_code ec;
       if (fs::is_directory(at / ".trivo", ec)) {
         root = at;
@@ -44,17 +73,16 @@ struct Discovery {
       }
       if (at == at.parent_path()) break;
     }
-    rootOf.emplace(base, root);
-    return root;
+    return rootOf.emplace(std::string(base), std::move(root)).first->second;
   }
 
   // The format when it is settled without the period pages (or was settled before).
   std::optional<VaultFormat> knownFormat(const fs::path& root) {
-    auto known = formatOf.find(root);
+    auto known = formatOf.find(root.native());
     if (known != formatOf.end()) return known->second;
     if (undeclared.contains(root)) return std::nullopt;
     if (auto declared = declaredVaultFormat(root)) {
-      formatOf.emplace(root, *declared);
+      formatOf.emplace(root.native(), *declared);
       return declared;
     }
     undeclared.insert(root);
@@ -64,28 +92,49 @@ struct Discovery {
   VaultFormat formatOfVault(const fs::path& root) {
     if (auto known = knownFormat(root)) return *known;
     const VaultFormat format = detectVaultFormat(root);
-    formatOf.emplace(root, format);
+    formatOf.emplace(root.native(), format);
     return format;
   }
 
   // The page a file would be in its own format: the inbox at its base or in a period folder of
   // it. Whether it is in the vault's format is decided by the caller.
   std::optional<PageFile> candidateAt(const fs::path& file) {
-    const std::string ext = file.extension().string();
-    if (ext != ".md" && ext != ".org") return std::nullopt;
-    const auto format = ext == ".md" ? VaultFormat::markdown : VaultFormat::org;
-    for (const fs::path& base : {file.parent_path(), file.parent_path().parent_path()}) {
-      if (base.empty()) continue;
-      auto key = VaultPaths(base, format).keyFor(file);
-      if (!key) continue;
-      const fs::path root = vaultRootAbove(base);
-      if (base == root && base != file.parent_path()) {
-        auto& seen = periodPagesSeen[root];
-        (format == VaultFormat::markdown ? seen.markdown : seen.org) = true;
-      }
-      return PageFile{file, root, file.lexically_relative(root), *key, format};
+    const std::string_view full = file.native();
+    const std::string_view name = nameOf(full);
+    VaultFormat format;
+    if (name.ends_with(".md")) {
+      format = VaultFormat::markdown;
+    } else if (name.ends_with(".org")) {
+      format = VaultFormat::org;
+    } else {
+      return std::nullopt;
     }
-    return std::nullopt;
+    const VaultPaths& names = format == VaultFormat::markdown ? markdownNames : orgNames;
+    const std::string_view folder = parentOf(full);
+    if (folder.empty()) return std::nullopt;
+    std::string_view base;
+    std::optional<EntryKey> key;
+    if (name.size() == 6 + names.fileExtension().size() && name.starts_with("inbox.")) {
+      base = folder;
+      key = EntryKey::inbox();
+    } else {
+      base = parentOf(folder);
+      if (base.empty() || folder == base) return std::nullopt;
+      key = names.key(nameOf(folder), name);
+    }
+    if (!key) return std::nullopt;
+    const fs::path& root = vaultRootAbove(base);
+    if (base != folder && base == root.native()) {
+      auto& seen = periodPagesSeen[root.native()];
+      (format == VaultFormat::markdown ? seen.markdown : seen.org) = true;
+    }
+    const std::string_view rootText = root.native();
+    fs::path relative = full.size() > rootText.size() + 1 && full.starts_with(rootText) &&
+                                (rootText.ends_with('/') || full[rootText.size()] == '/')
+                            ? fs::path(full.substr(rootText.size() +
+                                                   (rootText.ends_with('/') ? 0 : 1)))
+                            : file.lexically_relative(root);
+    return PageFile{file, root, std::move(relative), *key, format};
   }
 
   // A file of the other format is the person's own, not a page.
@@ -124,16 +173,16 @@ struct Discovery {
   void settle(std::vector<PageFile>& found) {
     for (auto& page : pending) {
       const fs::path& root = page.vaultRoot;
-      if (!formatOf.contains(root)) {
+      if (!formatOf.contains(root.native())) {
         VaultFormat format = VaultFormat::markdown;
         if (!sawWholeVault(root)) {
           format = detectVaultFormat(root);
-        } else if (const Seen seen = periodPagesSeen[root]; seen.org && !seen.markdown) {
+        } else if (const Seen seen = periodPagesSeen[root.native()]; seen.org && !seen.markdown) {
           format = VaultFormat::org;
         }
-        formatOf.emplace(root, format);
+        formatOf.emplace(root.native(), format);
       }
-      if (formatOf.at(root) == page.format) found.push_back(std::move(page));
+      if (formatOf.at(root.native()) == page.format) found.push_back(std::move(page));
     }
     pending.clear();
   }
@@ -149,7 +198,7 @@ struct Discovery {
     walked.push_back(path);
     fs::recursive_directory_iterator it(path, fs::directory_options::skip_permission_denied, ec);
     for (; !ec && it != fs::recursive_directory_iterator(); it.increment(ec)) {
-      const std::string name = it->path().filename().string();
+      const std::string_view name = nameOf(it->path().native());
       std::error_code typeEc;
       if (it->is_directory(typeEc) && !it->is_symlink(typeEc)) {
         if (auto page = pageAt(it->path())) {
@@ -180,12 +229,23 @@ std::vector<PageFile> findPageFiles(const std::vector<fs::path>& paths) {
     discovery.collect(full, found);
   }
   discovery.settle(found);
-  std::sort(found.begin(), found.end(),
-            [](const PageFile& a, const PageFile& b) { return a.path < b.path; });
-  found.erase(std::unique(found.begin(), found.end(),
-                          [](const PageFile& a, const PageFile& b) { return a.path == b.path; }),
-              found.end());
-  return found;
+  // Sorted by their positions: a page's record holds three paths, which cost more to move
+  // around than to compare.
+  std::vector<std::string> keys;
+  keys.reserve(found.size());
+  for (const PageFile& page : found) keys.push_back(orderKey(page.path));
+  std::vector<std::size_t> order(found.size());
+  for (std::size_t i = 0; i < order.size(); ++i) order[i] = i;
+  std::sort(order.begin(), order.end(),
+            [&](std::size_t a, std::size_t b) { return keys[a] < keys[b]; });
+  std::vector<PageFile> sorted;
+  sorted.reserve(found.size());
+  for (const std::size_t i : order) {
+    if (sorted.empty() || sorted.back().path.native() != found[i].path.native()) {
+      sorted.push_back(std::move(found[i]));
+    }
+  }
+  return sorted;
 }
 
 PageCheck checkPage(const PageFile& page, const SerializerCodec& codec, bool roundtrip) {
@@ -211,6 +271,36 @@ PageCheck checkPage(const PageFile& page, const SerializerCodec& codec, bool rou
     result.problem = codec.check(page.key, result.text);
   }
   return result;
+}
+
+std::vector<PageCheck> checkPages(const std::vector<PageFile>& pages,
+                                  const std::vector<const SerializerCodec*>& codecs,
+                                  bool roundtrip) {
+  std::vector<PageCheck> results(pages.size());
+  // Pages are handed out a few dozen at a time: one at a time, the threads would wait on each
+  // other for the counter; in halves, one thread could be left with all the large pages.
+  constexpr std::size_t kBatch = 32;
+  std::atomic<std::size_t> next{0};
+  auto work = [&] {
+    for (;;) {
+      const std::size_t first = next.fetch_add(kBatch);
+      if (first >= pages.size()) return;
+      const std::size_t last = std::min(pages.size(), first + kBatch);
+      for (std::size_t i = first; i < last; ++i) {
+        PageCheck checked = checkPage(pages[i], *codecs[i], roundtrip);
+        if (!checked.problem && !checked.rewritten) checked.text = std::string();
+        results[i] = std::move(checked);
+      }
+    }
+  };
+  const std::size_t cores = std::max(1u, std::thread::hardware_concurrency());
+  const std::size_t helpers = std::min(cores, pages.size() / kBatch + 1) - 1;
+  std::vector<std::jthread> threads;
+  threads.reserve(helpers);
+  for (std::size_t i = 0; i < helpers; ++i) threads.emplace_back(work);
+  work();
+  threads.clear();  // joins them
+  return results;
 }
 
 std::string describe(const ReadProblem& problem) {

@@ -37,6 +37,14 @@ struct PageCheck {
 
 PageCheck checkPage(const PageFile& page, const SerializerCodec& codec, bool roundtrip);
 
+// checkPage for every page, `codecs[i]` reading `pages[i]`, on as many threads as the machine
+// has cores (the codecs are only read). The results come back in the order of `pages`; a page
+// that reads, and with `roundtrip` would be written back unchanged, comes back without its text,
+// so that memory holds the texts of the pages with something to report only.
+std::vector<PageCheck> checkPages(const std::vector<PageFile>& pages,
+                                  const std::vector<const SerializerCodec*>& codecs,
+                                  bool roundtrip);
+
 // "identity: expected 2026-09-16, found 2026-09-17", "encoding: not valid UTF-8", …
 std::string describe(const ReadProblem& problem);
 

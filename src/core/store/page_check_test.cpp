@@ -5,6 +5,7 @@
 #include <sys/inotify.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <cstring>
 #include <map>
 #include <vector>
@@ -41,6 +42,45 @@ TEST(PageCheck, ProblemsAreDescribedInOneLine) {
             "identity: expected 2026-W38, found 2026-W39");
   EXPECT_EQ(describe(ReadProblem::of(ReadProblem::Kind::unreadable, "Permission denied")),
             "unreadable: Permission denied");
+}
+
+// The pages are read on every core: each result must still be its own page's, in order, with
+// the text kept exactly where there is something to report.
+TEST(PageCheck, EveryCoreChecksAndEachPageGetsItsOwnResultInOrder) {
+  testing::TempDir dir;
+  dir.write("v/.trivo/config.json", R"({"fileFormat": "markdown"})");
+  for (int d = 1; d <= 28; ++d) {
+    for (int m = 1; m <= 9; ++m) {
+      char name[64];
+      std::snprintf(name, sizeof name, "v/days/2026-%02d-%02d.md", m, d);
+      const int n = m * 100 + d;
+      // Every seventh page names another day, every eleventh never closes its front matter.
+      std::string text = n % 7 == 0 ? "---\ndate: 2020-01-01\ntype: day\n---\n"
+                         : n % 11 == 0 ? "---\ntype: day\n"
+                                       : "";
+      text += "## Journal\n- 09:00 \xe2\x80\x94 page " + std::to_string(n) + "\n";
+      dir.write(name, text);
+    }
+  }
+  const auto pages = findPageFiles({dir.path() / "v"});
+  ASSERT_EQ(pages.size(), 252u);
+  const auto codec = SerializerCodec::forVault(
+      Vault{pages[0].vaultRoot, VaultFormat::markdown, "en", std::nullopt}, YearMode::quarter);
+  const std::vector<const SerializerCodec*> codecs(pages.size(), codec.get());
+  for (const bool roundtrip : {false, true}) {
+    const auto checks = checkPages(pages, codecs, roundtrip);
+    ASSERT_EQ(checks.size(), pages.size());
+    std::size_t problems = 0;
+    for (std::size_t i = 0; i < pages.size(); ++i) {
+      const PageCheck one = checkPage(pages[i], *codec, roundtrip);
+      EXPECT_EQ(checks[i].problem, one.problem) << pages[i].relative;
+      EXPECT_EQ(checks[i].rewritten, one.rewritten) << pages[i].relative;
+      const bool reported = one.problem || one.rewritten;
+      EXPECT_EQ(checks[i].text, reported ? one.text : "") << pages[i].relative;
+      if (one.problem) ++problems;
+    }
+    EXPECT_EQ(problems, 56u);  // the numbers that are multiples of 7 or of 11
+  }
 }
 
 // Counts, through inotify, how often each folder under a root is opened (a listing opens it).

@@ -3,6 +3,7 @@
 #include "core/store/vault_store.h"
 
 #include <algorithm>
+#include <cstring>
 #include <fstream>
 
 #include "core/store/atomic_write.h"
@@ -33,6 +34,14 @@ std::size_t characterCount(std::string_view text) {
 bool isValidUtf8(std::string_view bytes) {
   std::size_t i = 0;
   while (i < bytes.size()) {
+    // Most of a page is ASCII: eight bytes at a time while none has its high bit set.
+    while (i + 8 <= bytes.size()) {
+      std::uint64_t word;
+      std::memcpy(&word, bytes.data() + i, sizeof word);
+      if (word & 0x8080808080808080u) break;
+      i += 8;
+    }
+    if (i >= bytes.size()) break;
     const auto c = static_cast<unsigned char>(bytes[i]);
     std::size_t extra = 0;
     std::uint32_t point = 0;

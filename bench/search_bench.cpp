@@ -1,9 +1,11 @@
 // Full-text search over a ten-year vault: building the index from nothing, a query after one page
-// changed (the index brought up to date first, as every search does), and a query when nothing
-// changed. The vault is $TRIVO_BENCH_VAULT, else one made by the shared generator
+// changed (the index brought up to date first, as every search does), a query when nothing
+// changed, and whole processes of `trivo search` and ripgrep. The vault is $TRIVO_BENCH_VAULT, else one made by the shared generator
 // (python3 genvault.py OUT --years 10 --format md --seed 42; $TRIVO_GENVAULT names the script).
 // The after-an-edit case appends lines to one page of that vault.
 #include <benchmark/benchmark.h>
+#include <fcntl.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -12,6 +14,7 @@
 #include <fstream>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "core/search/search_index.h"
 
@@ -129,6 +132,54 @@ void BM_SearchWarm(benchmark::State& state) {
   state.counters["matching lines"] = static_cast<double>(lines);
 }
 BENCHMARK(BM_SearchWarm)->ArgsProduct({{0, 1}, {0, 1}})->Unit(benchmark::kMillisecond);
+
+// Runs a whole process with its output thrown away and waits for it; false when it could not
+// be started.
+bool runProcess(const std::vector<std::string>& argv, const fs::path& folder,
+                const fs::path& cacheHome) {
+  const pid_t child = ::fork();
+  if (child < 0) return false;
+  if (child == 0) {
+    if (::chdir(folder.c_str()) != 0) ::_exit(127);
+    ::setenv("XDG_CACHE_HOME", cacheHome.c_str(), 1);
+    ::setenv("NO_COLOR", "1", 1);
+    const int null = ::open("/dev/null", O_WRONLY);
+    ::dup2(null, STDOUT_FILENO);
+    std::vector<char*> args;
+    for (const auto& arg : argv) args.push_back(const_cast<char*>(arg.c_str()));
+    args.push_back(nullptr);
+    ::execvp(args[0], args.data());
+    ::_exit(127);
+  }
+  int status = 0;
+  ::waitpid(child, &status, 0);
+  return WIFEXITED(status) && WEXITSTATUS(status) != 127;
+}
+
+// Whole processes on the same vault and words, for the side by side: ripgrep over the page
+// folders (argument 0), and `trivo search` started afresh with its index up to date (1). The
+// warm case above is the same query in a process that is already up.
+void BM_SearchProcess(benchmark::State& state) {
+  BenchVault& bench = benchVault();
+  if (!bench.vault) {
+    state.SkipWithError("no vault: set TRIVO_BENCH_VAULT or TRIVO_GENVAULT");
+    return;
+  }
+  const fs::path cacheHome = bench.scratch / "process-cache";
+  const std::string trivo = (fs::path(TRIVO_BINARY_DIR) / "trivo").string();
+  const std::vector<std::string> argv =
+      state.range(0) == 0
+          ? std::vector<std::string>{"rg", "-i", "-n", "coffee", "days", "weeks", "months",
+                                     "quarters", "years", "inbox.md"}
+          : std::vector<std::string>{trivo, "search", "coffee"};
+  if (!runProcess(argv, *bench.vault, cacheHome)) {  // and the index is built before timing
+    state.SkipWithError(state.range(0) == 0 ? "rg could not be run" : "trivo could not be run");
+    return;
+  }
+  for (auto _ : state) runProcess(argv, *bench.vault, cacheHome);
+  state.SetLabel(state.range(0) == 0 ? "rg -i -n coffee" : "trivo search coffee");
+}
+BENCHMARK(BM_SearchProcess)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 }  // namespace
 }  // namespace trivo

@@ -5,14 +5,13 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 #include <cstdio>
+#include <cstdlib>
 #include <fstream>
 #include <future>
 #include <iterator>
 #include <set>
 #include <unordered_map>
-#include <unordered_set>
 
 #include "core/calendar/periods.h"
 #include "core/config/vault_config.h"
@@ -154,23 +153,47 @@ void candidateRows(SqliteDb& db, const std::string& match, const LineVisit& visi
   }
 }
 
-// The lines table held in memory, for a process that searches again and again: a query then
-// asks the database only for the ids of the lines that match (the full-text index answers that
-// in about a millisecond) instead of fetching every matching line and its neighbours row by
-// row. Ten years of pages take about 20 MB.
+// Lines of the index held in memory. A process that searches again and again holds them all:
+// a query then asks the database only for the ids of the lines that match (the full-text index
+// answers that in about a millisecond) instead of fetching every matching line and its
+// neighbours row by row; ten years of pages take about 20 MB. A process that searches once
+// holds the matching lines and their neighbours, read in one range of rows per run.
 class LineMirror {
  public:
+  // Every line of the index.
   explicit LineMirror(SqliteDb& db) {
     auto rows = db.prepare("SELECT id, file, line, kind, tags, flat, text FROM lines ORDER BY id");
-    while (rows.step()) {
-      const std::string_view tags = rows.text(4);
-      const std::string_view flat = rows.text(5);
-      const std::string_view text = rows.text(6);
-      rows_.push_back(Row{rows.integer(0), rows.integer(1), static_cast<std::size_t>(rows.integer(2)),
-                          kindOf(rows.integer(3)), bytes_.size(), tags.size(), flat.size(),
-                          text.size()});
-      bytes_.append(tags).append(flat).append(text);
+    add(rows);
+    indexIds();
+  }
+
+  // The lines of the ranges of ids given (ascending, not overlapping) only: for a process that
+  // searches once, the matching lines and their neighbours, each row read once, one range per
+  // run of matches.
+  LineMirror(SqliteDb& db, const std::vector<std::pair<std::int64_t, std::int64_t>>& ranges) {
+    auto rows = db.prepare(
+        "SELECT id, file, line, kind, tags, flat, text FROM lines WHERE id BETWEEN ? AND ?");
+    // Room for every row at once, and for a line and its folded form of a usual length each:
+    // grown step by step, the blocks would be copied and freed again and again.
+    std::size_t count = 0;
+    for (const auto& [from, to] : ranges) count += static_cast<std::size_t>(to - from + 1);
+    rows_.reserve(count);
+    bytes_.reserve(count * 64);
+    for (const auto& [from, to] : ranges) {
+      rows.bind(1, from).bind(2, to);
+      add(rows);
+      rows.reset();
     }
+  }
+
+  // The full-text index's answer to `match` (an FTS5 query), ascending.
+  static std::vector<std::int64_t> matchingIds(SqliteDb& db, const std::string& match) {
+    std::vector<std::int64_t> out;
+    auto ids = db.prepare("SELECT rowid FROM fts WHERE fts MATCH ?");
+    ids.bind(1, match);
+    while (ids.step()) out.push_back(ids.integer(0));
+    std::sort(out.begin(), out.end());
+    return out;
   }
 
   void candidates(SqliteDb& db, const std::string& match, const LineVisit& visit) const {
@@ -178,20 +201,54 @@ class LineMirror {
       for (const Row& row : rows_) visit(lineOf(row));
       return;
     }
-    auto ids = db.prepare("SELECT rowid FROM fts WHERE fts MATCH ?");
-    ids.bind(1, match);
-    while (ids.step()) {
-      if (const Row* row = find(ids.integer(0))) visit(lineOf(*row));
+    visitIds(matchingIds(db, match), visit);
+  }
+
+  void visitIds(const std::vector<std::int64_t>& ids, const LineVisit& visit) const {
+    for (const std::int64_t id : ids) {
+      if (const Row* row = find(id)) visit(lineOf(*row));
     }
   }
 
+  // The lines held whose ids lie from `from` to `to`, in the order of their ids.
   void range(std::int64_t from, std::int64_t to, const LineVisit& visit) const {
+    if (!slots_.empty()) {
+      for (std::int64_t id = std::max<std::int64_t>(from, 0); id <= to; ++id) {
+        if (const Row* row = find(id)) visit(lineOf(*row));
+      }
+      return;
+    }
     auto it = std::lower_bound(rows_.begin(), rows_.end(), from,
                                [](const Row& row, std::int64_t id) { return row.id < id; });
     for (; it != rows_.end() && it->id <= to; ++it) visit(lineOf(*it));
   }
 
  private:
+  void add(SqliteStatement& rows) {
+    while (rows.step()) {
+      const std::string_view tags = rows.text(4);
+      const std::string_view flat = rows.text(5);
+      const std::string_view text = rows.text(6);
+      rows_.push_back(Row{rows.integer(0), rows.integer(1),
+                          static_cast<std::size_t>(rows.integer(2)), kindOf(rows.integer(3)),
+                          bytes_.size(), tags.size(), flat.size(), text.size()});
+      bytes_.append(tags).append(flat).append(text);
+    }
+  }
+
+  void indexIds() {
+    // Row ids are dense but for the lines of pages read again (whose new rows go to the end):
+    // a table from id to row finds a line at once, where a binary search over all of them
+    // would miss the processor's caches a dozen times per line.
+    if (!rows_.empty() && rows_.back().id >= 0 &&
+        static_cast<std::size_t>(rows_.back().id) <= 4 * rows_.size() + 4096) {
+      slots_.assign(static_cast<std::size_t>(rows_.back().id) + 1, 0);
+      for (std::size_t i = 0; i < rows_.size(); ++i) {
+        if (rows_[i].id >= 0) slots_[static_cast<std::size_t>(rows_[i].id)] = i + 1;
+      }
+    }
+  }
+
   struct Row {
     std::int64_t id;
     std::int64_t file;
@@ -204,6 +261,11 @@ class LineMirror {
   };
 
   [[nodiscard]] const Row* find(std::int64_t id) const {
+    if (!slots_.empty()) {
+      if (id < 0 || static_cast<std::size_t>(id) >= slots_.size()) return nullptr;
+      const std::size_t slot = slots_[static_cast<std::size_t>(id)];
+      return slot ? &rows_[slot - 1] : nullptr;
+    }
     auto it = std::lower_bound(rows_.begin(), rows_.end(), id,
                                [](const Row& row, std::int64_t wanted) { return row.id < wanted; });
     return it != rows_.end() && it->id == id ? &*it : nullptr;
@@ -222,6 +284,7 @@ class LineMirror {
 
   std::vector<Row> rows_;  // by id
   std::string bytes_;
+  std::vector<std::size_t> slots_;  // by id: the row's place + 1, or 0; empty when ids are sparse
 };
 
 }  // namespace search_rows
@@ -268,8 +331,8 @@ fs::path SearchIndex::cacheFile(const fs::path& cacheFolder, const fs::path& vau
 }
 
 SearchIndex::Options SearchIndex::Options::forVault(fs::path vault, VaultFormat format,
-                                                   fs::path cacheFolder,
-                                                   const VaultConfig& config) {
+                                                    fs::path cacheFolder,
+                                                    const VaultConfig& config) {
   Options options;
   options.vault = std::move(vault);
   options.format = format;
@@ -395,15 +458,27 @@ SearchIndex::Refresh SearchIndex::refreshOnce(const std::vector<SearchSource>& s
     std::int64_t id;
     SearchStamp stamp;
     bool pinned;
+    bool present = false;  // among the files listed now
   };
-  std::unordered_map<std::string, Known> known;
+  // The paths in one block and the map over views of it: thousands of strings allocated one by
+  // one cost more than looking them all up.
+  std::string paths;
+  std::vector<std::pair<std::size_t, std::size_t>> spans;
+  std::vector<Known> rows;
   {
-    auto rows = db_->prepare("SELECT id, path, size, mtime, pinned FROM files");
-    while (rows.step()) {
-      known.emplace(
-          std::string(rows.text(1)),
-          Known{rows.integer(0), SearchStamp{rows.integer(2), rows.integer(3)}, rows.integer(4) != 0});
+    auto files = db_->prepare("SELECT id, path, size, mtime, pinned FROM files");
+    while (files.step()) {
+      const std::string_view path = files.text(1);
+      spans.emplace_back(paths.size(), path.size());
+      paths += path;
+      rows.push_back(Known{files.integer(0), SearchStamp{files.integer(2), files.integer(3)},
+                           files.integer(4) != 0});
     }
+  }
+  std::unordered_map<std::string_view, Known*> known;
+  known.reserve(rows.size());
+  for (std::size_t i = 0; i < rows.size(); ++i) {
+    known.emplace(std::string_view(paths).substr(spans[i].first, spans[i].second), &rows[i]);
   }
 
   // What changed, found before any transaction: a search over an unchanged vault (the usual
@@ -415,22 +490,25 @@ SearchIndex::Refresh SearchIndex::refreshOnce(const std::vector<SearchSource>& s
   };
   std::vector<Change> changes;
   std::vector<std::pair<std::int64_t, bool>> repins;
-  std::unordered_set<std::string_view> present;
   for (const SearchSource& source : sources) {
     const auto& stamp = source.stamp;
     if (!stamp) continue;  // gone since the folder was listed: forgotten below
-    present.insert(source.relative);
     const auto it = known.find(source.relative);
-    if (it == known.end() || it->second.stamp != *stamp) {
-      changes.push_back({&source, *stamp,
-                         it == known.end() ? std::nullopt : std::optional(it->second.id)});
-    } else if (it->second.pinned != source.pinned) {
-      repins.emplace_back(it->second.id, source.pinned);
+    if (it == known.end()) {
+      changes.push_back({&source, *stamp, std::nullopt});
+      continue;
+    }
+    Known& row = *it->second;
+    row.present = true;
+    if (row.stamp != *stamp) {
+      changes.push_back({&source, *stamp, row.id});
+    } else if (row.pinned != source.pinned) {
+      repins.emplace_back(row.id, source.pinned);
     }
   }
   std::vector<std::int64_t> gone;
-  for (const auto& [path, row] : known) {
-    if (!present.contains(path)) gone.push_back(row.id);
+  for (const Known& row : rows) {
+    if (!row.present) gone.push_back(row.id);
   }
   if (changes.empty() && repins.empty() && gone.empty()) {
     fresh_ = false;
@@ -567,23 +645,27 @@ std::vector<SearchPage> SearchIndex::matchingPages(const SearchQuery& query) {
   auto& mirror = copies_->lines;
   if (options_.watchFolders && !mirror) mirror = std::make_unique<LineMirror>(*db_);
 
-  auto fileRow = db_->prepare("SELECT path, page, first, last, pinned FROM files WHERE id = ?");
-  // The files of matching lines only, read as they come up: most searches touch a few of the
-  // vault's thousands of pages.
+  // The files of matching lines only, read as they come up (most searches touch a few of the
+  // vault's thousands of pages) and kept for the next query.
+  std::optional<SqliteStatement> fileRow;
   auto rowOf = [&](std::int64_t id) -> const FileRow* {
     auto [it, added] = files.try_emplace(id);
     if (added) {
-      fileRow.bind(1, id);
-      if (fileRow.step()) {
+      if (!fileRow) {
+        fileRow.emplace(db_->handle(),
+                        "SELECT path, page, first, last, pinned FROM files WHERE id = ?");
+      }
+      fileRow->bind(1, id);
+      if (fileRow->step()) {
         FileRow row;
-        row.path = std::string(fileRow.text(0));
-        if (!fileRow.isNull(1)) row.page = pageNamed(fileRow.text(1));
-        if (!fileRow.isNull(2)) row.first = DayDate::fromDayNumber(fileRow.integer(2));
-        if (!fileRow.isNull(3)) row.last = DayDate::fromDayNumber(fileRow.integer(3));
-        row.pinned = fileRow.integer(4) != 0;
+        row.path = std::string(fileRow->text(0));
+        if (!fileRow->isNull(1)) row.page = pageNamed(fileRow->text(1));
+        if (!fileRow->isNull(2)) row.first = DayDate::fromDayNumber(fileRow->integer(2));
+        if (!fileRow->isNull(3)) row.last = DayDate::fromDayNumber(fileRow->integer(3));
+        row.pinned = fileRow->integer(4) != 0;
         it->second = std::move(row);
       }
-      fileRow.reset();
+      fileRow->reset();
     }
     return it->second ? &*it->second : nullptr;
   };
@@ -625,37 +707,68 @@ std::vector<SearchPage> SearchIndex::matchingPages(const SearchQuery& query) {
     if (!match.empty()) match += " AND ";
     match += ftsPhrase(term);
   }
-  // By file, the matching lines with their row ids and texts.
-  struct Match {
+  // The matching lines, with their row ids and texts.
+  struct Hit {
+    std::int64_t file;
+    std::size_t line;
     std::int64_t id;
     std::string text;
   };
-  std::map<std::int64_t, std::map<std::size_t, Match>> found;
+  std::vector<Hit> hits;
   auto consider = [&](const LineRow& line) {
     const FileRow* row = rowOf(line.file);
     if (!row || !fileAllowed(*row) || !lineMatches(line)) return;
-    found[line.file].emplace(line.line, Match{line.id, std::string(line.text)});
+    hits.push_back(Hit{line.file, line.line, line.id, std::string(line.text)});
   };
+  std::unique_ptr<LineMirror> runs;  // the lines read for this query alone
   if (mirror) {
     mirror->candidates(*db_, match, consider);
+  } else if (!match.empty()) {
+    const auto ids = LineMirror::matchingIds(*db_, match);
+    const auto context = static_cast<std::int64_t>(options_.context);
+    std::vector<std::pair<std::int64_t, std::int64_t>> ranges;
+    for (const std::int64_t id : ids) {
+      const std::int64_t from = std::max<std::int64_t>(0, id - context);
+      if (!ranges.empty() && from <= ranges.back().second + 1) {
+        ranges.back().second = id + context;
+      } else {
+        ranges.emplace_back(from, id + context);
+      }
+    }
+    runs = std::make_unique<LineMirror>(*db_, ranges);
+    runs->visitIds(ids, consider);
   } else {
     candidateRows(*db_, match, consider);
+  }
+  // Neighbours come from the lines in memory when there are any.
+  const LineMirror* lines = mirror ? mirror.get() : runs.get();
+  // The lines come in the order of their ids, and a file's lines are stored together in line
+  // order, so the hits of a file stand together already; the sort only makes sure of it.
+  std::stable_sort(hits.begin(), hits.end(),
+                   [](const Hit& a, const Hit& b) { return a.file < b.file; });
+  struct Group {
+    const FileRow* row;
+    std::size_t begin;
+    std::size_t end;
+  };
+  std::vector<Group> groups;
+  for (std::size_t i = 0; i < hits.size(); ++i) {
+    if (groups.empty() || hits[groups.back().begin].file != hits[i].file) {
+      groups.push_back(Group{rowOf(hits[i].file), i, i});
+    }
+    groups.back().end = i + 1;
   }
 
   // Pages with days newest first (by their last day, then their first), then the inbox, then
   // other Org files, pinned first; the files are put in order before their pages are made.
-  using Found = decltype(found)::value_type;
-  std::vector<std::pair<const FileRow*, Found*>> order;
-  order.reserve(found.size());
-  for (auto& entry : found) order.emplace_back(rowOf(entry.first), &entry);
   auto rank = [](const FileRow& f) {
     if (f.last) return 0;
     if (f.page) return 1;
     return 2;
   };
-  std::sort(order.begin(), order.end(), [&](const auto& x, const auto& y) {
-    const FileRow& a = *x.first;
-    const FileRow& b = *y.first;
+  std::sort(groups.begin(), groups.end(), [&](const Group& x, const Group& y) {
+    const FileRow& a = *x.row;
+    const FileRow& b = *y.row;
     if (rank(a) != rank(b)) return rank(a) < rank(b);
     if (a.last && b.last) {
       if (*a.last != *b.last) return *b.last < *a.last;
@@ -666,60 +779,69 @@ std::vector<SearchPage> SearchIndex::matchingPages(const SearchQuery& query) {
   });
 
   std::vector<SearchPage> pages;
-  pages.reserve(order.size());
-  auto around = db_->prepare("SELECT id, file, line, text FROM lines WHERE id BETWEEN ? AND ?");
+  pages.reserve(groups.size());
+  std::optional<SqliteStatement> around;  // prepared when the lines are not held in memory
   const auto context = static_cast<std::int64_t>(options_.context);
-  for (const auto& [file, entry] : order) {
-    // Named variables, not structured bindings: the lambda below captures the id, which
-    // clang 14 does not allow of a binding.
-    const auto& fileId = entry->first;
-    auto& matches = entry->second;
-    const FileRow& row = *file;
+  for (const Group& group : groups) {
+    const std::int64_t fileId = hits[group.begin].file;
+    const FileRow& row = *group.row;
     SearchPage page;
     page.file = row.path;
     page.page = row.page;
     page.first = row.first;
     page.last = row.last;
     page.pinned = row.pinned;
-    for (auto& [number, hit] : matches) {
-      page.matches.push_back(number);
-      page.lines.emplace(number, std::move(hit.text));
+    // In line order as stored, so each line goes in at the end of the map.
+    for (std::size_t i = group.begin; i < group.end; ++i) {
+      const auto before = page.lines.size();
+      page.lines.try_emplace(page.lines.end(), hits[i].line, std::move(hits[i].text));
+      if (page.lines.size() > before) page.matches.push_back(hits[i].line);
     }
+    std::sort(page.matches.begin(), page.matches.end());
+    auto hint = page.lines.begin();
     // Whether a line is within `context` lines of a match (a row next to a match may be
     // further away when the lines between were not stored).
     auto near = [&](std::int64_t line) {
-      const auto after = std::lower_bound(page.matches.begin(), page.matches.end(),
-                                          static_cast<std::size_t>(std::max<std::int64_t>(
-                                              0, line - context)));
-      return after != page.matches.end() &&
-             static_cast<std::int64_t>(*after) <= line + context;
+      const auto after =
+          std::lower_bound(page.matches.begin(), page.matches.end(),
+                           static_cast<std::size_t>(std::max<std::int64_t>(0, line - context)));
+      return after != page.matches.end() && static_cast<std::int64_t>(*after) <= line + context;
     };
     auto neighbour = [&](const LineRow& line) {
       if (line.file != fileId || !near(static_cast<std::int64_t>(line.line))) return;
-      page.lines.try_emplace(line.line, line.text);
+      // Neighbours come in line order too: the next one goes in just after the last one.
+      hint = std::next(page.lines.try_emplace(hint, line.line, line.text));
     };
     // A file's lines are stored one after another in line order, so the neighbours of a line
     // are the rows next to it: one range of ids per run of matches, with no index lookups.
     auto readRange = [&](std::int64_t from, std::int64_t to) {
       if (from < 0) return;
-      if (mirror) {
-        mirror->range(from, to, neighbour);
+      if (lines) {
+        lines->range(from, to, neighbour);
         return;
       }
-      around.bind(1, from).bind(2, to);
-      while (around.step()) {
-        neighbour(LineRow{around.integer(0), around.integer(1),
-                          static_cast<std::size_t>(around.integer(2)), SearchKind::other, {}, {},
-                          around.text(3)});
+      if (!around) {
+        around.emplace(db_->handle(),
+                       "SELECT id, file, line, text FROM lines WHERE id BETWEEN ? AND ?");
       }
-      around.reset();
+      around->bind(1, from).bind(2, to);
+      while (around->step()) {
+        neighbour(LineRow{around->integer(0),
+                          around->integer(1),
+                          static_cast<std::size_t>(around->integer(2)),
+                          SearchKind::other,
+                          {},
+                          {},
+                          around->text(3)});
+      }
+      around->reset();
     };
     if (context > 0) {
       std::int64_t runStart = -1;
       std::int64_t runEnd = -1;
-      for (const auto& [number, hit] : matches) {
-        const std::int64_t from = std::max<std::int64_t>(0, hit.id - context);
-        const std::int64_t to = hit.id + context;
+      for (std::size_t i = group.begin; i < group.end; ++i) {
+        const std::int64_t from = std::max<std::int64_t>(0, hits[i].id - context);
+        const std::int64_t to = hits[i].id + context;
         if (runStart >= 0 && from <= runEnd + 1) {
           runEnd = std::max(runEnd, to);
         } else {

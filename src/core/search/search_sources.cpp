@@ -41,11 +41,13 @@ std::vector<SearchSource> searchSources(const std::filesystem::path& vault, Vaul
     DIR* listing = ::opendir(dir.c_str());
     if (!listing) continue;
     const std::string relativeFolder = prefix + std::string(folder) + "/";
+    const std::string folderText = dir.string() + "/";
     while (const dirent* entry = ::readdir(listing)) {
       const std::string_view name = entry->d_name;
       const auto key = paths.key(folder, name);
       if (!key) continue;
-      sources.push_back({dir / name, relativeFolder + std::string(name), key, false, {}});
+      sources.push_back({folderText + std::string(name), relativeFolder + std::string(name), key,
+                         false, {}});
       if (stamped) {
         struct stat info {};
         sources.back().stamp = stampFrom(::fstatat(::dirfd(listing), entry->d_name, &info, 0), info);
@@ -55,13 +57,14 @@ std::vector<SearchSource> searchSources(const std::filesystem::path& vault, Vaul
   }
   std::error_code ec;
   if (fs::is_regular_file(paths.inbox(), ec)) {
-    sources.push_back({paths.inbox(), paths.inbox().lexically_relative(vault).generic_string(),
+    sources.push_back({paths.inbox().string(),
+                       paths.inbox().lexically_relative(vault).generic_string(),
                        EntryKey::inbox(), false, {}});
     if (stamped) sources.back().stamp = stampOf(paths.inbox());
   }
   if (orgFiles) {
     for (const OrgFile& org : OrgFiles::list(paths, orgSkip, orgPins)) {
-      sources.push_back({org.file, org.relative, std::nullopt, org.pinned, {}});
+      sources.push_back({org.file.string(), org.relative, std::nullopt, org.pinned, {}});
       if (stamped) sources.back().stamp = stampOf(org.file);
     }
   }

@@ -22,7 +22,7 @@ struct SearchStamp {
 };
 
 struct SearchSource {
-  std::filesystem::path file;    // absolute
+  std::string file;              // absolute (a text: thousands are made for every search)
   std::string relative;          // from the vault root, with "/"
   std::optional<EntryKey> page;  // nothing for an Org file of the person's own
   bool pinned = false;           // named in the Org pins

@@ -411,15 +411,22 @@ std::optional<std::string> clockLine(const DayDate& day, const FocusSession& ses
 // What Trivo writes under an Org outcome itself: its planning line, the state-change note when it
 // is done, and a clock line for each finished session spent on it (drawn from the sessions list,
 // which holds the sessions themselves).
-OrgEntry::Own ownOrgLines(const Outcome& outcome, Scope scope, const DayDate& due,
-                          const std::vector<FocusSession>& sessions) {
-  OrgEntry::Own own{planningLine(scope, due), TextSyntax::orgDoneLine(due, std::nullopt), {}};
-  if (outcome.isBlank()) return own;
+// The clock lines of the sessions spent on an outcome.
+std::vector<std::string> ownClocks(const Outcome& outcome, const DayDate& due,
+                                   const std::vector<FocusSession>& sessions) {
+  std::vector<std::string> clocks;
+  if (outcome.isBlank()) return clocks;
   for (const auto& session : sessions) {
     if (session.outcome != outcome.text) continue;
-    if (auto line = clockLine(due, session)) own.clocks.push_back(*line);
+    if (auto line = clockLine(due, session)) clocks.push_back(*line);
   }
-  return own;
+  return clocks;
+}
+
+OrgEntry::Own ownOrgLines(const Outcome& outcome, Scope scope, const DayDate& due,
+                          const std::vector<FocusSession>& sessions) {
+  return OrgEntry::Own{planningLine(scope, due), TextSyntax::orgDoneLine(due, std::nullopt),
+                       ownClocks(outcome, due, sessions)};
 }
 
 // Sorts the lines read under each Org outcome into Trivo's own (dropped: they are written
@@ -427,10 +434,13 @@ OrgEntry::Own ownOrgLines(const Outcome& outcome, Scope scope, const DayDate& du
 void settleOrgOutcomes(TextSyntax syntax, OutcomeSet& set, const DayDate& due,
                        const std::vector<FocusSession>& sessions = {}) {
   if (isMarkdown(syntax)) return;
+  // Every outcome of the set has the same planning line and done note: made once, with each
+  // outcome's own clock lines put in for its turn.
+  OrgEntry::Own own = ownOrgLines(Outcome{}, set.scope, due, {});
   for (auto& outcome : set.outcomes) {
-    auto parts =
-        OrgEntry::read(syntax, outcome.trailingLines, ownOrgLines(outcome, set.scope, due, sessions),
-                       outcome.state == OutcomeState::done);
+    own.clocks = ownClocks(outcome, due, sessions);
+    auto parts = OrgEntry::read(syntax, outcome.trailingLines, own,
+                                outcome.state == OutcomeState::done);
     outcome.comments = std::move(parts.comments);
     outcome.trailingLines = std::move(parts.kept);
   }

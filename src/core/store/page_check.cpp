@@ -42,27 +42,37 @@ std::string orderKey(const fs::path& path) {
   return key;
 }
 
+// Looks up texts by views, without making a string of each key looked for.
+struct TextHash {
+  using is_transparent = void;
+  std::size_t operator()(std::string_view text) const {
+    return std::hash<std::string_view>{}(text);
+  }
+};
+template <class T>
+using TextMap = std::unordered_map<std::string, T, TextHash, std::equal_to<>>;
+
 // What discovery learns once per folder rather than once per page: the vault above a base
 // folder and the format the vault's pages are in. Each folder is listed once: when neither the
 // settings nor the inbox name a vault's format, its pages decide, and the walk that finds them
 // has already seen them all.
 struct Discovery {
-  std::unordered_map<std::string, fs::path> rootOf;  // by base folder
-  std::unordered_map<std::string, VaultFormat> formatOf;  // by vault root
+  TextMap<fs::path> rootOf;         // by base folder
+  TextMap<VaultFormat> formatOf;    // by vault root
   std::set<fs::path> undeclared;  // roots whose format the period pages decide
   std::vector<fs::path> walked;   // folders listed throughout
   struct Seen {
     bool markdown = false;
     bool org = false;
   };
-  std::unordered_map<std::string, Seen> periodPagesSeen;  // by vault root
+  TextMap<Seen> periodPagesSeen;  // by vault root
   std::vector<PageFile> pending;  // pages of undeclared vaults, of either format
   // Page names only: the folder given here is never used.
   const VaultPaths markdownNames{fs::path(), VaultFormat::markdown};
   const VaultPaths orgNames{fs::path(), VaultFormat::org};
 
   const fs::path& vaultRootAbove(std::string_view base) {
-    auto known = rootOf.find(std::string(base));
+    auto known = rootOf.find(base);
     if (known != rootOf.end()) return known->second;
     fs::path root = fs::path(base);
     for (fs::path at = root; !at.empty(); at = at.parent_path()) {

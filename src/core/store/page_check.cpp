@@ -298,7 +298,8 @@ std::vector<PageCheck> checkPages(const std::vector<PageFile>& pages,
       const std::size_t last = std::min(pages.size(), first + kBatch);
       for (std::size_t i = first; i < last; ++i) {
         PageCheck checked = checkPage(pages[i], *codecs[i], roundtrip);
-        if (!checked.problem && !checked.rewritten) checked.text = std::string();
+        // Swapped with an empty string, not assigned one: assignment keeps the page's buffer.
+        if (!checked.problem && !checked.rewritten) std::string().swap(checked.text);
         results[i] = std::move(checked);
       }
     }

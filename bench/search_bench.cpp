@@ -133,8 +133,8 @@ void BM_SearchWarm(benchmark::State& state) {
 }
 BENCHMARK(BM_SearchWarm)->ArgsProduct({{0, 1}, {0, 1}})->Unit(benchmark::kMillisecond);
 
-// Runs a whole process with its output thrown away and waits for it; false when it could not
-// be started.
+// Runs a whole process with its output thrown away and waits for it; false unless it ran and
+// exited 0.
 bool runProcess(const std::vector<std::string>& argv, const fs::path& folder,
                 const fs::path& cacheHome) {
   const pid_t child = ::fork();
@@ -153,7 +153,7 @@ bool runProcess(const std::vector<std::string>& argv, const fs::path& folder,
   }
   int status = 0;
   ::waitpid(child, &status, 0);
-  return WIFEXITED(status) && WEXITSTATUS(status) != 127;
+  return WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
 
 // Whole processes on the same vault and words, for the side by side: ripgrep over the page
@@ -171,9 +171,11 @@ void BM_SearchProcess(benchmark::State& state) {
       state.range(0) == 0
           ? std::vector<std::string>{"rg", "-i", "-n", "coffee", "days", "weeks", "months",
                                      "quarters", "years", "inbox.md"}
-          : std::vector<std::string>{trivo, "search", "coffee"};
+          : std::vector<std::string>{trivo, "--vault", bench.vault->string(), "search",
+                                     "coffee"};
   if (!runProcess(argv, *bench.vault, cacheHome)) {  // and the index is built before timing
-    state.SkipWithError(state.range(0) == 0 ? "rg could not be run" : "trivo could not be run");
+    state.SkipWithError(state.range(0) == 0 ? "rg did not run or found nothing"
+                                            : "trivo search did not run or found nothing");
     return;
   }
   for (auto _ : state) runProcess(argv, *bench.vault, cacheHome);

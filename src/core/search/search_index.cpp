@@ -1,8 +1,6 @@
 // Building, refreshing and querying the vault's full-text index.
 #include "core/search/search_index.h"
 
-#include <sys/stat.h>
-
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
@@ -138,15 +136,10 @@ std::int64_t dataVersion(SqliteDb& db) {
   return statement.step() ? statement.integer(0) : -1;
 }
 
-// The lines whose folded text holds every term of `match` (an FTS5 query), or every line when
-// it is empty, read row by row from the database.
-void candidateRows(SqliteDb& db, const std::string& match, const LineVisit& visit) {
-  constexpr std::string_view kColumns = "l.id, l.file, l.line, l.kind, l.tags, l.flat, l.text";
-  SqliteStatement rows =
-      match.empty() ? db.prepare("SELECT " + std::string(kColumns) + " FROM lines l")
-                    : db.prepare("SELECT " + std::string(kColumns) +
-                                 " FROM fts JOIN lines l ON l.id = fts.rowid WHERE fts MATCH ?");
-  if (!match.empty()) rows.bind(1, match);
+// Every line, read row by row from the database: for a query with no word the full-text index
+// can look up (all shorter than three letters, or tags and kinds alone).
+void everyRow(SqliteDb& db, const LineVisit& visit) {
+  auto rows = db.prepare("SELECT id, file, line, kind, tags, flat, text FROM lines");
   while (rows.step()) {
     visit(LineRow{rows.integer(0), rows.integer(1), static_cast<std::size_t>(rows.integer(2)),
                   kindOf(rows.integer(3)), rows.text(4), rows.text(5), rows.text(6)});
@@ -289,8 +282,8 @@ class LineMirror {
 
 }  // namespace search_rows
 
-using search_rows::candidateRows;
 using search_rows::dataVersion;
+using search_rows::everyRow;
 using search_rows::FileRow;
 using search_rows::LineMirror;
 using search_rows::LineRow;
@@ -738,7 +731,7 @@ std::vector<SearchPage> SearchIndex::matchingPages(const SearchQuery& query) {
     runs = std::make_unique<LineMirror>(*db_, ranges);
     runs->visitIds(ids, consider);
   } else {
-    candidateRows(*db_, match, consider);
+    everyRow(*db_, consider);
   }
   // Neighbours come from the lines in memory when there are any.
   const LineMirror* lines = mirror ? mirror.get() : runs.get();

@@ -1,7 +1,8 @@
 // Full-text search over a ten-year vault: building the index from nothing, a query after one page
 // changed (the index brought up to date first, as every search does), a query when nothing
-// changed, and whole processes of `trivo search` and ripgrep. The vault is $TRIVO_BENCH_VAULT, else one made by the shared generator
-// (python3 genvault.py OUT --years 10 --format md --seed 42; $TRIVO_GENVAULT names the script).
+// changed, and whole processes of `trivo search` and ripgrep. The vault is $TRIVO_BENCH_VAULT,
+// else one made by the shared generator (python3 genvault.py OUT --years 10 --format md
+// --seed 42; $TRIVO_GENVAULT names the script).
 // The after-an-edit case appends lines to one page of that vault.
 #include <benchmark/benchmark.h>
 #include <fcntl.h>

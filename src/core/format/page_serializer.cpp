@@ -41,12 +41,6 @@ std::string heading(std::string_view key, std::string_view fallback) {
   return std::string(fallback);
 }
 
-// Pages may come with a byte-order mark and Windows line ends; they are written without. A
-// mark at the start of a later line (pages pasted together) is dropped as well, since it would
-// hide the line's meaning from every reader. A run of carriage returns before a line feed ends
-// the line with it; a carriage return anywhere else is a line end of its own, as old Mac files
-// wrote them. Everything goes in one pass, so that reading what was written finds nothing more
-// to change.
 // Whether normalized() would give the text back as it is: no carriage return, no byte-order
 // mark and no line of white space alone, as in nearly every page.
 bool isNormal(std::string_view text) {
@@ -63,6 +57,12 @@ bool isNormal(std::string_view text) {
   return true;
 }
 
+// Pages may come with a byte-order mark and Windows line ends; they are written without. A
+// mark at the start of a later line (pages pasted together) is dropped as well, since it would
+// hide the line's meaning from every reader. A run of carriage returns before a line feed ends
+// the line with it; a carriage return anywhere else is a line end of its own, as old Mac files
+// wrote them. Everything goes in one pass, so that reading what was written finds nothing more
+// to change.
 std::string normalized(std::string_view text) {
   if (isNormal(text)) return std::string(text);
   constexpr std::string_view kMark = "\xEF\xBB\xBF";
@@ -408,9 +408,6 @@ std::optional<std::string> clockLine(const DayDate& day, const FocusSession& ses
          ":" + (minutes % 60 < 10 ? "0" : "") + std::to_string(minutes % 60);
 }
 
-// What Trivo writes under an Org outcome itself: its planning line, the state-change note when it
-// is done, and a clock line for each finished session spent on it (drawn from the sessions list,
-// which holds the sessions themselves).
 // The clock lines of the sessions spent on an outcome.
 std::vector<std::string> ownClocks(const Outcome& outcome, const DayDate& due,
                                    const std::vector<FocusSession>& sessions) {
@@ -423,6 +420,9 @@ std::vector<std::string> ownClocks(const Outcome& outcome, const DayDate& due,
   return clocks;
 }
 
+// What Trivo writes under an Org outcome itself: its planning line, the state-change note when it
+// is done, and a clock line for each finished session spent on it (drawn from the sessions list,
+// which holds the sessions themselves).
 OrgEntry::Own ownOrgLines(const Outcome& outcome, Scope scope, const DayDate& due,
                           const std::vector<FocusSession>& sessions) {
   return OrgEntry::Own{planningLine(scope, due), TextSyntax::orgDoneLine(due, std::nullopt),

@@ -60,11 +60,13 @@ std::string join(const std::vector<std::string>& parts, std::string_view separat
 
 bool isBlank(std::string_view line) { return trimBreaks(line).empty(); }
 
+namespace {
+char lowerLetter(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
+}  // namespace
+
 std::string lower(std::string_view s) {
   std::string out(s);
-  for (auto& c : out) {
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-  }
+  for (auto& c : out) c = lowerLetter(c);
   return out;
 }
 
@@ -80,9 +82,8 @@ bool startsWithNoCase(std::string_view s, std::string_view prefix) {
   // Asked of every line of an Org page (is it a block's fence?): compared in place, folding
   // ASCII letters as lower() does.
   if (s.size() < prefix.size()) return false;
-  auto fold = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
   for (std::size_t i = 0; i < prefix.size(); ++i) {
-    if (fold(s[i]) != fold(prefix[i])) return false;
+    if (lowerLetter(s[i]) != lowerLetter(prefix[i])) return false;
   }
   return true;
 }

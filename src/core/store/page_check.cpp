@@ -33,6 +33,17 @@ std::string_view nameOf(std::string_view path) {
   return slash == std::string_view::npos ? path : path.substr(slash + 1);
 }
 
+// `path` below `folder` (one of the folders above it), relative to it.
+fs::path pathBelow(const fs::path& path, const fs::path& folder) {
+  const std::string_view full = path.native();
+  const std::string_view above = folder.native();
+  const std::size_t cut = above.ends_with('/') ? above.size() : above.size() + 1;
+  if (full.size() > cut && full.starts_with(above) && full[cut - 1] == '/') {
+    return fs::path(full.substr(cut));
+  }
+  return path.lexically_relative(folder);
+}
+
 // A text whose plain order is the order of std::filesystem::path over normal paths (component
 // by component): the path's text with each separator made the least character, NUL, which no
 // path holds.
@@ -138,13 +149,7 @@ struct Discovery {
       auto& seen = periodPagesSeen[root.native()];
       (format == VaultFormat::markdown ? seen.markdown : seen.org) = true;
     }
-    const std::string_view rootText = root.native();
-    fs::path relative = full.size() > rootText.size() + 1 && full.starts_with(rootText) &&
-                                (rootText.ends_with('/') || full[rootText.size()] == '/')
-                            ? fs::path(full.substr(rootText.size() +
-                                                   (rootText.ends_with('/') ? 0 : 1)))
-                            : file.lexically_relative(root);
-    return PageFile{file, root, std::move(relative), *key, format};
+    return PageFile{file, root, pathBelow(file, root), *key, format};
   }
 
   // A file of the other format is the person's own, not a page.

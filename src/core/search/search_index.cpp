@@ -26,7 +26,7 @@ namespace {
 namespace fs = std::filesystem;
 
 // Bumped whenever the tables or what is stored in them change; an older file is rebuilt.
-constexpr std::int64_t kLayout = 1;
+constexpr std::int64_t kLayout = 2;
 
 constexpr std::string_view kSchema = R"(
 CREATE TABLE meta(key TEXT PRIMARY KEY, value TEXT NOT NULL);

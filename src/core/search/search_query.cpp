@@ -36,6 +36,12 @@ std::string tagName(std::string_view text) {
   return TextCache::fold(text);
 }
 
+// A word or phrase as the index holds text: folded, and trimmed after folding too, since a
+// spacing accent ("˚", "¨") folds to a space.
+std::string foldedTerm(std::string_view text) {
+  return std::string(text::trim(TextCache::fold(text::trim(text))));
+}
+
 void addUnique(std::vector<std::string>& list, std::string value) {
   if (!value.empty() && std::find(list.begin(), list.end(), value) == list.end()) {
     list.push_back(std::move(value));
@@ -74,7 +80,7 @@ SearchQuery readWords(std::string_view text) {
       // A phrase runs to the closing quote, or to the end when it is never closed.
       const std::size_t close = text.find('"', at + 1);
       const std::size_t end = close == std::string_view::npos ? text.size() : close;
-      std::string phrase = TextCache::fold(text::trim(text.substr(at + 1, end - at - 1)));
+      std::string phrase = foldedTerm(text.substr(at + 1, end - at - 1));
       addUnique(negated ? query.excluded : query.terms, std::move(phrase));
       at = close == std::string_view::npos ? text.size() : close + 1;
       continue;
@@ -102,7 +108,7 @@ SearchQuery readWords(std::string_view text) {
     } else if (!value.empty() && field == "to" && !negated) {
       query.to = dayBound(word, value);
     } else {
-      addUnique(negated ? query.excluded : query.terms, TextCache::fold(word));
+      addUnique(negated ? query.excluded : query.terms, foldedTerm(word));
     }
   }
   if (!leftOut.empty()) {
@@ -165,7 +171,7 @@ SearchQuery SearchQuery::fromSaved(const SavedSearch& saved) {
       }
       std::erase(query.kinds, *kind);
     } else {
-      addUnique(query.excluded, TextCache::fold(text::trim(hidden)));
+      addUnique(query.excluded, foldedTerm(hidden));
     }
   }
   return checked(std::move(query), "The saved search " + inQuotes(saved.name));

@@ -42,6 +42,7 @@ std::string TextCache::fold(std::string_view text) {
   const auto* bytes = reinterpret_cast<const utf8proc_uint8_t*>(text.data());
   std::size_t at = 0;
   utf8proc_int32_t buffer[32];
+  bool afterKeptByte = false;  // the last thing written was a byte that is not UTF-8
   while (at < text.size()) {
     utf8proc_int32_t point = 0;
     const auto used =
@@ -49,15 +50,26 @@ std::string TextCache::fold(std::string_view text) {
     if (used < 1) {
       out.push_back(text[at]);  // not UTF-8: keep the byte
       ++at;
+      afterKeptByte = true;
       continue;
     }
-    at += static_cast<std::size_t>(used);
+    const std::string_view character = text.substr(at, static_cast<std::size_t>(used));
+    at += character.size();
+    const bool joinable = afterKeptByte;
+    afterKeptByte = false;
     if (point < 0x80) {
       out.push_back(static_cast<char>(point >= 'A' && point <= 'Z' ? point + 32 : point));
       continue;
     }
     int lastBoundClass = 0;
     const auto count = utf8proc_decompose_char(point, buffer, 32, options, &lastBoundClass);
+    // A mark that folds away after a kept byte stays: without it the kept byte could meet the
+    // next one and the two read as one character, so that folding the result again would
+    // change it.
+    if (count <= 0 && joinable) {
+      out.append(character);
+      continue;
+    }
     for (utf8proc_ssize_t i = 0; i < count && i < 32; ++i) {
       // Stripping marks leaves nothing for a combining character, which is what folding wants.
       utf8proc_uint8_t encoded[4];

@@ -68,18 +68,18 @@ class PageCommand : public Command {
   static void report(Context& context, Json& reports, const PageFile& page,
                      const ReadProblem& problem) {
     if (context.json) {
-      reports.push_back({{"path", page.relative.string()},
+      reports.push_back({{"path", page.relative},
                          {"problem", kReadProblemNames[static_cast<std::size_t>(problem.kind)]},
                          {"detail", describe(problem)}});
     } else {
-      context.out << page.relative.string() << ": " << describe(problem) << "\n";
+      context.out << page.relative << ": " << describe(problem) << "\n";
     }
   }
 
   std::vector<std::string> paths_;
 
  private:
-  std::map<std::pair<fs::path, VaultFormat>, std::shared_ptr<const SerializerCodec>> codecs_;
+  std::map<std::pair<std::string, VaultFormat>, std::shared_ptr<const SerializerCodec>> codecs_;
 };
 
 class CheckCommand final : public PageCommand {
@@ -112,7 +112,7 @@ class CheckCommand final : public PageCommand {
         report(context, reports, page, *checked.problem);
       } else if (checked.rewritten) {
         ++reported;
-        const std::string name = page.relative.string();
+        const std::string name = page.relative;
         const std::string diff = shortened(
             unifiedDiff(checked.text, *checked.rewritten, name, name + " (written back)"));
         if (context.json) {
@@ -154,13 +154,13 @@ class FmtCommand final : public PageCommand {
       Coordinated::Lock lock(page.vaultRoot);
       // Another program may have saved the page since it was read; its text wins.
       if (Coordinated::readIfExists(page.path) != checked.text) {
-        context.err << page.relative.string() << ": changed while formatting; left as it is\n";
+        context.err << page.relative << ": changed while formatting; left as it is\n";
         continue;
       }
       AtomicWrite::write(*checked.rewritten, page.path);
       ++written;
-      if (!context.json) context.out << "formatted " << page.relative.string() << "\n";
-      reports.push_back({{"path", page.relative.string()}, {"formatted", true}});
+      if (!context.json) context.out << "formatted " << page.relative << "\n";
+      reports.push_back({{"path", page.relative}, {"formatted", true}});
     }
     if (context.json) context.out << reports.dump(2) << "\n";
     context.err << "Formatted " << written << " of " << found.size()

@@ -122,7 +122,7 @@ BackupStore::SnapshotResult BackupStore::snapshot(
     }
     const std::string digest = sha256Hex(text);
     if (storeBlob(digest, text)) ++result.newBlobs;
-    listed[pages[i].relative.generic_string()] = digest;
+    listed[pages[i].relative] = digest;
     ++result.pages;
     if (progress) progress(i + 1, pages.size());
   }

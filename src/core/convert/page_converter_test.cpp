@@ -210,7 +210,7 @@ class GeneratedVault : public ::testing::Test {
       const std::string converted = there.convert(page.key, text);
       const std::string again = back.convert(page.key, converted);
       EXPECT_TRUE(again == canonical)
-          << unifiedDiff(canonical, again, page.relative.string(), "back");
+          << unifiedDiff(canonical, again, page.relative, "back");
       ++pages;
     }
     EXPECT_GT(pages, 300u);

@@ -148,6 +148,11 @@ std::string read(const std::filesystem::path& path, FileSystem* fileSystem = nul
 std::optional<std::string> readIfExists(const std::filesystem::path& path,
                                         FileSystem* fileSystem = nullptr);
 
+// read for the file `name` in the open folder `folder` (a descriptor), which spares the walk down
+// the whole path for each of many files of one folder. `path` names the file in errors.
+std::string readIn(int folder, const char* name, std::string_view path,
+                   FileSystem* fileSystem = nullptr);
+
 // Whether the file exists and holds exactly `expected`, compared without reading it whole.
 // Throws FileError as readIfExists does.
 bool holds(const std::filesystem::path& path, std::string_view expected,

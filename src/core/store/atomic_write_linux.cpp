@@ -354,35 +354,78 @@ Lock::~Lock() {
 
 namespace {
 
-// An open regular file, closed on the way out; fd is -1 when the file does not exist.
+// An open regular file, closed on the way out; fd is -1 when the file does not exist. It is
+// opened by `name` in the open folder `folder`, or by its path with AT_FDCWD; `path` names it in
+// errors.
 struct RegularFile {
   FileSystem& fs;
+  std::string_view path;
   int fd = -1;
   struct stat st {};
 
-  RegularFile(const fs::path& path, FileSystem& fileSystem) : fs(fileSystem) {
+  RegularFile(int folder, const char* name, std::string_view pathIn, FileSystem& fileSystem)
+      : fs(fileSystem), path(pathIn) {
     // O_NONBLOCK: opening a FIFO must not wait for a writer. It changes nothing for files.
-    fd = fs.open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0);
+    constexpr int kFlags = O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
+    fd = folder == AT_FDCWD ? fs.open(name, kFlags, 0) : fs.openat(folder, name, kFlags, 0);
     if (fd < 0) {
       if (errno == ENOENT) return;
-      throw FileError(errno, path, "read");
+      throw error(errno);
     }
     if (fs.fstat(fd, &st) != 0) {
       const int code = errno;
       fs.close(fd);
-      throw FileError(code, path, "read");
+      throw error(code);
     }
     if (!S_ISREG(st.st_mode)) {
       fs.close(fd);
-      if (S_ISDIR(st.st_mode)) throw FileError(EISDIR, path, "read", "it is a folder, not a file");
-      throw FileError(EINVAL, path, "read", "it is not a regular file (a FIFO, socket or device)");
+      if (S_ISDIR(st.st_mode)) throw error(EISDIR, "it is a folder, not a file");
+      throw error(EINVAL, "it is not a regular file (a FIFO, socket or device)");
     }
   }
+  RegularFile(const fs::path& pathIn, FileSystem& fileSystem)
+      : RegularFile(AT_FDCWD, pathIn.c_str(), pathIn.native(), fileSystem) {}
   ~RegularFile() {
     if (fd >= 0) fs.close(fd);
   }
   RegularFile(const RegularFile&) = delete;
   RegularFile& operator=(const RegularFile&) = delete;
+
+  [[nodiscard]] FileError error(int code, const std::string& detail = {}) const {
+    return detail.empty() ? FileError(code, fs::path(path), "read")
+                          : FileError(code, fs::path(path), "read", detail);
+  }
+
+  // The whole content. Read straight into the text, one byte more than the size so that the end
+  // is seen in the same call; a file that grows meanwhile makes room for more, bounded all the
+  // same. The room reserved past the end lets a caller add a line without copying the page.
+  std::string readAll() {
+    const auto tooLarge = [&] {
+      return error(EFBIG, "it holds more than " + std::to_string(kMaxFileBytes >> 20) +
+                              " MiB, more than any page or settings file");
+    };
+    if (static_cast<std::uint64_t>(st.st_size) > kMaxFileBytes) throw tooLarge();
+    std::string text;
+    text.reserve(static_cast<std::size_t>(st.st_size) + 4096);
+    text.resize(static_cast<std::size_t>(st.st_size) + 1);
+    std::size_t used = 0;
+    for (;;) {
+      if (used == text.size()) {
+        if (used > kMaxFileBytes) throw tooLarge();
+        text.resize(std::min<std::size_t>(used * 2 + 4096, kMaxFileBytes + 1));
+      }
+      const ssize_t n = fs.read(fd, text.data() + used, text.size() - used);
+      if (n < 0) {
+        if (errno == EINTR) continue;
+        throw error(errno);
+      }
+      if (n == 0) break;
+      used += static_cast<std::size_t>(n);
+    }
+    if (used > kMaxFileBytes) throw tooLarge();
+    text.resize(used);
+    return text;
+  }
 };
 
 }  // namespace
@@ -413,38 +456,13 @@ bool holds(const fs::path& path, std::string_view expected, FileSystem* fileSyst
 std::optional<std::string> readIfExists(const fs::path& path, FileSystem* fileSystem) {
   RegularFile file(path, fileSystem ? *fileSystem : FileSystem::real());
   if (file.fd < 0) return std::nullopt;
-  FileSystem& fs = file.fs;
-  const int fd = file.fd;
-  const struct stat& st = file.st;
-  const auto tooLarge = [&] {
-    return FileError(EFBIG, path, "read",
-                     "it holds more than " + std::to_string(kMaxFileBytes >> 20) +
-                         " MiB, more than any page or settings file");
-  };
-  if (static_cast<std::uint64_t>(st.st_size) > kMaxFileBytes) throw tooLarge();
-  // Read straight into the text, one byte more than the size so that the end is seen in the
-  // same call; a file that grows meanwhile makes room for more, bounded all the same. The room
-  // reserved past the end lets a caller add a line without copying the page.
-  std::string text;
-  text.reserve(static_cast<std::size_t>(st.st_size) + 4096);
-  text.resize(static_cast<std::size_t>(st.st_size) + 1);
-  std::size_t used = 0;
-  for (;;) {
-    if (used == text.size()) {
-      if (used > kMaxFileBytes) throw tooLarge();
-      text.resize(std::min<std::size_t>(used * 2 + 4096, kMaxFileBytes + 1));
-    }
-    const ssize_t n = fs.read(fd, text.data() + used, text.size() - used);
-    if (n < 0) {
-      if (errno == EINTR) continue;
-      throw FileError(errno, path, "read");
-    }
-    if (n == 0) break;
-    used += static_cast<std::size_t>(n);
-  }
-  if (used > kMaxFileBytes) throw tooLarge();
-  text.resize(used);
-  return text;
+  return file.readAll();
+}
+
+std::string readIn(int folder, const char* name, std::string_view path, FileSystem* fileSystem) {
+  RegularFile file(folder, name, path, fileSystem ? *fileSystem : FileSystem::real());
+  if (file.fd < 0) throw file.error(ENOENT);
+  return file.readAll();
 }
 
 std::string read(const fs::path& path, FileSystem* fileSystem) {

@@ -16,6 +16,7 @@ class FileSystem {
   virtual ~FileSystem() = default;
 
   virtual int open(const char* path, int flags, mode_t mode);
+  virtual int openat(int folder, const char* path, int flags, mode_t mode);
   virtual ssize_t read(int fd, void* buffer, std::size_t size);
   virtual ssize_t write(int fd, const void* buffer, std::size_t size);
   virtual int fdatasync(int fd);

@@ -9,6 +9,9 @@
 namespace trivo {
 
 int FileSystem::open(const char* path, int flags, mode_t mode) { return ::open(path, flags, mode); }
+int FileSystem::openat(int folder, const char* path, int flags, mode_t mode) {
+  return ::openat(folder, path, flags, mode);
+}
 ssize_t FileSystem::read(int fd, void* buffer, std::size_t size) {
   return ::read(fd, buffer, size);
 }

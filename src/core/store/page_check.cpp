@@ -1,6 +1,11 @@
 // Page discovery for whole folders or single files, and the read-and-write-back check.
 #include "core/store/page_check.h"
 
+#include <dirent.h>
+#include <fcntl.h>
+#include <unistd.h>
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <atomic>
 #include <set>
@@ -34,23 +39,36 @@ std::string_view nameOf(std::string_view path) {
 }
 
 // `path` below `folder` (one of the folders above it), relative to it.
-fs::path pathBelow(const fs::path& path, const fs::path& folder) {
-  const std::string_view full = path.native();
-  const std::string_view above = folder.native();
-  const std::size_t cut = above.ends_with('/') ? above.size() : above.size() + 1;
-  if (full.size() > cut && full.starts_with(above) && full[cut - 1] == '/') {
-    return fs::path(full.substr(cut));
+std::string pathBelow(std::string_view path, std::string_view folder) {
+  const std::size_t cut = folder.ends_with('/') ? folder.size() : folder.size() + 1;
+  if (path.size() > cut && path.starts_with(folder) && path[cut - 1] == '/') {
+    return std::string(path.substr(cut));
   }
-  return path.lexically_relative(folder);
+  return fs::path(path).lexically_relative(folder).native();
+}
+
+// Whether `folder` is `path` or one of the folders above it.
+bool isSameOrBelow(std::string_view path, std::string_view folder) {
+  if (!path.starts_with(folder)) return false;
+  return path.size() == folder.size() || folder.ends_with('/') || path[folder.size()] == '/';
 }
 
 // A text whose plain order is the order of std::filesystem::path over normal paths (component
 // by component): the path's text with each separator made the least character, NUL, which no
 // path holds.
-std::string orderKey(const fs::path& path) {
-  std::string key = path.native();
+std::string orderKey(std::string_view path) {
+  std::string key(path);
   std::replace(key.begin(), key.end(), '/', '\0');
   return key;
+}
+
+std::string childPath(std::string_view folder, std::string_view name) {
+  std::string path;
+  path.reserve(folder.size() + 1 + name.size());
+  path += folder;
+  if (!folder.ends_with('/')) path += '/';
+  path += name;
+  return path;
 }
 
 // Looks up texts by views, without making a string of each key looked for.
@@ -63,15 +81,26 @@ struct TextHash {
 template <class T>
 using TextMap = std::unordered_map<std::string, T, TextHash, std::equal_to<>>;
 
+// Closes a folder listed with opendir on the way out.
+struct FolderListing {
+  DIR* dir;
+  explicit FolderListing(const std::string& path) : dir(::opendir(path.c_str())) {}
+  ~FolderListing() {
+    if (dir) ::closedir(dir);
+  }
+  FolderListing(const FolderListing&) = delete;
+  FolderListing& operator=(const FolderListing&) = delete;
+};
+
 // What discovery learns once per folder rather than once per page: the vault above a base
 // folder and the format the vault's pages are in. Each folder is listed once: when neither the
 // settings nor the inbox name a vault's format, its pages decide, and the walk that finds them
 // has already seen them all.
 struct Discovery {
-  TextMap<fs::path> rootOf;         // by base folder
-  TextMap<VaultFormat> formatOf;    // by vault root
-  std::set<fs::path> undeclared;  // roots whose format the period pages decide
-  std::vector<fs::path> walked;   // folders listed throughout
+  TextMap<std::string> rootOf;                     // by base folder
+  TextMap<VaultFormat> formatOf;                   // by vault root
+  std::set<std::string, std::less<>> undeclared;  // roots whose format the period pages decide
+  std::vector<std::string> walked;                 // folders listed throughout
   struct Seen {
     bool markdown = false;
     bool org = false;
@@ -82,7 +111,7 @@ struct Discovery {
   const VaultPaths markdownNames{fs::path(), VaultFormat::markdown};
   const VaultPaths orgNames{fs::path(), VaultFormat::org};
 
-  const fs::path& vaultRootAbove(std::string_view base) {
+  const std::string& vaultRootAbove(std::string_view base) {
     auto known = rootOf.find(base);
     if (known != rootOf.end()) return known->second;
     fs::path root = fs::path(base);
@@ -94,34 +123,33 @@ struct Discovery {
       }
       if (at == at.parent_path()) break;
     }
-    return rootOf.emplace(std::string(base), std::move(root)).first->second;
+    return rootOf.emplace(std::string(base), root.native()).first->second;
   }
 
   // The format when it is settled without the period pages (or was settled before).
-  std::optional<VaultFormat> knownFormat(const fs::path& root) {
-    auto known = formatOf.find(root.native());
+  std::optional<VaultFormat> knownFormat(std::string_view root) {
+    auto known = formatOf.find(root);
     if (known != formatOf.end()) return known->second;
     if (undeclared.contains(root)) return std::nullopt;
-    if (auto declared = declaredVaultFormat(root)) {
-      formatOf.emplace(root.native(), *declared);
+    if (auto declared = declaredVaultFormat(fs::path(root))) {
+      formatOf.emplace(std::string(root), *declared);
       return declared;
     }
-    undeclared.insert(root);
+    undeclared.emplace(root);
     return std::nullopt;
   }
 
-  VaultFormat formatOfVault(const fs::path& root) {
+  VaultFormat formatOfVault(std::string_view root) {
     if (auto known = knownFormat(root)) return *known;
-    const VaultFormat format = detectVaultFormat(root);
-    formatOf.emplace(root.native(), format);
+    const VaultFormat format = detectVaultFormat(fs::path(root));
+    formatOf.emplace(std::string(root), format);
     return format;
   }
 
   // The page a file would be in its own format: the inbox at its base or in a period folder of
   // it. Whether it is in the vault's format is decided by the caller.
-  std::optional<PageFile> candidateAt(const fs::path& file) {
-    const std::string_view full = file.native();
-    const std::string_view name = nameOf(full);
+  std::optional<PageFile> candidateAt(std::string_view file) {
+    const std::string_view name = nameOf(file);
     VaultFormat format;
     if (name.ends_with(".md")) {
       format = VaultFormat::markdown;
@@ -131,7 +159,7 @@ struct Discovery {
       return std::nullopt;
     }
     const VaultPaths& names = format == VaultFormat::markdown ? markdownNames : orgNames;
-    const std::string_view folder = parentOf(full);
+    const std::string_view folder = parentOf(file);
     if (folder.empty()) return std::nullopt;
     std::string_view base;
     std::optional<EntryKey> key;
@@ -144,16 +172,16 @@ struct Discovery {
       key = names.key(nameOf(folder), name);
     }
     if (!key) return std::nullopt;
-    const fs::path& root = vaultRootAbove(base);
-    if (base != folder && base == root.native()) {
-      auto& seen = periodPagesSeen[root.native()];
+    const std::string& root = vaultRootAbove(base);
+    if (base != folder && base == root) {
+      auto& seen = periodPagesSeen[root];
       (format == VaultFormat::markdown ? seen.markdown : seen.org) = true;
     }
-    return PageFile{file, root, pathBelow(file, root), *key, format};
+    return PageFile{std::string(file), root, pathBelow(file, root), *key, format};
   }
 
   // A file of the other format is the person's own, not a page.
-  std::optional<PageFile> pageAt(const fs::path& file) {
+  std::optional<PageFile> pageAt(std::string_view file) {
     auto page = candidateAt(file);
     if (page && formatOfVault(page->vaultRoot) != page->format) return std::nullopt;
     return page;
@@ -171,15 +199,14 @@ struct Discovery {
   // True when `root` lies in a folder that was walked throughout and none of its period folders
   // is a link (which the walk does not follow and detection would), so that the walk saw every
   // page the format detection would look at.
-  bool sawWholeVault(const fs::path& root) const {
-    const bool walkedOver = std::any_of(walked.begin(), walked.end(), [&](const fs::path& folder) {
-      const auto [at, _] = std::mismatch(folder.begin(), folder.end(), root.begin(), root.end());
-      return at == folder.end();
+  bool sawWholeVault(const std::string& root) const {
+    const bool walkedOver = std::any_of(walked.begin(), walked.end(), [&](const std::string& folder) {
+      return isSameOrBelow(root, folder);
     });
     if (!walkedOver) return false;
     return std::none_of(VaultPaths::folders.begin(), VaultPaths::folders.end(), [&](auto folder) {
       std::error_code ec;
-      return fs::is_symlink(root / folder, ec);
+      return fs::is_symlink(fs::path(root) / folder, ec);
     });
   }
 
@@ -187,45 +214,64 @@ struct Discovery {
   // own files, once every folder has been walked.
   void settle(std::vector<PageFile>& found) {
     for (auto& page : pending) {
-      const fs::path& root = page.vaultRoot;
-      if (!formatOf.contains(root.native())) {
+      const std::string& root = page.vaultRoot;
+      if (!formatOf.contains(root)) {
         VaultFormat format = VaultFormat::markdown;
         if (!sawWholeVault(root)) {
-          format = detectVaultFormat(root);
-        } else if (const Seen seen = periodPagesSeen[root.native()]; seen.org && !seen.markdown) {
+          format = detectVaultFormat(fs::path(root));
+        } else if (const Seen seen = periodPagesSeen[root]; seen.org && !seen.markdown) {
           format = VaultFormat::org;
         }
-        formatOf.emplace(root.native(), format);
+        formatOf.emplace(root, format);
       }
-      if (formatOf.at(root.native()) == page.format) found.push_back(std::move(page));
+      if (formatOf.find(root)->second == page.format) found.push_back(std::move(page));
     }
     pending.clear();
   }
 
-  // Every entry named like a page is a page, whatever it is (a folder, a FIFO, a link that
-  // loops): reading it then reports what is wrong, instead of the page going unmentioned.
-  void collect(const fs::path& path, std::vector<PageFile>& found) {
-    std::error_code ec;
-    if (!fs::is_directory(fs::status(path, ec)) || ec || pageAt(path)) {
-      if (auto page = pageAt(path)) found.push_back(std::move(*page));
-      return;
-    }
-    walked.push_back(path);
-    fs::recursive_directory_iterator it(path, fs::directory_options::skip_permission_denied, ec);
-    for (; !ec && it != fs::recursive_directory_iterator(); it.increment(ec)) {
-      const std::string_view name = nameOf(it->path().native());
-      std::error_code typeEc;
-      if (it->is_directory(typeEc) && !it->is_symlink(typeEc)) {
-        if (auto page = pageAt(it->path())) {
-          found.push_back(std::move(*page));
-          it.disable_recursion_pending();
+  // Lists `folder` and the folders in it, except hidden ones and "media". Links are not
+  // followed. A folder that cannot be listed (taken away meanwhile, or not ours to read) is
+  // passed over. Every entry named like a page is a page, whatever it is (a folder, a FIFO, a
+  // link that loops): reading it then reports what is wrong, instead of the page going
+  // unmentioned.
+  void walk(const std::string& folder, std::vector<PageFile>& found) {
+    std::vector<std::string> below;
+    {
+      FolderListing listing(folder);
+      if (!listing.dir) return;
+      while (const dirent* entry = ::readdir(listing.dir)) {
+        const std::string_view name = entry->d_name;
+        if (name == "." || name == "..") continue;
+        std::string path = childPath(folder, name);
+        bool isFolder = entry->d_type == DT_DIR;
+        if (entry->d_type == DT_UNKNOWN) {
+          struct stat st {};
+          isFolder = ::lstat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
+        }
+        if (!isFolder) {
+          if (auto page = candidateAt(path)) consider(std::move(*page), found);
           continue;
         }
-        if (name.starts_with('.') || name == "media") it.disable_recursion_pending();
-        continue;
+        if (auto page = pageAt(path)) {
+          found.push_back(std::move(*page));
+          continue;
+        }
+        if (name.starts_with('.') || name == "media") continue;
+        below.push_back(std::move(path));
       }
-      if (auto page = candidateAt(it->path())) consider(std::move(*page), found);
     }
+    // Listed after this folder is closed, so that a deep tree holds one listing open at a time.
+    for (const auto& inner : below) walk(inner, found);
+  }
+
+  void collect(const fs::path& path, std::vector<PageFile>& found) {
+    std::error_code ec;
+    if (!fs::is_directory(fs::status(path, ec)) || ec || pageAt(path.native())) {
+      if (auto page = pageAt(path.native())) found.push_back(std::move(*page));
+      return;
+    }
+    walked.push_back(path.native());
+    walk(path.native(), found);
   }
 };
 
@@ -244,7 +290,7 @@ std::vector<PageFile> findPageFiles(const std::vector<fs::path>& paths) {
     discovery.collect(full, found);
   }
   discovery.settle(found);
-  // Sorted by their positions: a page's record holds three paths, which cost more to move
+  // Sorted by their positions: a page's record holds three texts, which cost more to move
   // around than to compare.
   std::vector<std::string> keys;
   keys.reserve(found.size());
@@ -256,17 +302,51 @@ std::vector<PageFile> findPageFiles(const std::vector<fs::path>& paths) {
   std::vector<PageFile> sorted;
   sorted.reserve(found.size());
   for (const std::size_t i : order) {
-    if (sorted.empty() || sorted.back().path.native() != found[i].path.native()) {
+    if (sorted.empty() || sorted.back().path != found[i].path) {
       sorted.push_back(std::move(found[i]));
     }
   }
   return sorted;
 }
 
-PageCheck checkPage(const PageFile& page, const SerializerCodec& codec, bool roundtrip) {
+namespace {
+
+// Reads pages through their folder, held open while the pages of one folder follow each other
+// (as they do in order): each file is then found by its name alone, instead of walking down its
+// whole path again.
+class FolderReader {
+ public:
+  FolderReader() = default;
+  ~FolderReader() { close(); }
+  FolderReader(const FolderReader&) = delete;
+  FolderReader& operator=(const FolderReader&) = delete;
+
+  std::string read(const std::string& path) {
+    const std::string_view folder = parentOf(path);
+    if (folder != folder_) {
+      close();
+      folder_ = folder;
+      fd_ = ::open(folder_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    }
+    // A folder that does not open is left to the page's own read, whose error names the page.
+    if (fd_ < 0 || folder.empty()) return Coordinated::read(path);
+    return Coordinated::readIn(fd_, nameOf(path).data(), path);
+  }
+
+ private:
+  void close() {
+    if (fd_ >= 0) ::close(fd_);
+    fd_ = -1;
+  }
+  std::string folder_;
+  int fd_ = -1;
+};
+
+PageCheck checkRead(const PageFile& page, const SerializerCodec& codec, bool roundtrip,
+                    FolderReader* folder) {
   PageCheck result;
   try {
-    result.text = Coordinated::read(page.path);
+    result.text = folder ? folder->read(page.path) : Coordinated::read(page.path);
   } catch (const FileError& e) {
     result.problem = ReadProblem::of(ReadProblem::Kind::unreadable, e.reason());
     return result;
@@ -288,6 +368,12 @@ PageCheck checkPage(const PageFile& page, const SerializerCodec& codec, bool rou
   return result;
 }
 
+}  // namespace
+
+PageCheck checkPage(const PageFile& page, const SerializerCodec& codec, bool roundtrip) {
+  return checkRead(page, codec, roundtrip, nullptr);
+}
+
 std::vector<PageCheck> checkPages(const std::vector<PageFile>& pages,
                                   const std::vector<const SerializerCodec*>& codecs,
                                   bool roundtrip) {
@@ -297,12 +383,13 @@ std::vector<PageCheck> checkPages(const std::vector<PageFile>& pages,
   constexpr std::size_t kBatch = 32;
   std::atomic<std::size_t> next{0};
   auto work = [&] {
+    FolderReader folder;
     for (;;) {
       const std::size_t first = next.fetch_add(kBatch);
       if (first >= pages.size()) return;
       const std::size_t last = std::min(pages.size(), first + kBatch);
       for (std::size_t i = first; i < last; ++i) {
-        PageCheck checked = checkPage(pages[i], *codecs[i], roundtrip);
+        PageCheck checked = checkRead(pages[i], *codecs[i], roundtrip, &folder);
         // Swapped with an empty string, not assigned one: assignment keeps the page's buffer.
         if (!checked.problem && !checked.rewritten) std::string().swap(checked.text);
         results[i] = std::move(checked);

@@ -14,10 +14,12 @@
 
 namespace trivo {
 
+// The paths are texts rather than std::filesystem::path, which takes its text apart into
+// components when made: a vault has thousands of pages, and discovery makes three paths of each.
 struct PageFile {
-  std::filesystem::path path;       // absolute
-  std::filesystem::path vaultRoot;  // the nearest folder upward holding ".trivo", else the base
-  std::filesystem::path relative;   // path relative to vaultRoot
+  std::string path;       // absolute
+  std::string vaultRoot;  // the nearest folder upward holding ".trivo", else the base
+  std::string relative;   // path relative to vaultRoot
   EntryKey key;
   VaultFormat format;
 };

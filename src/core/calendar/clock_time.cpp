@@ -27,6 +27,12 @@ ClockTime ClockTime::fromInstant(Instant instant, const Clock& clock) {
 }
 
 std::string ClockTime::description() const {
+  // Org pages hold a stamp with a time for every journal line and clock line, so the valid
+  // times skip printf.
+  if (hour >= 0 && hour <= 99 && minute >= 0 && minute <= 99) {
+    return std::string{static_cast<char>('0' + hour / 10), static_cast<char>('0' + hour % 10), ':',
+                       static_cast<char>('0' + minute / 10), static_cast<char>('0' + minute % 10)};
+  }
   return stringPrintf("%02lld:%02lld", static_cast<long long>(hour),
                       static_cast<long long>(minute));
 }

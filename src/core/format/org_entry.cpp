@@ -19,17 +19,17 @@ bool opensDrawer(std::string_view line) {
   const auto t = text::trim(line);
   if (t.size() < 3 || t.front() != ':' || t.back() != ':') return false;
   const auto name = t.substr(1, t.size() - 2);
-  if (text::upper(name) == "END") return false;
+  if (text::equalsNoCase(name, "END")) return false;
   return std::all_of(name.begin(), name.end(), [](char c) {
     return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') ||
            c == '-' || c == '_';
   });
 }
 
-bool closesDrawer(std::string_view line) { return text::upper(text::trim(line)) == ":END:"; }
+bool closesDrawer(std::string_view line) { return text::equalsNoCase(text::trim(line), ":END:"); }
 
 bool isDrawer(std::string_view line, std::string_view name) {
-  return text::upper(text::trim(line)) == name;
+  return text::equalsNoCase(text::trim(line), name);
 }
 
 // The index of the ":END:" line of a drawer that opens at `at`; nothing when no drawer opens

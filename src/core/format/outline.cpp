@@ -45,9 +45,14 @@ void takePart(const std::vector<std::string_view>& lines, std::size_t from, std:
   while (last > first && text::isBlank(lines[last - 1])) --last;
   for (std::size_t i = from; i < first; ++i) gap.before.emplace_back(lines[i]);
   for (std::size_t i = last; i < to; ++i) gap.after.emplace_back(lines[i]);
-  std::vector<std::string_view> inner(lines.begin() + static_cast<std::ptrdiff_t>(first),
-                                      lines.begin() + static_cast<std::ptrdiff_t>(last));
-  content = text::join(inner, "\n");
+  // The lines are views into one text, each one line break after the one before: the content
+  // is the stretch of that text from the first to the end of the last.
+  if (first < last) {
+    const char* begin = lines[first].data();
+    content.assign(begin, static_cast<std::size_t>(lines[last - 1].data() + lines[last - 1].size() - begin));
+  } else {
+    content.clear();
+  }
 }
 
 void appendPart(std::vector<std::string>& out, const std::string& content, const Outline::Gap& gap) {

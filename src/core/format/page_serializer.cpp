@@ -208,7 +208,7 @@ OpenPage openPage(TextSyntax syntax, std::string_view raw, const KnownFields& kn
     if (it != known.end() && isMarkdown(syntax) && field.key == "title") it = known.end();
     if (it == known.end()) {
       // The standard keyword declaration is written afresh on every Org page.
-      const bool standard = !isMarkdown(syntax) && text::upper(field.key) == "TODO" &&
+      const bool standard = !isMarkdown(syntax) && text::equalsNoCase(field.key, "TODO") &&
                             field.value == TextSyntax::todoDeclaration;
       if (!standard) page.reader.pass.frontmatterExtras.push_back(std::move(field));
       continue;
@@ -1119,7 +1119,7 @@ std::string planningLine(const InboxItem& item) {
 }
 
 bool isDrawerLine(std::string_view line, std::string_view name) {
-  return text::upper(text::trim(line)) == name;
+  return text::equalsNoCase(text::trim(line), name);
 }
 
 // The lines of a drawer that opens at `lines[at]` up to its ":END:", moving `at` past it;

@@ -1,7 +1,7 @@
 // Reading a page's sections into known bodies and passthrough.
 #include "core/format/section_reader.h"
 
-#include <set>
+#include <algorithm>
 #include <vector>
 
 #include "core/format/legacy_headings.h"
@@ -22,16 +22,17 @@ std::string SectionReader::read(std::string_view text, int level,
                                 std::span<const KnownSection> known, std::string_view path) {
   auto split = Outline::split(text, level, syntax);
   std::string after = sectionKey(path, "");
-  std::set<std::string, std::less<>> seen;
-  std::vector<std::string> knownTitles;
+  // Each page is read with a handful of sections, so the ones taken are kept in a short list.
+  std::vector<const KnownSection*> taken;
+  std::vector<std::string_view> knownTitles;
   knownTitles.reserve(known.size());
-  for (const auto& section : known) knownTitles.push_back(text::lower(text::trim(section.title)));
+  for (const auto& section : known) knownTitles.push_back(text::trim(section.title));
   for (auto& block : split.blocks) {
     const auto tagged = syntax.splitTags(block.title);
-    const std::string heading = text::lower(text::trim(tagged.title));
+    const std::string_view heading = text::trim(tagged.title);
     const KnownSection* match = nullptr;
     for (std::size_t i = 0; i < known.size(); ++i) {
-      if (knownTitles[i] == heading) {
+      if (text::equalsNoCase(knownTitles[i], heading)) {
         match = &known[i];
         break;
       }
@@ -44,15 +45,15 @@ std::string SectionReader::read(std::string_view text, int level,
         }
       }
     }
-    const std::string key = match ? sectionKey(path, match->key) : std::string();
-    if (match == nullptr || seen.contains(key)) {
+    if (match == nullptr || std::find(taken.begin(), taken.end(), match) != taken.end()) {
       pass.unknownSections.push_back(UnknownSection{after, block.render(level, syntax)});
       continue;
     }
-    seen.insert(key);
-    bodies_[key] = std::move(block.body);
+    taken.push_back(match);
+    std::string key = sectionKey(path, match->key);
     if (!tagged.tags.empty()) pass.headingTags[key] = tagged.tags;
-    after = key;
+    bodies_[key] = std::move(block.body);
+    after = std::move(key);
   }
   return split.preamble;
 }

@@ -80,12 +80,31 @@ std::string_view TextSyntax::weekdayName(const DayDate& day) {
   return names[static_cast<std::size_t>(iso - 1)];
 }
 
-std::string TextSyntax::timestamp(const DayDate& day) {
-  return "<" + dateText(day) + " " + std::string(weekdayName(day)) + ">";
+namespace {
+
+// "<2026-09-16 Wed>", "[2026-09-16 Wed 14:05]": built in one buffer, as pages hold many.
+std::string orgStamp(char open, const DayDate& day, const ClockTime* time, char close) {
+  const std::string date = dateText(day);
+  std::string out;
+  out.reserve(date.size() + 13);
+  out += open;
+  out += date;
+  out += ' ';
+  out += TextSyntax::weekdayName(day);
+  if (time) {
+    out += ' ';
+    out += time->description();
+  }
+  out += close;
+  return out;
 }
 
+}  // namespace
+
+std::string TextSyntax::timestamp(const DayDate& day) { return orgStamp('<', day, nullptr, '>'); }
+
 std::string TextSyntax::inactiveStamp(const DayDate& day, const ClockTime& time) {
-  return "[" + dateText(day) + " " + std::string(weekdayName(day)) + " " + time.description() + "]";
+  return orgStamp('[', day, &time, ']');
 }
 
 std::string TextSyntax::orgDoneLine(const DayDate& day, const std::optional<ClockTime>& time) {
@@ -237,9 +256,10 @@ std::string TextSyntax::assemble(const std::vector<FrontmatterField>& fields,
 }
 
 namespace {
+// Asked of every keyword line of every Org page, so compared in place rather than upper-cased.
 bool isDeclarationKey(std::string_view key) {
-  const std::string k = text::upper(key);
-  return k == "TODO" || k == "SEQ_TODO" || k == "TYP_TODO";
+  return text::equalsNoCase(key, "TODO") || text::equalsNoCase(key, "SEQ_TODO") ||
+         text::equalsNoCase(key, "TYP_TODO");
 }
 }  // namespace
 
@@ -248,7 +268,7 @@ std::vector<FrontmatterField> TextSyntax::keywordFront(std::vector<FrontmatterFi
   std::vector<FrontmatterField> out;
   out.reserve(fields.size() + 1);
   for (auto& field : fields) {
-    const bool standard = text::upper(field.key) == "TODO" && field.value == todoDeclaration;
+    const bool standard = text::equalsNoCase(field.key, "TODO") && field.value == todoDeclaration;
     if (standard && seen) continue;
     seen = seen || standard;
     out.push_back(std::move(field));
@@ -283,7 +303,7 @@ std::string TextSyntax::retitle(std::string_view text, std::string_view title) c
     for (std::size_t i = 0; i < lines.size(); ++i) {
       auto kw = keyword(lines[i]);
       if (!kw) break;
-      if (text::lower(kw->key) == "title") {
+      if (text::equalsNoCase(kw->key, "title")) {
         at = i;
         break;
       }

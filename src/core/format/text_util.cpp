@@ -1,6 +1,8 @@
 // Line and white-space helpers shared by the page syntax code.
 #include "core/format/text_util.h"
 
+#include <algorithm>
+
 namespace trivo::text {
 
 std::string_view trim(std::string_view s) { return trimEnd(trimStart(s)); }
@@ -27,6 +29,8 @@ std::string_view trimBreaks(std::string_view s) {
 
 std::vector<std::string_view> lines(std::string_view s) {
   std::vector<std::string_view> out;
+  // Counted first, so that the list is allocated once: pages are split into lines many times.
+  out.reserve(static_cast<std::size_t>(std::count(s.begin(), s.end(), '\n')) + 1);
   std::size_t start = 0;
   while (true) {
     std::size_t nl = s.find('\n', start);
@@ -43,6 +47,9 @@ namespace {
 template <class T>
 std::string joinAny(const std::vector<T>& parts, std::string_view separator) {
   std::string out;
+  std::size_t size = parts.empty() ? 0 : separator.size() * (parts.size() - 1);
+  for (const auto& part : parts) size += part.size();
+  out.reserve(size);
   for (std::size_t i = 0; i < parts.size(); ++i) {
     if (i > 0) out += separator;
     out += parts[i];
@@ -86,6 +93,10 @@ bool startsWithNoCase(std::string_view s, std::string_view prefix) {
     if (lowerLetter(s[i]) != lowerLetter(prefix[i])) return false;
   }
   return true;
+}
+
+bool equalsNoCase(std::string_view a, std::string_view b) {
+  return a.size() == b.size() && startsWithNoCase(a, b);
 }
 
 std::string_view withoutCR(std::string_view line) {

@@ -29,6 +29,8 @@ bool isBlank(std::string_view line);
 std::string lower(std::string_view s);
 std::string upper(std::string_view s);
 bool startsWithNoCase(std::string_view s, std::string_view prefix);
+// Equal when ASCII letters are folded as lower() folds them.
+bool equalsNoCase(std::string_view a, std::string_view b);
 // The line without a final "\r" (a CRLF line end read as text).
 std::string_view withoutCR(std::string_view line);
 // The byte length of the UTF-8 sequence that starts at s[i] (1 for an invalid or stray byte).

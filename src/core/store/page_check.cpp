@@ -53,13 +53,16 @@ bool isSameOrBelow(std::string_view path, std::string_view folder) {
   return path.size() == folder.size() || folder.ends_with('/') || path[folder.size()] == '/';
 }
 
-// A text whose plain order is the order of std::filesystem::path over normal paths (component
-// by component): the path's text with each separator made the least character, NUL, which no
-// path holds.
-std::string orderKey(std::string_view path) {
-  std::string key(path);
-  std::replace(key.begin(), key.end(), '/', '\0');
-  return key;
+// The order of std::filesystem::path over normal paths (component by component), compared as
+// texts: the separator counts as the least character.
+bool pathLess(std::string_view a, std::string_view b) {
+  const std::size_t n = std::min(a.size(), b.size());
+  const auto [at, _] = std::mismatch(a.begin(), a.begin() + static_cast<std::ptrdiff_t>(n), b.begin());
+  if (at == a.begin() + static_cast<std::ptrdiff_t>(n)) return a.size() < b.size();
+  const auto rank = [](char c) {
+    return c == '/' ? 0 : static_cast<int>(static_cast<unsigned char>(c)) + 1;
+  };
+  return rank(*at) < rank(b[static_cast<std::size_t>(at - a.begin())]);
 }
 
 std::string childPath(std::string_view folder, std::string_view name) {
@@ -235,33 +238,44 @@ struct Discovery {
   // link that loops): reading it then reports what is wrong, instead of the page going
   // unmentioned.
   void walk(const std::string& folder, std::vector<PageFile>& found) {
-    std::vector<std::string> below;
+    // Each folder's entries are taken in the order of their names, and a folder's pages where
+    // its name falls: the pages come out in path order, and need no sorting afterwards.
+    struct Entry {
+      std::string name;
+      bool isFolder;
+    };
+    std::vector<Entry> entries;
     {
       FolderListing listing(folder);
       if (!listing.dir) return;
       while (const dirent* entry = ::readdir(listing.dir)) {
         const std::string_view name = entry->d_name;
         if (name == "." || name == "..") continue;
-        std::string path = childPath(folder, name);
         bool isFolder = entry->d_type == DT_DIR;
         if (entry->d_type == DT_UNKNOWN) {
           struct stat st {};
-          isFolder = ::lstat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
+          isFolder = ::fstatat(::dirfd(listing.dir), entry->d_name, &st, AT_SYMLINK_NOFOLLOW) == 0 &&
+                     S_ISDIR(st.st_mode);
         }
-        if (!isFolder) {
-          if (auto page = candidateAt(path)) consider(std::move(*page), found);
-          continue;
-        }
-        if (auto page = pageAt(path)) {
-          found.push_back(std::move(*page));
-          continue;
-        }
-        if (name.starts_with('.') || name == "media") continue;
-        below.push_back(std::move(path));
+        entries.push_back(Entry{std::string(name), isFolder});
       }
     }
+    std::sort(entries.begin(), entries.end(),
+              [](const Entry& a, const Entry& b) { return a.name < b.name; });
     // Listed after this folder is closed, so that a deep tree holds one listing open at a time.
-    for (const auto& inner : below) walk(inner, found);
+    for (const Entry& entry : entries) {
+      const std::string path = childPath(folder, entry.name);
+      if (!entry.isFolder) {
+        if (auto page = candidateAt(path)) consider(std::move(*page), found);
+        continue;
+      }
+      if (auto page = pageAt(path)) {
+        found.push_back(std::move(*page));
+        continue;
+      }
+      if (entry.name.starts_with('.') || entry.name == "media") continue;
+      walk(path, found);
+    }
   }
 
   void collect(const fs::path& path, std::vector<PageFile>& found) {
@@ -278,27 +292,35 @@ struct Discovery {
 }  // namespace
 
 std::vector<PageFile> findPageFiles(const std::vector<fs::path>& paths) {
-  std::vector<PageFile> found;
-  Discovery discovery;
+  std::vector<fs::path> full;
+  full.reserve(paths.size());
   for (const auto& path : paths) {
-    const fs::path full = fs::absolute(path).lexically_normal();
+    full.push_back(fs::absolute(path).lexically_normal());
     std::error_code ec;
-    if (!fs::exists(fs::symlink_status(full, ec))) {
+    if (!fs::exists(fs::symlink_status(full.back(), ec))) {
       throw fs::filesystem_error("no such file or folder", path,
                                  std::make_error_code(std::errc::no_such_file_or_directory));
     }
-    discovery.collect(full, found);
   }
+  std::vector<PageFile> found;
+  Discovery discovery;
+  for (const auto& path : full) discovery.collect(path, found);
   discovery.settle(found);
-  // Sorted by their positions: a page's record holds three texts, which cost more to move
-  // around than to compare.
-  std::vector<std::string> keys;
-  keys.reserve(found.size());
-  for (const PageFile& page : found) keys.push_back(orderKey(page.path));
+  // One walk finds its pages in path order; several paths, or pages whose vault's format was
+  // settled last, need sorting. Sorted by their positions: a page's record holds three texts,
+  // which cost more to move around than to compare.
+  const auto less = [](const PageFile& a, const PageFile& b) { return pathLess(a.path, b.path); };
+  if (std::is_sorted(found.begin(), found.end(), less)) {
+    const auto twice = std::adjacent_find(found.begin(), found.end(),
+                                          [](const PageFile& a, const PageFile& b) {
+                                            return a.path == b.path;
+                                          });
+    if (twice == found.end()) return found;
+  }
   std::vector<std::size_t> order(found.size());
   for (std::size_t i = 0; i < order.size(); ++i) order[i] = i;
   std::sort(order.begin(), order.end(),
-            [&](std::size_t a, std::size_t b) { return keys[a] < keys[b]; });
+            [&](std::size_t a, std::size_t b) { return less(found[a], found[b]); });
   std::vector<PageFile> sorted;
   sorted.reserve(found.size());
   for (const std::size_t i : order) {

@@ -5,6 +5,7 @@
 #include <sys/inotify.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <map>
@@ -35,6 +36,31 @@ TEST(PageFiles, PerspectivePagesBelongToTheVaultAtTheRootAndOnlyItsFormatCounts)
   // Named twice, found once.
   EXPECT_EQ(findPageFiles({dir.path() / "v/inbox.org", dir.path() / "v"}).size(), 2u);
   EXPECT_THROW((void)findPageFiles({dir.path() / "v/missing"}), std::filesystem::filesystem_error);
+}
+
+// Pages come in the order of their paths as std::filesystem::path orders them (component by
+// component, so "v/…" before "v-2/…"), each once, whatever order the folders were named in and
+// whichever vault's format was settled last.
+TEST(PageFiles, PagesComeInPathOrderOnceEach) {
+  testing::TempDir dir;
+  dir.write("v/.trivo/config.json", R"({"fileFormat": "markdown"})");
+  dir.write("v-2/days/2026-09-16.md", "");  // no settings, no inbox: its pages decide its format
+  dir.write("v-2/days/2026-09-15.md", "");
+  for (const char* day : {"2026-09-16", "2026-09-02", "2026-10-01", "2026-09-20"}) {
+    dir.write(std::string("v/days/") + day + ".md", "");
+  }
+  dir.write("v/weeks/2026-W38.md", "");
+  dir.write("v/inbox.md", "");
+
+  const auto pages = findPageFiles({dir.path() / "v-2", dir.path() / "v", dir.path() / "v/days"});
+  std::vector<std::filesystem::path> paths;
+  for (const auto& page : pages) paths.emplace_back(page.path);
+  ASSERT_EQ(paths.size(), 8u);
+  EXPECT_TRUE(std::is_sorted(paths.begin(), paths.end()));
+  EXPECT_EQ(std::adjacent_find(paths.begin(), paths.end()), paths.end());
+  EXPECT_EQ(pages.front().relative, "days/2026-09-02.md");
+  EXPECT_EQ(pages.back().relative, "days/2026-09-16.md");
+  EXPECT_EQ(pages.back().vaultRoot, (dir.path() / "v-2").native());
 }
 
 TEST(PageCheck, ProblemsAreDescribedInOneLine) {

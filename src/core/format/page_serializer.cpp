@@ -138,22 +138,21 @@ void placeRepeatedHeadings(SectionReader& reader, int level, std::span<const Kno
   }
 }
 
-using LineStep = std::function<bool(std::string_view)>;
-
 // A fenced block is never read for structure: its lines, from the opening to the closing
 // line, all go to `raw` (which keeps them together and in order), so that a heading-like or
 // list-like line inside a block stays inside it.
-LineStep outsideFences(TextSyntax syntax, LineStep consume, LineStep raw) {
-  auto fences = std::make_shared<FenceTracker>(syntax);
-  return [fences, consume = std::move(consume), raw = std::move(raw)](std::string_view line) {
-    const bool wasOpen = fences->inFence();
-    const bool toggles = fences->feed(line);
+template <class Consume, class Raw>
+auto outsideFences(TextSyntax syntax, Consume consume, Raw raw) {
+  return [fences = FenceTracker(syntax), consume = std::move(consume),
+          raw = std::move(raw)](std::string_view line) mutable -> bool {
+    const bool wasOpen = fences.inFence();
+    const bool toggles = fences.feed(line);
     if (wasOpen || toggles) return raw(line);
     return consume(line);
   };
 }
 
-LineStep refuse() {
+auto refuse() {
   return [](std::string_view) { return false; };
 }
 

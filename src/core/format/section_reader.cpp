@@ -64,8 +64,7 @@ std::optional<std::string> SectionReader::body(std::string_view key) const {
   return it->second;
 }
 
-std::size_t SectionReader::linesCounting(
-    std::string_view key, const std::function<bool(std::string_view line)>& consume) {
+std::size_t SectionReader::linesCounting(std::string_view key, LineVisitor consume) {
   auto it = bodies_.find(key);
   if (it == bodies_.end()) return 0;
   std::size_t consumed = 0;

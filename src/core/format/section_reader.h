@@ -4,7 +4,8 @@
 #pragma once
 
 #include <cstddef>
-#include <functional>
+#include <memory>
+#include <type_traits>
 #include <map>
 #include <optional>
 #include <span>
@@ -22,6 +23,28 @@ struct KnownSection {
   std::string key;
   std::string title;
   bool operator==(const KnownSection&) const = default;
+};
+
+// A callable that is offered one line at a time, passed by reference: unlike std::function it
+// neither copies nor allocates, since every section of every page is read through one. It must
+// not outlive what it refers to.
+class LineVisitor {
+ public:
+  template <class F>
+    requires(!std::is_same_v<std::remove_cvref_t<F>, LineVisitor> &&
+             std::is_object_v<std::remove_reference_t<F>> &&
+             std::is_invocable_r_v<bool, F&, std::string_view>)
+  // NOLINTNEXTLINE(google-explicit-constructor): stands in for the callable it refers to
+  LineVisitor(F&& f)
+      : object_(const_cast<void*>(static_cast<const void*>(std::addressof(f)))),
+        call_([](void* object, std::string_view line) {
+          return static_cast<bool>((*static_cast<std::remove_reference_t<F>*>(object))(line));
+        }) {}
+  bool operator()(std::string_view line) const { return call_(object_, line); }
+
+ private:
+  void* object_;
+  bool (*call_)(void*, std::string_view);
 };
 
 class SectionReader {
@@ -53,8 +76,7 @@ class SectionReader {
   // verbatim and in order as the section's tail; blank lines at its end are dropped and a run of
   // blank lines (left where consumed lines stood between them) is kept as one. Returns how many
   // lines were consumed; 0 when the section is missing.
-  std::size_t linesCounting(std::string_view key,
-                            const std::function<bool(std::string_view line)>& consume);
+  std::size_t linesCounting(std::string_view key, LineVisitor consume);
 
  private:
   std::map<std::string, std::string, std::less<>> bodies_;

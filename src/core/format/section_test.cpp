@@ -32,7 +32,7 @@ const char* handEdited =
     "## Outcomes\n"
     "again\n";
 
-bool isCheckbox(std::string_view line) { return CheckboxLine::parse(line).has_value(); }
+const auto isCheckbox = [](std::string_view line) { return CheckboxLine::parse(line).has_value(); };
 
 TEST(SectionReader, SortsBlocksIntoKnownSectionsAndPassthrough) {
   SectionReader reader(TextSyntax::markdown);

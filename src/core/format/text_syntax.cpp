@@ -399,6 +399,8 @@ std::string TextSyntax::escape(std::string_view text, int level) const {
 }
 
 std::string TextSyntax::unescape(std::string_view text, int level) const {
+  // Only a line with a leading backslash changes, and most texts have no backslash at all.
+  if (text.find('\\') == std::string_view::npos) return std::string(text);
   std::vector<std::string> out;
   FenceTracker fence(*this);
   for (auto line : text::lines(text)) {

@@ -129,10 +129,15 @@ std::string OrgEntry::withoutClosed(std::string_view line) {
   return std::string(indent) + std::string(text::trimStart(rest));
 }
 
-OrgEntry::Parts OrgEntry::read(TextSyntax syntax, std::span<const std::string> input,
-                               const Own& own, bool done) {
-  Lines lines(input.begin(), input.end());
+OrgEntry::Parts OrgEntry::read(TextSyntax syntax, Lines lines, const Own& own, bool done) {
   Parts out;
+  // The lines move on into the parts as they are sorted, each range after everything that looks
+  // at it has looked: whatever is asked of the whole entry is asked first.
+  const auto take = [&](std::size_t from, std::size_t to) {
+    out.kept.insert(out.kept.end(),
+                    std::make_move_iterator(lines.begin() + static_cast<std::ptrdiff_t>(from)),
+                    std::make_move_iterator(lines.begin() + static_cast<std::ptrdiff_t>(to)));
+  };
 
   // The clocks of the item's sessions are written from the sessions each time; a drawer they
   // leave empty was Trivo's own and goes with them unless it stands somewhere of the person's.
@@ -147,26 +152,26 @@ OrgEntry::Parts OrgEntry::read(TextSyntax syntax, std::span<const std::string> i
     }
   }
 
+  const std::size_t meta = metaEnd(lines);
+  const auto doneNotes =
+      done && own.doneNote ? std::count_if(lines.begin(), lines.end(), isDoneNote) : 0;
   std::size_t at = 0;
   if (at < lines.size() && TextSyntax::isPlanning(lines[at])) {
-    if (lines[at] != own.planning) out.kept.push_back(lines[at]);
+    if (lines[at] != own.planning) out.kept.push_back(std::move(lines[at]));
     ++at;
   }
   const bool closed = !out.kept.empty() && hasClosed(out.kept.front());
-  const std::size_t meta = metaEnd(lines);
-  out.kept.insert(out.kept.end(), lines.begin() + static_cast<std::ptrdiff_t>(at),
-                  lines.begin() + static_cast<std::ptrdiff_t>(meta));
+  take(at, meta);
   at = meta;
   // The note Trivo writes is taken back only where it writes it and only when it is the item's one
   // note; a CLOSED stamp already says when the item was done, so Trivo writes none beside it.
   if (done && !closed && own.doneNote && at < lines.size() && lines[at] == *own.doneNote &&
-      std::count_if(lines.begin(), lines.end(), isDoneNote) == 1) {
+      doneNotes == 1) {
     ++at;
   }
   auto keepLog = [&] {
     const std::size_t log = logEnd(lines, at, emptied.value_or(lines.size()));
-    out.kept.insert(out.kept.end(), lines.begin() + static_cast<std::ptrdiff_t>(at),
-                    lines.begin() + static_cast<std::ptrdiff_t>(log));
+    take(at, log);
     at = log;
   };
   keepLog();
@@ -194,7 +199,7 @@ OrgEntry::Parts OrgEntry::read(TextSyntax syntax, std::span<const std::string> i
     at = next;
   }
   if (emptied && at == *emptied) at += 2;
-  out.kept.insert(out.kept.end(), lines.begin() + static_cast<std::ptrdiff_t>(at), lines.end());
+  take(at, lines.size());
   return out;
 }
 

@@ -35,7 +35,7 @@ struct OrgEntry {
   // the done note only right after the planning line and property drawer, and only when it is the
   // entry's one state-change note; the clock lines in the first logbook drawer, wherever they
   // stand in it. `done` is the heading's state.
-  static Parts read(TextSyntax syntax, std::span<const std::string> lines, const Own& own,
+  static Parts read(TextSyntax syntax, std::vector<std::string> lines, const Own& own,
                     bool done);
 
   // The lines under the heading: the planning line (a kept one, without its CLOSED stamp when the

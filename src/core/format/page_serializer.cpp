@@ -438,7 +438,7 @@ void settleOrgOutcomes(TextSyntax syntax, OutcomeSet& set, const DayDate& due,
   OrgEntry::Own own = ownOrgLines(Outcome{}, set.scope, due, {});
   for (auto& outcome : set.outcomes) {
     own.clocks = ownClocks(outcome, due, sessions);
-    auto parts = OrgEntry::read(syntax, outcome.trailingLines, own,
+    auto parts = OrgEntry::read(syntax, std::move(outcome.trailingLines), own,
                                 outcome.state == OutcomeState::done);
     outcome.comments = std::move(parts.comments);
     outcome.trailingLines = std::move(parts.kept);

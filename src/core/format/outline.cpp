@@ -96,6 +96,8 @@ Outline::Split Outline::split(std::string_view text, int level, TextSyntax synta
     if (!fence.inFence() && lines[i].starts_with(marker)) headings.push_back(i);
   }
 
+  result.blocks.reserve(headings.size());
+  result.layout.gaps.reserve(headings.size() + 1);
   Gap gap;
   const std::size_t preambleEnd = headings.empty() ? lines.size() : headings.front();
   takePart(lines, 0, preambleEnd, result.preamble, gap);

@@ -196,11 +196,18 @@ std::vector<std::string> readListField(OpenPage& page, TextSyntax syntax, std::s
 
 OpenPage openPage(TextSyntax syntax, std::string_view raw, const KnownFields& known,
                   std::span<const KnownSection> sections) {
-  const std::string text = normalized(raw);
+  // Nearly every page is read as it stands, without a normalised copy.
+  std::string copy;
+  std::string_view text = raw;
+  if (!isNormal(raw)) {
+    copy = normalized(raw);
+    text = copy;
+  }
   auto front = syntax.splitFrontmatter(text);
   OpenPage page{{},
-                SectionReader(syntax, isMarkdown(syntax) ? TodoWords{}
-                                                         : TextSyntax::todoWords(front.fields))};
+                SectionReader(syntax, isMarkdown(syntax)
+                                          ? nullptr
+                                          : TextSyntax::sharedTodoWords(front.fields))};
   for (auto& field : front.fields) {
     auto it = known.find(field.key);
     // Markdown pages carry their title in the "# " line; a "title" field is the user's own.
@@ -364,7 +371,7 @@ OutcomeSet readOutcomes(SectionReader& reader, std::string_view key, Scope scope
                     found = Outcome::make(split.text, *state, split.serves);
                   }
                 }
-              } else if (auto task = TextSyntax::orgTask(line, reader.todoWords)) {
+              } else if (auto task = TextSyntax::orgTask(line, reader.todoWords())) {
                 auto split = ServesLink::split(task->text);
                 found = Outcome::make(split.text, task->state, split.serves);
                 if (TextSyntax::orgKeywordWord(task->state, std::nullopt) != task->keyword.word) {
@@ -1462,7 +1469,7 @@ Inbox MarkdownSerializer::parseInbox(std::string_view text) const {
   if (!isMarkdown(syntax_)) {
     // Top-level headings with a keyword are items too; other headings are the person's own.
     std::erase_if(page.reader.pass.unknownSections, [&](const UnknownSection& section) {
-      auto item = readUnderHeading(syntax_, page.reader.todoWords, section.raw);
+      auto item = readUnderHeading(syntax_, page.reader.todoWords(), section.raw);
       if (item) inbox.items.push_back(std::move(*item));
       return item.has_value();
     });

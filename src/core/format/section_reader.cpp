@@ -10,8 +10,13 @@
 
 namespace trivo {
 
-SectionReader::SectionReader(TextSyntax syntaxIn, TodoWords words)
-    : syntax(syntaxIn), todoWords(std::move(words)) {}
+SectionReader::SectionReader(TextSyntax syntaxIn, std::shared_ptr<const TodoWords> words)
+    : syntax(syntaxIn), todoWords_(std::move(words)) {}
+
+const TodoWords& SectionReader::todoWords() const {
+  static const TodoWords none;
+  return todoWords_ ? *todoWords_ : none;
+}
 
 std::string SectionReader::sectionKey(std::string_view path, std::string_view key) {
   if (path.empty()) return std::string(key);

@@ -51,9 +51,11 @@ class SectionReader {
  public:
   Passthrough pass;
   TextSyntax syntax;
-  TodoWords todoWords;
 
-  explicit SectionReader(TextSyntax syntaxIn, TodoWords words = {});
+  // `words`: the page's Org TODO keywords; none when null.
+  explicit SectionReader(TextSyntax syntaxIn, std::shared_ptr<const TodoWords> words = nullptr);
+
+  [[nodiscard]] const TodoWords& todoWords() const;
 
   // The key under which a section is kept in the Passthrough: the key itself at the top of a
   // page, "path/key" for the parts of a section (such as the parts of a reflection). The key ""
@@ -80,6 +82,7 @@ class SectionReader {
 
  private:
   std::map<std::string, std::string, std::less<>> bodies_;
+  std::shared_ptr<const TodoWords> todoWords_;
 };
 
 }  // namespace trivo

@@ -457,6 +457,26 @@ TodoWords TextSyntax::todoWords(const std::vector<FrontmatterField>& fields) {
   return words;
 }
 
+std::shared_ptr<const TodoWords> TextSyntax::sharedTodoWords(
+    const std::vector<FrontmatterField>& fields) {
+  // The declarations, in order, as one text: what the words are made from.
+  std::string declared;
+  for (const auto& field : fields) {
+    if (!isDeclarationKey(field.key)) continue;
+    declared += field.key;
+    declared += '\n';
+    declared += field.value;
+    declared += '\0';
+  }
+  thread_local std::string lastDeclared;
+  thread_local std::shared_ptr<const TodoWords> lastWords;
+  if (!lastWords || declared != lastDeclared) {
+    lastWords = std::make_shared<const TodoWords>(todoWords(fields));
+    lastDeclared = std::move(declared);
+  }
+  return lastWords;
+}
+
 const TodoWords& TextSyntax::otherKeywords() {
   static const TodoWords words = {
       {"NEXT", OutcomeState::planned},      {"STARTED", OutcomeState::planned},

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <functional>
 #include <map>
+#include <memory>
 #include <optional>
 #include <set>
 #include <string>
@@ -130,6 +131,10 @@ struct TextSyntax {
 
   // The keyword-to-state map declared by an Org page's "TODO", "SEQ_TODO" and "TYP_TODO" lines.
   static TodoWords todoWords(const std::vector<FrontmatterField>& fields);
+  // todoWords, shared: pages of one vault nearly always declare the same keywords, and the words
+  // of the last declaration read on this thread are handed out again while they stay the same.
+  static std::shared_ptr<const TodoWords> sharedTodoWords(
+      const std::vector<FrontmatterField>& fields);
   // Keywords every Org page understands without declaring them.
   static const TodoWords& otherKeywords();
   // The standard declaration written on Org pages.

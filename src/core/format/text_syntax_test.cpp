@@ -274,6 +274,17 @@ TEST(TextSyntax, TodoWordsFollowTheDeclarationsOfThePage) {
   };
   EXPECT_EQ(words, expected);
   EXPECT_TRUE(TextSyntax::todoWords({{"TODO", ""}, {"TODO", "|"}}).empty());
+
+  // Shared while pages declare the same words, never handed to a page that declares others.
+  const std::vector<FrontmatterField> mine = {{"TODO", "IDEA | SHIPPED"}, {"title", "A"}};
+  const std::vector<FrontmatterField> same = {{"title", "B"}, {"TODO", "IDEA | SHIPPED"}};
+  const std::vector<FrontmatterField> other = {{"TODO", "IDEA SHIPPED"}};
+  const auto first = TextSyntax::sharedTodoWords(mine);
+  EXPECT_EQ(*first, TextSyntax::todoWords(mine));
+  EXPECT_EQ(TextSyntax::sharedTodoWords(same), first);
+  EXPECT_EQ(*TextSyntax::sharedTodoWords(other), TextSyntax::todoWords(other));
+  EXPECT_EQ(*TextSyntax::sharedTodoWords(mine), TextSyntax::todoWords(mine));
+  EXPECT_EQ(*TextSyntax::sharedTodoWords({}), TodoWords{});
 }
 
 TEST(TextSyntax, OrgTaskHeadingsNeedAKeyword) {

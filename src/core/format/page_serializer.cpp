@@ -444,7 +444,12 @@ void settleOrgOutcomes(TextSyntax syntax, OutcomeSet& set, const DayDate& due,
   // outcome's own clock lines put in for its turn.
   OrgEntry::Own own = ownOrgLines(Outcome{}, set.scope, due, {});
   for (auto& outcome : set.outcomes) {
-    own.clocks = ownClocks(outcome, due, sessions);
+    // Clock lines are made only for an outcome with a clock line under it: they are only ever
+    // compared with those.
+    const bool clocked =
+        std::any_of(outcome.trailingLines.begin(), outcome.trailingLines.end(),
+                    [](const std::string& line) { return text::trim(line).starts_with("CLOCK:"); });
+    own.clocks = clocked ? ownClocks(outcome, due, sessions) : std::vector<std::string>{};
     auto parts = OrgEntry::read(syntax, std::move(outcome.trailingLines), own,
                                 outcome.state == OutcomeState::done);
     outcome.comments = std::move(parts.comments);

@@ -160,6 +160,16 @@ namespace {
 // The metadata of the older Org form opens with a dated entry ("captured: 2026-09-06 · …"),
 // which sets it apart from time stamps and bracketed words that simply end a line.
 bool isMetaAnnotation(std::string_view inner) {
+  // The name and colon are looked at first: nearly every bracket that ends a line (a time
+  // stamp) is told apart there, without the expression, which also knows other scripts' digits.
+  const auto isLetter = [](char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); };
+  if (inner.empty() || !isLetter(inner.front())) return false;
+  std::size_t at = 1;
+  while (at < inner.size() && (isLetter(inner[at]) || (inner[at] >= '0' && inner[at] <= '9') ||
+                               inner[at] == '_' || inner[at] == '-')) {
+    ++at;
+  }
+  if (at == inner.size() || inner[at] != ':') return false;
   static const Regex entry(R"(^[A-Za-z][A-Za-z0-9_-]*: ?\d{4}-\d{2}-\d{2})");
   return entry.contains(inner);
 }

@@ -27,6 +27,7 @@ OutcomeSet::OutcomeSet(Scope s, std::vector<Outcome> list)
 
 std::vector<Outcome> OutcomeSet::normalize(std::vector<Outcome> list) {
   if (list.size() > 3) list.resize(3);
+  list.reserve(3);
   while (list.size() < 3) list.push_back(Outcome{});
   for (std::size_t i = 0; i < list.size(); ++i) list[i].order = static_cast<std::int64_t>(i) + 1;
   return list;

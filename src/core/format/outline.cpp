@@ -191,7 +191,7 @@ TextSyntax::Front Outline::splitFrontmatter(std::string_view text) {
   // The lines are taken one at a time: the block is a few lines at the top of a long page.
   const std::size_t firstEnd = std::min(text.find('\n'), text.size());
   if (text::withoutCR(text.substr(0, firstEnd)) != "---") {
-    front.rest = std::string(text);
+    front.rest = text;
     return front;
   }
   std::size_t offset = firstEnd + 1;  // byte offset of the line after the one being read
@@ -225,7 +225,7 @@ TextSyntax::Front Outline::splitFrontmatter(std::string_view text) {
   // A block that never closes would swallow the whole page as field values, and the next write
   // would drop everything the person wrote below it: such a page is refused, never rewritten.
   if (!closed) throw SerializerError::malformedFrontmatter();
-  front.rest = offset <= text.size() ? std::string(text.substr(offset)) : std::string();
+  front.rest = offset <= text.size() ? text.substr(offset) : std::string_view();
   return front;
 }
 

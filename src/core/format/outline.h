@@ -70,7 +70,8 @@ struct Outline {
   // dropped). A text whose first line is not "---" has no front matter. Lines beginning with "- " (after indentation) and other lines without a
   // colon continue the value of the field above, kept with their line breaks. Throws
   // SerializerError::malformedFrontmatter when "---" is the only line, or when a line without a
-  // colon has no field above it. The rest is the text after the closing line, byte for byte.
+  // colon has no field above it. The rest is the text after the closing line, byte for byte (a
+  // view into `text`).
   static TextSyntax::Front splitFrontmatter(std::string_view text);
 };
 

@@ -84,7 +84,8 @@ TEST(Outline, FrontMatterFieldsRenderAndSplit) {
       {"date", "2026-09-16"}, {"liked", ""}, {"hotspots", "\n- health\n- work"}};
   const std::string block = Outline::renderFrontmatter(fields);
   EXPECT_EQ(block, "---\ndate: 2026-09-16\nliked:\nhotspots:\n- health\n- work\n---");
-  const auto front = Outline::splitFrontmatter(block + "\n\n# Day\n");
+  const std::string page = block + "\n\n# Day\n";
+  const auto front = Outline::splitFrontmatter(page);
   EXPECT_EQ(front.fields, fields);
   EXPECT_EQ(front.rest, "\n# Day\n");
 }

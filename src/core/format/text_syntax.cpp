@@ -244,7 +244,7 @@ TextSyntax::Front TextSyntax::splitFrontmatter(std::string_view text) const {
     front.fields.push_back(FrontmatterField{std::move(kw->key), std::move(kw->value)});
     offset = next;
   }
-  front.rest = std::string(text.substr(offset));
+  front.rest = text.substr(offset);
   return front;
 }
 

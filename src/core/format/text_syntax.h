@@ -33,7 +33,7 @@ struct TextSyntax {
   // The front matter of a page and the text after it.
   struct Front {
     std::vector<FrontmatterField> fields;
-    std::string rest;
+    std::string_view rest;  // the rest of the text split, which it views: keep the text alive
     bool operator==(const Front&) const = default;
   };
   // One "#+KEY: value" line of an Org page.

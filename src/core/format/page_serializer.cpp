@@ -46,13 +46,19 @@ std::string heading(std::string_view key, std::string_view fallback) {
 bool isNormal(std::string_view text) {
   if (text.find('\r') != std::string_view::npos) return false;
   if (text.find("\xEF\xBB\xBF") != std::string_view::npos) return false;
-  for (std::size_t at = 0; at < text.size();) {
+  // A line of white space alone starts with white space: only the lines that do are looked at,
+  // found by their line break and first character together.
+  const auto blankFrom = [&](std::size_t at) {
     const std::size_t end = std::min(text.find('\n', at), text.size());
-    // A line of white space alone starts with white space: most lines are passed at once.
-    if (end > at && text::isSpaceOrBreak(text[at]) && text::isBlank(text.substr(at, end - at))) {
-      return false;
+    return text::isBlank(text.substr(at, end - at));
+  };
+  if (!text.empty() && text::isSpace(text.front()) && blankFrom(0)) return false;
+  for (const std::string_view start : {std::string_view("\n "), std::string_view("\n\t"),
+                                       std::string_view("\n\v"), std::string_view("\n\f")}) {
+    for (std::size_t at = text.find(start); at != std::string_view::npos;
+         at = text.find(start, at + 1)) {
+      if (blankFrom(at + 1)) return false;
     }
-    at = end + 1;
   }
   return true;
 }

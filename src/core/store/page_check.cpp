@@ -403,14 +403,25 @@ std::vector<PageCheck> checkPages(const std::vector<PageFile>& pages,
   // Pages are handed out a few dozen at a time: one at a time, the threads would wait on each
   // other for the counter; in halves, one thread could be left with all the large pages.
   constexpr std::size_t kBatch = 32;
+  // An inbox holds every captured item and is often many times a day's size: it is handed out
+  // first, so that no thread is left reading it alone at the end.
+  std::vector<std::size_t> order;
+  order.reserve(pages.size());
+  for (std::size_t i = 0; i < pages.size(); ++i) {
+    if (pages[i].key == EntryKey::inbox()) order.push_back(i);
+  }
+  for (std::size_t i = 0; i < pages.size(); ++i) {
+    if (pages[i].key != EntryKey::inbox()) order.push_back(i);
+  }
   std::atomic<std::size_t> next{0};
   auto work = [&] {
     FolderReader folder;
     for (;;) {
       const std::size_t first = next.fetch_add(kBatch);
-      if (first >= pages.size()) return;
-      const std::size_t last = std::min(pages.size(), first + kBatch);
-      for (std::size_t i = first; i < last; ++i) {
+      if (first >= order.size()) return;
+      const std::size_t last = std::min(order.size(), first + kBatch);
+      for (std::size_t at = first; at < last; ++at) {
+        const std::size_t i = order[at];
         PageCheck checked = checkRead(pages[i], *codecs[i], roundtrip, &folder);
         // Swapped with an empty string, not assigned one: assignment keeps the page's buffer.
         if (!checked.problem && !checked.rewritten) std::string().swap(checked.text);

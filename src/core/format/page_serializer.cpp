@@ -68,9 +68,8 @@ bool isNormal(std::string_view text) {
 // hide the line's meaning from every reader. A run of carriage returns before a line feed ends
 // the line with it; a carriage return anywhere else is a line end of its own, as old Mac files
 // wrote them. Everything goes in one pass, so that reading what was written finds nothing more
-// to change.
+// to change. Asked only of a text that is not isNormal().
 std::string normalized(std::string_view text) {
-  if (isNormal(text)) return std::string(text);
   constexpr std::string_view kMark = "\xEF\xBB\xBF";
   std::string out;
   out.reserve(text.size());

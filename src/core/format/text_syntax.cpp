@@ -108,9 +108,8 @@ std::string TextSyntax::inactiveStamp(const DayDate& day, const ClockTime& time)
 }
 
 std::string TextSyntax::orgDoneLine(const DayDate& day, const std::optional<ClockTime>& time) {
-  std::string line = "- State \"DONE\"       from \"TODO\"       ";
-  if (time) return line + inactiveStamp(day, *time);
-  return line + "[" + dateText(day) + " " + std::string(weekdayName(day)) + "]";
+  return "- State \"DONE\"       from \"TODO\"       " +
+         orgStamp('[', day, time ? &*time : nullptr, ']');
 }
 
 std::optional<DayDate> TextSyntax::orgDoneDate(

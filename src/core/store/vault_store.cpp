@@ -2,10 +2,15 @@
 // change announcements.
 #include "core/store/vault_store.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <cstring>
+#include <ctime>
 #include <fstream>
+#include <unordered_set>
 
+#include "core/format/text_util.h"
 #include "core/store/atomic_write.h"
 #include "core/store/file_watcher.h"
 #include "core/util/printf.h"
@@ -27,6 +32,57 @@ std::size_t characterCount(std::string_view text) {
   return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), [](char c) {
     return (static_cast<unsigned char>(c) & 0xC0) != 0x80;
   }));
+}
+
+// The real time as the kernel stamps files with it. Coarse like those stamps, so that a file
+// changed after this moment never carries an earlier time.
+std::chrono::nanoseconds fileClockNow() {
+  timespec now{};
+  ::clock_gettime(CLOCK_REALTIME_COARSE, &now);
+  return std::chrono::seconds(now.tv_sec) + std::chrono::nanoseconds(now.tv_nsec);
+}
+
+// When the file's inode last changed: a rename that put it in place sets it, and no program can
+// set it back (as sync tools do set the modification time to the other device's).
+std::optional<std::chrono::nanoseconds> changedAt(const fs::path& file) {
+  struct stat st {};
+  if (::stat(file.c_str(), &st) != 0) return std::nullopt;
+  return std::chrono::seconds(st.st_ctim.tv_sec) + std::chrono::nanoseconds(st.st_ctim.tv_nsec);
+}
+
+// Whether `now` lacks a line that `ours` added to `before` (blank lines aside).
+bool dropsAddedLines(std::string_view ours, const std::optional<std::string>& before,
+                     std::string_view now) {
+  std::unordered_set<std::string_view> had;
+  if (before) {
+    for (std::string_view line : text::lines(*before)) had.insert(line);
+  }
+  std::unordered_set<std::string_view> kept;
+  for (std::string_view line : text::lines(now)) kept.insert(line);
+  for (std::string_view line : text::lines(ours)) {
+    if (!text::isBlank(line) && !had.contains(line) && !kept.contains(line)) return true;
+  }
+  return false;
+}
+
+// Whether a conflict copy that a sync tool made of the page, beside it, has every line `ours`
+// added: then the tool kept our text itself.
+bool keptInConflictCopy(const fs::path& page, std::string_view ours,
+                        const std::optional<std::string>& before) {
+  const std::string stem = page.stem().string();
+  std::error_code ec;
+  for (auto it = fs::directory_iterator(page.parent_path(), ec);
+       !ec && it != fs::directory_iterator(); it.increment(ec)) {
+    const std::string name = it->path().filename().string();
+    if (!name.starts_with(stem) || !isConflictCopyName(name)) continue;
+    try {
+      const auto copy = Coordinated::readIfExists(it->path());
+      if (copy && !dropsAddedLines(ours, before, *copy)) return true;
+    } catch (const FileError&) {
+      // Unreadable: not a copy we can count on.
+    }
+  }
+  return false;
 }
 
 }  // namespace
@@ -154,8 +210,9 @@ std::optional<std::string> VaultStore::loadText(const EntryKey& key) {
       throw PageReadError(key, ReadProblem::of(ReadProblem::Kind::encoding));
     }
     goneSince_.erase(key);
-    snapshots_[key] = *text;
     conflicts_.erase(key);
+    if (keepIfOverwrittenLocked(key, *text)) changes_.yield(key);
+    snapshots_[key] = *text;
     return text;
   }
   if (cloud_->isEvicted(file)) {
@@ -330,6 +387,7 @@ void VaultStore::flushLocked() {
       continue;
     }
     bool placed = false;
+    const auto placing = fileClockNow();
     try {
       if (job.force) {
         scratch->commit();
@@ -350,6 +408,7 @@ void VaultStore::flushLocked() {
     cloud_->touched(file);
     ++writeCount_;
     if (options_.wrote) options_.wrote(key, disk);
+    written_[key] = Written{disk, placing};
     if (options_.undoable) {
       undoStack_.push_back(Step{key, std::move(disk), job.text});
       if (undoStack_.size() > kUndoLimit) undoStack_.erase(undoStack_.begin());
@@ -363,6 +422,7 @@ void VaultStore::flushLocked() {
 void VaultStore::refuseLocked(const EntryKey& key, std::string text,
                               const std::optional<std::string>& disk, std::string_view reason) {
   pending_.erase(key);
+  written_.erase(key);  // what our last write added is in the refused text
   if (options_.keep) {
     auto snapshot = snapshots_.find(key);
     try {
@@ -425,17 +485,20 @@ void VaultStore::putLocked(const std::optional<std::string>& text, const EntryKe
   if (text) {
     const AtomicWrite::Options writeOptions{
         .mode = std::nullopt, .durable = true, .fileSystem = fs_};
+    const auto placing = fileClockNow();
     if (!AtomicWrite::replaceIf(*text, file, expected, writeOptions)) {
       throw VaultError::changedOnDisk(key);
     }
     cloud_->touched(file);
     if (options_.wrote) options_.wrote(key, expected);
     snapshots_[key] = *text;
+    written_[key] = Written{expected, placing};
   } else {
     if (onDiskLocked(key) != expected) throw VaultError::changedOnDisk(key);
     std::error_code ec;
     fs::remove(file, ec);
     snapshots_.erase(key);
+    written_.erase(key);
   }
   changes_.yield(key);
 }
@@ -577,6 +640,7 @@ void VaultStore::fileDidChange(const EntryKey& key) {
   auto snapshot = snapshots_.find(key);
   if (snapshot != snapshots_.end()) {
     if (disk == snapshot->second) return;  // our own write coming back
+    if (disk) keepIfOverwrittenLocked(key, *disk);  // announced below like any change
   } else {
     if (!disk && !lastSeen_.contains(key)) return;
     auto seen = lastSeen_.find(key);
@@ -584,6 +648,42 @@ void VaultStore::fileDidChange(const EntryKey& key) {
     lastSeen_[key] = disk;
   }
   changes_.yield(key);
+}
+
+// Sync tools check a page for local changes, then put the other device's text in its place; a
+// write of ours in that instant is replaced unseen. What ours added and their text lacks would be
+// gone without a trace, so ours is kept among the refused texts (to merge against the text before
+// it) and the page marked as a conflict. Nobody removes a line moments after it was written
+// without having seen it: a page replaced within `overwrittenWithin` of our write was replaced
+// by a text made without ours. A later edit that removes our lines is an edit like any other,
+// and a tool that moved ours to a conflict copy has kept it already. Says whether a text was kept.
+bool VaultStore::keepIfOverwrittenLocked(const EntryKey& key, const std::string& disk) {
+  auto it = written_.find(key);
+  if (it == written_.end()) return false;
+  const Written written = std::move(it->second);
+  written_.erase(it);
+  auto snapshot = snapshots_.find(key);
+  if (snapshot == snapshots_.end() || snapshot->second == disk) return false;
+  const fs::path file = paths_.urlFor(key);
+  const auto changed = changedAt(file);
+  if (!changed || *changed - written.at >= options_.overwrittenWithin) return false;
+  const std::string& ours = snapshot->second;
+  if (!dropsAddedLines(ours, written.before, disk) ||
+      keptInConflictCopy(file, ours, written.before)) {
+    return false;
+  }
+  if (options_.keep) {
+    try {
+      options_.keep->keep(key, file, ours, written.before, "replaced by a text made without it");
+    } catch (const std::exception&) {
+      // Still kept in memory below.
+    }
+  }
+  auto& kept = refused_[key];
+  kept.push_back(ours);
+  if (kept.size() > kRefusedPerKey) kept.erase(kept.begin());
+  conflicts_.insert(key);
+  return true;
 }
 
 void VaultStore::configDidChange() { configChanges_.yield(true); }

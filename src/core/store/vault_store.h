@@ -91,6 +91,9 @@ class VaultStore {
     // before (none when it did not exist), on the writing thread with the store's lock held:
     // keep it short and never call back into the store. File history keeps these texts.
     std::function<void(const EntryKey&, const std::optional<std::string>& before)> wrote;
+    // A page replaced less than this long after this store wrote it, by a text that lacks lines
+    // the write added, was replaced by someone who never saw our text: ours is kept.
+    std::chrono::milliseconds overwrittenWithin{2000};
   };
 
   // An undoable write: the text before (none when the file did not exist) and after.
@@ -229,6 +232,7 @@ class VaultStore {
   std::optional<std::string> onDiskLocked(const EntryKey& key);
   void putLocked(const std::optional<std::string>& text, const EntryKey& key,
                  const std::optional<std::string>& expected);
+  bool keepIfOverwrittenLocked(const EntryKey& key, const std::string& disk);
   void timerLoop();
   template <typename Record, typename Parse>
   std::vector<Record> takeRefusedRecords(const EntryKey& key, Parse parse);
@@ -248,6 +252,13 @@ class VaultStore {
   std::unordered_map<EntryKey, std::vector<std::string>> refused_;
   std::unordered_map<EntryKey, Instant> goneSince_;
   std::unordered_map<EntryKey, std::optional<std::string>> lastSeen_;
+  // The last write to each page, until the page is seen to hold something else: the text before
+  // it and when it went into place (by the coarse clock the kernel stamps files with).
+  struct Written {
+    std::optional<std::string> before;
+    std::chrono::nanoseconds at{};
+  };
+  std::unordered_map<EntryKey, Written> written_;
   std::set<EntryKey> conflicts_;
   // Refusals and a write failure that no caller has heard of yet.
   std::vector<EntryKey> unreportedRefusals_;

@@ -349,5 +349,78 @@ TEST_F(StoreTest, RefusedTextsAndUnwritableOnesOutliveTheStore) {
   EXPECT_EQ(keep->list().size(), 1u);
 }
 
+// A sync tool checks a page for local changes and then puts the other device's text in its place;
+// our write can land in between. A page replaced moments after our write, by a text that lacks
+// what ours added, keeps ours. A later edit that drops our lines, a conflict copy of ours, or a
+// text that has them all keeps nothing.
+TEST_F(StoreTest, APageReplacedRightAfterOurWriteKeepsWhatTheWriteAdded) {
+  testing::TempDir data;
+  auto keep = std::make_shared<RefusedTexts>(data.path() / "refused", &clock_);
+  VaultStore::Options options;
+  options.debounce = 1h;
+  options.clock = &clock_;
+  options.keep = keep;
+  options.watcherQuiet = 20ms;
+  options.overwrittenWithin = 300ms;
+  VaultStore store(Vault{dir_.path(), VaultFormat::markdown, "en", {}}, options);
+  auto changes = store.changes();
+  const fs::path file = paths().urlFor(kStoreDay);
+  // As a sync tool does it: a temporary file dated as the other device wrote it, renamed over.
+  const auto replace = [&](const std::string& text, fs::file_time_type written) {
+    const fs::path temporary = file.parent_path() / ".syncthing.page.tmp";
+    std::ofstream(temporary, std::ios::binary) << text;
+    fs::last_write_time(temporary, written);
+    fs::rename(temporary, file);
+  };
+  const auto write = [&](const std::string& text) {
+    store.saveText(kStoreDay, text);
+    store.flush();
+  };
+
+  writeOutside("- one\n");
+  ASSERT_EQ(store.loadText(kStoreDay), "- one\n");
+  write("- one\n- mine\n");
+  replace("- one\n- theirs\n", fs::last_write_time(file) - 2s);
+  EXPECT_EQ(nextEvent(*changes), kStoreDay);
+  EXPECT_EQ(store.conflicts(), std::set<EntryKey>{kStoreDay});
+  auto kept = keep->list();
+  ASSERT_EQ(kept.size(), 1u);
+  EXPECT_EQ(kept[0].text, "- one\n- mine\n");
+  EXPECT_EQ(kept[0].base, "- one\n") << "the text before our write is the merge's base";
+  EXPECT_EQ(kept[0].reason, "replaced by a text made without it");
+  EXPECT_EQ(store.takeRefused(kStoreDay), std::vector<std::string>{"- one\n- mine\n"});
+  ASSERT_EQ(store.loadText(kStoreDay), "- one\n- theirs\n");
+  EXPECT_EQ(keep->list().size(), 1u) << "noticed once";
+
+  // Their text dated after ours (written at the same time, before ours reached them).
+  write("- one\n- theirs\n- mine again\n");
+  replace("- one\n- theirs\n- also theirs\n", fs::file_time_type::clock::now() + 1s);
+  EXPECT_EQ(nextEvent(*changes), kStoreDay);
+  ASSERT_EQ(store.loadText(kStoreDay), "- one\n- theirs\n- also theirs\n");
+  EXPECT_EQ(keep->list().size(), 2u);
+
+  write("- one\n- theirs\n- a third\n");
+  std::this_thread::sleep_for(400ms);
+  writeOutside("- one\n- theirs\n");
+  EXPECT_EQ(nextEvent(*changes), kStoreDay);
+  ASSERT_EQ(store.loadText(kStoreDay), "- one\n- theirs\n");
+  EXPECT_EQ(keep->list().size(), 2u) << "a later edit is the person's own";
+
+  write("- one\n- theirs\n- a fifth\n");
+  fs::rename(file, file.parent_path() /
+                       (file.stem().string() + ".sync-conflict-20260916-101010-ABCDEFG.md"));
+  replace("- one\n- theirs\n", fs::last_write_time(file.parent_path()) - 2s);
+  EXPECT_EQ(nextEvent(*changes), kStoreDay);
+  ASSERT_EQ(store.loadText(kStoreDay), "- one\n- theirs\n");
+  EXPECT_EQ(keep->list().size(), 2u) << "the conflict copy holds ours";
+
+  write("- one\n- theirs\n- a fourth\n");
+  replace("- a fourth\n- one\n- theirs\n", fs::last_write_time(file) - 2s);
+  EXPECT_EQ(nextEvent(*changes), kStoreDay);
+  ASSERT_EQ(store.loadText(kStoreDay), "- a fourth\n- one\n- theirs\n");
+  EXPECT_EQ(keep->list().size(), 2u);
+  EXPECT_TRUE(store.conflicts().empty());
+}
+
 }  // namespace
 }  // namespace trivo

@@ -65,26 +65,6 @@ bool dropsAddedLines(std::string_view ours, const std::optional<std::string>& be
   return false;
 }
 
-// Whether a conflict copy that a sync tool made of the page, beside it, has every line `ours`
-// added: then the tool kept our text itself.
-bool keptInConflictCopy(const fs::path& page, std::string_view ours,
-                        const std::optional<std::string>& before) {
-  const std::string stem = page.stem().string();
-  std::error_code ec;
-  for (auto it = fs::directory_iterator(page.parent_path(), ec);
-       !ec && it != fs::directory_iterator(); it.increment(ec)) {
-    const std::string name = it->path().filename().string();
-    if (!name.starts_with(stem) || !isConflictCopyName(name)) continue;
-    try {
-      const auto copy = Coordinated::readIfExists(it->path());
-      if (copy && !dropsAddedLines(ours, before, *copy)) return true;
-    } catch (const FileError&) {
-      // Unreadable: not a copy we can count on.
-    }
-  }
-  return false;
-}
-
 }  // namespace
 
 bool isValidUtf8(std::string_view bytes) {
@@ -655,8 +635,10 @@ void VaultStore::fileDidChange(const EntryKey& key) {
 // gone without a trace, so ours is kept among the refused texts (to merge against the text before
 // it) and the page marked as a conflict. Nobody removes a line moments after it was written
 // without having seen it: a page replaced within `overwrittenWithin` of our write was replaced
-// by a text made without ours. A later edit that removes our lines is an edit like any other,
-// and a tool that moved ours to a conflict copy has kept it already. Says whether a text was kept.
+// by a text made without ours. A later edit that removes our lines is an edit like any other.
+// Ours is kept even when the tool made a conflict copy of it: Syncthing names its copies to the
+// second, and a second conflict within that second can replace the first copy. Says whether a
+// text was kept.
 bool VaultStore::keepIfOverwrittenLocked(const EntryKey& key, const std::string& disk) {
   auto it = written_.find(key);
   if (it == written_.end()) return false;
@@ -668,10 +650,7 @@ bool VaultStore::keepIfOverwrittenLocked(const EntryKey& key, const std::string&
   const auto changed = changedAt(file);
   if (!changed || *changed - written.at >= options_.overwrittenWithin) return false;
   const std::string& ours = snapshot->second;
-  if (!dropsAddedLines(ours, written.before, disk) ||
-      keptInConflictCopy(file, ours, written.before)) {
-    return false;
-  }
+  if (!dropsAddedLines(ours, written.before, disk)) return false;
   if (options_.keep) {
     try {
       options_.keep->keep(key, file, ours, written.before, "replaced by a text made without it");

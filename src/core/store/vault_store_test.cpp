@@ -351,8 +351,8 @@ TEST_F(StoreTest, RefusedTextsAndUnwritableOnesOutliveTheStore) {
 
 // A sync tool checks a page for local changes and then puts the other device's text in its place;
 // our write can land in between. A page replaced moments after our write, by a text that lacks
-// what ours added, keeps ours. A later edit that drops our lines, a conflict copy of ours, or a
-// text that has them all keeps nothing.
+// what ours added, keeps ours. A later edit that drops our lines, or a text that has them all,
+// keeps nothing.
 TEST_F(StoreTest, APageReplacedRightAfterOurWriteKeepsWhatTheWriteAdded) {
   testing::TempDir data;
   auto keep = std::make_shared<RefusedTexts>(data.path() / "refused", &clock_);
@@ -405,14 +405,6 @@ TEST_F(StoreTest, APageReplacedRightAfterOurWriteKeepsWhatTheWriteAdded) {
   EXPECT_EQ(nextEvent(*changes), kStoreDay);
   ASSERT_EQ(store.loadText(kStoreDay), "- one\n- theirs\n");
   EXPECT_EQ(keep->list().size(), 2u) << "a later edit is the person's own";
-
-  write("- one\n- theirs\n- a fifth\n");
-  fs::rename(file, file.parent_path() /
-                       (file.stem().string() + ".sync-conflict-20260916-101010-ABCDEFG.md"));
-  replace("- one\n- theirs\n", fs::last_write_time(file.parent_path()) - 2s);
-  EXPECT_EQ(nextEvent(*changes), kStoreDay);
-  ASSERT_EQ(store.loadText(kStoreDay), "- one\n- theirs\n");
-  EXPECT_EQ(keep->list().size(), 2u) << "the conflict copy holds ours";
 
   write("- one\n- theirs\n- a fourth\n");
   replace("- a fourth\n- one\n- theirs\n", fs::last_write_time(file) - 2s);

@@ -313,6 +313,11 @@ void VaultStore::reportLocked() {
 void VaultStore::flushLocked() {
   flushAt_.reset();
   if (options_.readOnly || pending_.empty()) return;
+  // A write older than the window can no longer tell anything; a long-lived store would
+  // otherwise hold the text before every write it ever made to a page left alone since.
+  std::erase_if(written_, [now = fileClockNow(), this](const auto& entry) {
+    return now - entry.second.at >= options_.overwrittenWithin;
+  });
   const AtomicWrite::Options writeOptions{.mode = std::nullopt, .durable = true, .fileSystem = fs_};
   const auto fail = [&](const FileError& e) {
     if (!unreportedFailure_) unreportedFailure_ = e;

@@ -361,7 +361,8 @@ TEST_F(StoreTest, APageReplacedRightAfterOurWriteKeepsWhatTheWriteAdded) {
   options.clock = &clock_;
   options.keep = keep;
   options.watcherQuiet = 20ms;
-  options.overwrittenWithin = 300ms;
+  // Wide enough for a slow folder sync between our write and the replacement (sanitizers, load).
+  options.overwrittenWithin = 1s;
   VaultStore store(Vault{dir_.path(), VaultFormat::markdown, "en", {}}, options);
   auto changes = store.changes();
   const fs::path file = paths().urlFor(kStoreDay);
@@ -400,7 +401,7 @@ TEST_F(StoreTest, APageReplacedRightAfterOurWriteKeepsWhatTheWriteAdded) {
   EXPECT_EQ(keep->list().size(), 2u);
 
   write("- one\n- theirs\n- a third\n");
-  std::this_thread::sleep_for(400ms);
+  std::this_thread::sleep_for(1200ms);
   writeOutside("- one\n- theirs\n");
   EXPECT_EQ(nextEvent(*changes), kStoreDay);
   ASSERT_EQ(store.loadText(kStoreDay), "- one\n- theirs\n");

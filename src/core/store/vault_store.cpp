@@ -408,24 +408,27 @@ void VaultStore::refuseLocked(const EntryKey& key, std::string text,
                               const std::optional<std::string>& disk, std::string_view reason) {
   pending_.erase(key);
   written_.erase(key);  // what our last write added is in the refused text
+  auto snapshot = snapshots_.find(key);
+  keepLocked(key, std::move(text),
+             snapshot == snapshots_.end() ? std::nullopt : std::optional(snapshot->second), reason);
+  (void)disk;
+  unreportedRefusals_.push_back(key);
+  changes_.yield(key);
+}
+
+void VaultStore::keepLocked(const EntryKey& key, std::string text,
+                            const std::optional<std::string>& base, std::string_view reason) {
   if (options_.keep) {
-    auto snapshot = snapshots_.find(key);
     try {
-      options_.keep->keep(key, paths_.urlFor(key), text,
-                          snapshot == snapshots_.end() ? std::nullopt
-                                                       : std::optional(snapshot->second),
-                          std::string(reason));
+      options_.keep->keep(key, paths_.urlFor(key), text, base, std::string(reason));
     } catch (const std::exception&) {
       // Still kept in memory below, and the caller is told.
     }
   }
-  (void)disk;
   auto& kept = refused_[key];
   kept.push_back(std::move(text));
   if (kept.size() > kRefusedPerKey) kept.erase(kept.begin());
   conflicts_.insert(key);
-  unreportedRefusals_.push_back(key);
-  changes_.yield(key);
 }
 
 void VaultStore::discardPending(const EntryKey& key) {
@@ -651,22 +654,10 @@ bool VaultStore::keepIfOverwrittenLocked(const EntryKey& key, const std::string&
   written_.erase(it);
   auto snapshot = snapshots_.find(key);
   if (snapshot == snapshots_.end() || snapshot->second == disk) return false;
-  const fs::path file = paths_.urlFor(key);
-  const auto changed = changedAt(file);
+  const auto changed = changedAt(paths_.urlFor(key));
   if (!changed || *changed - written.at >= options_.overwrittenWithin) return false;
-  const std::string& ours = snapshot->second;
-  if (!dropsAddedLines(ours, written.before, disk)) return false;
-  if (options_.keep) {
-    try {
-      options_.keep->keep(key, file, ours, written.before, "replaced by a text made without it");
-    } catch (const std::exception&) {
-      // Still kept in memory below.
-    }
-  }
-  auto& kept = refused_[key];
-  kept.push_back(ours);
-  if (kept.size() > kRefusedPerKey) kept.erase(kept.begin());
-  conflicts_.insert(key);
+  if (!dropsAddedLines(snapshot->second, written.before, disk)) return false;
+  keepLocked(key, snapshot->second, written.before, "replaced by a text made without it");
   return true;
 }
 

@@ -233,6 +233,9 @@ class VaultStore {
   void putLocked(const std::optional<std::string>& text, const EntryKey& key,
                  const std::optional<std::string>& expected);
   bool keepIfOverwrittenLocked(const EntryKey& key, const std::string& disk);
+  // Keeps a text that was not written (by `Options::keep` and in memory) and marks the conflict.
+  void keepLocked(const EntryKey& key, std::string text, const std::optional<std::string>& base,
+                  std::string_view reason);
   void timerLoop();
   template <typename Record, typename Parse>
   std::vector<Record> takeRefusedRecords(const EntryKey& key, Parse parse);

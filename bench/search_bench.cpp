@@ -9,6 +9,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -133,6 +134,38 @@ void BM_SearchWarm(benchmark::State& state) {
   state.counters["matching lines"] = static_cast<double>(lines);
 }
 BENCHMARK(BM_SearchWarm)->ArgsProduct({{0, 1}, {0, 1}})->Unit(benchmark::kMillisecond);
+
+// One query in a process that searches once, with the index up to date, found the three ways: as
+// the planner chooses (plan 0), through the index (1) and by reading the files (2). Words from
+// rare to common: the planner should cost no more than the cheaper of the other two.
+void BM_SearchPlans(benchmark::State& state) {
+  BenchVault& bench = benchVault();
+  if (!bench.vault) {
+    state.SkipWithError("no vault: set TRIVO_BENCH_VAULT or TRIVO_GENVAULT");
+    return;
+  }
+  static const std::vector<std::string> words = {"ngozi", "coffee", "budget", "ing", "the"};
+  const std::string& word = words.at(static_cast<std::size_t>(state.range(0)));
+  auto options = bench.options();
+  options.plan = std::array{SearchIndex::Options::Plan::cheaper, SearchIndex::Options::Plan::index,
+                            SearchIndex::Options::Plan::files}
+                     .at(static_cast<std::size_t>(state.range(1)));
+  SearchIndex(bench.options()).refresh();
+  const SearchQuery query = SearchQuery::parse(word);
+  std::size_t lines = 0;
+  for (auto _ : state) {
+    SearchIndex index(options);
+    lines = 0;
+    for (const SearchPage& p : index.search(query)) lines += p.matches.size();
+  }
+  state.SetLabel(word + std::array{" (planned)", " (index)", " (files)"}.at(
+                            static_cast<std::size_t>(state.range(1))));
+  state.counters["matching lines"] = static_cast<double>(lines);
+}
+BENCHMARK(BM_SearchPlans)
+    ->ArgsProduct({{0, 1, 2, 3, 4}, {0, 1, 2}})
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
 
 // Runs a whole process with its output thrown away and waits for it; false unless it ran and
 // exited 0.

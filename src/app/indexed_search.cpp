@@ -72,9 +72,8 @@ std::vector<SearchHit> IndexedSearch::find(std::string_view text, std::size_t li
     for (const SearchPage& page : pages) {
       const std::string id = page.page ? (page.page->isInbox() ? "inbox" : pageId(*page.page)) : "";
       for (const std::size_t n : page.matches) {
-        const auto line = page.lines.find(n);
-        hits.push_back({id, page.file, n,
-                        shownText(line == page.lines.end() ? std::string_view() : line->second)});
+        hits.push_back(
+            {id, page.file, n, shownText(page.lineText(n).value_or(std::string_view()))});
         if (hits.size() >= limit) return hits;
       }
     }

@@ -121,8 +121,7 @@ class OpenCommand final : public Command {
       // A find link runs the search itself: the results are what the person asked to see.
       const SearchVault vault = SearchVault::open(context);
       const std::string asked = "\"" + find->query + "\"";
-      return printSearch(context, asked, parseQuery(find->query),
-                         runSearch(context, vault, parseQuery(find->query), 1));
+      return searchAndPrint(context, vault, asked, parseQuery(find->query), 1);
     }
     const Action action = follow(*link, context);
     if (context.json) {

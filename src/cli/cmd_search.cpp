@@ -81,9 +81,8 @@ class SearchCommand final : public Command {
     }
     std::optional<bool> orgFiles;
     if (org_ || noOrg_) orgFiles = org_ && !noOrg_;
-    const auto pages =
-        runSearch(context, vault, query, static_cast<std::size_t>(context_), orgFiles);
-    return printSearch(context, asked, query, pages);
+    return searchAndPrint(context, vault, asked, query, static_cast<std::size_t>(context_),
+                          orgFiles);
   }
 
  private:

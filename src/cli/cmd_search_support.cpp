@@ -4,10 +4,11 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <charconv>
 #include <cstdlib>
+#include <functional>
 #include <iostream>
 #include <ostream>
-#include <sstream>
 
 #include "cli/cmd_inbox_vault.h"
 #include "cli/vault_settings.h"
@@ -44,16 +45,16 @@ std::string pageTitle(const SearchPage& page) {
   return page.page->description();
 }
 
-std::string marked(const std::string& line, const SearchQuery& query, const Paint& paint) {
-  if (!paint.on) return line;
+std::string marked(std::string_view line, const SearchQuery& query, const Paint& paint) {
+  if (!paint.on) return std::string(line);
   std::string out;
   std::size_t at = 0;
   for (const auto& [from, to] : SearchIndex::marks(line, query)) {
     out += line.substr(at, from - at);
-    out += "\x1b[1;31m" + line.substr(from, to - from) + "\x1b[0m";
+    out.append("\x1b[1;31m").append(line.substr(from, to - from)).append("\x1b[0m");
     at = to;
   }
-  return out + line.substr(at);
+  return out.append(line.substr(at));
 }
 
 }  // namespace
@@ -87,9 +88,12 @@ SearchQuery parseQuery(const std::string& text) {
   }
 }
 
-std::vector<SearchPage> runSearch(const Context& context, const SearchVault& vault,
-                                  const SearchQuery& query, std::size_t contextLines,
-                                  std::optional<bool> orgFiles) {
+namespace {
+
+// Runs the query, handing each page found to `each` in the order shown.
+void runSearch(const Context& context, const SearchVault& vault, const SearchQuery& query,
+               std::size_t contextLines, std::optional<bool> orgFiles,
+               const std::function<void(SearchPage&&)>& each) {
   const auto folder = SearchIndex::defaultCacheFolder();
   if (!folder) {
     throw UserError(
@@ -107,77 +111,128 @@ std::vector<SearchPage> runSearch(const Context& context, const SearchVault& vau
   }
   try {
     SearchIndex index(options);
-    return index.search(query);
+    index.search(query, each);
   } catch (const SqliteError& e) {
     throw UserError("The search index in " + folder->string() + " cannot be used (" + e.what() +
                     "); check that the folder can be written, or remove it and search again.");
   }
 }
 
-int printSearch(const Context& context, const std::string& asked, const SearchQuery& query,
-                const std::vector<SearchPage>& pages) {
+// The pages as JSON, all at once: the count of lines comes first.
+int printJson(const Context& context, const std::string& asked,
+              const std::vector<SearchPage>& pages) {
   std::size_t count = 0;
   for (const SearchPage& page : pages) count += page.matches.size();
-  if (context.json) {
-    Json out = Json::object();
-    out["query"] = asked;
-    out["lines"] = count;
-    Json list = Json::array();
-    for (const SearchPage& page : pages) {
-      Json p = Json::object();
-      p["file"] = page.file;
-      p["page"] = page.page ? Json(page.page->description()) : Json(nullptr);
-      p["first"] = page.first ? Json(page.first->isoString()) : Json(nullptr);
-      p["last"] = page.last ? Json(page.last->isoString()) : Json(nullptr);
-      Json matches = Json::array();
-      for (const std::size_t n : page.matches) {
-        Json m = Json::object();
-        m["line"] = n;
-        m["text"] = page.lines.count(n) ? page.lines.at(n) : std::string();
-        Json around = Json::array();
-        for (const auto& [number, text] : page.lines) {
-          if (number != n && (number + 1 == n || number == n + 1)) {
-            around.push_back(Json{{"line", number}, {"text", text}});
-          }
-        }
-        m["context"] = around;
-        matches.push_back(m);
-      }
-      p["matches"] = matches;
-      list.push_back(p);
-    }
-    out["pages"] = list;
-    context.out << out.dump(2) << "\n";
-    return count == 0 ? 1 : 0;
-  }
-  const Paint paint = Paint::forContext(context);
-  if (pages.empty()) {
-    context.out << "No line matches " << asked << ".\n";
-    return 1;
-  }
-  // Thousands of lines: gathered here and written at once, not piece by piece to the terminal.
-  std::ostringstream out;
-  bool firstPage = true;
+  Json out = Json::object();
+  out["query"] = asked;
+  out["lines"] = count;
+  Json list = Json::array();
   for (const SearchPage& page : pages) {
-    if (!firstPage) out << "\n";
-    firstPage = false;
-    out << paint.bold(page.file) << "  " << paint.dim(pageTitle(page)) << "\n";
+    Json p = Json::object();
+    p["file"] = page.file;
+    p["page"] = page.page ? Json(page.page->description()) : Json(nullptr);
+    p["first"] = page.first ? Json(page.first->isoString()) : Json(nullptr);
+    p["last"] = page.last ? Json(page.last->isoString()) : Json(nullptr);
+    Json matches = Json::array();
+    for (const std::size_t n : page.matches) {
+      Json m = Json::object();
+      m["line"] = n;
+      m["text"] = std::string(page.lineText(n).value_or(std::string_view()));
+      Json around = Json::array();
+      for (const SearchPage::Line& line : page.lines) {
+        if (line.number != n && (line.number + 1 == n || line.number == n + 1)) {
+          around.push_back(Json{{"line", line.number}, {"text", page.textOf(line)}});
+        }
+      }
+      m["context"] = around;
+      matches.push_back(m);
+    }
+    p["matches"] = matches;
+    list.push_back(p);
+  }
+  out["pages"] = list;
+  context.out << out.dump(2) << "\n";
+  return count == 0 ? 1 : 0;
+}
+
+// Prints pages for people as they come: tens of thousands of lines, at times, written a block
+// at a time rather than piece by piece to the terminal or all at once at the end.
+class PagePrinter {
+ public:
+  PagePrinter(const Context& context, const SearchQuery& query)
+      : context_(context), query_(query), paint_(Paint::forContext(context)) {
+    out_.reserve(2 * kBlock);
+  }
+
+  void operator()(const SearchPage& page) {
+    if (pages_ > 0) out_ += "\n";
+    ++pages_;
+    lines_ += page.matches.size();
+    out_ += paint_.bold(page.file) + "  " + paint_.dim(pageTitle(page)) + "\n";
     std::optional<std::size_t> previous;
-    for (const auto& [number, text] : page.lines) {
-      if (previous && number > *previous + 1) out << paint.dim("  --") << "\n";
+    for (const SearchPage::Line& line : page.lines) {
+      const std::size_t number = line.number;
+      const std::string_view text = page.textOf(line);
+      if (previous && number > *previous + 1) out_ += paint_.dim("  --") + "\n";
       previous = number;
       const bool match = std::binary_search(page.matches.begin(), page.matches.end(), number);
-      std::string n = std::to_string(number);
-      n.insert(0, n.size() < 5 ? 5 - n.size() : 0, ' ');
-      out << paint.dim(n + (match ? ":" : "-")) << " "
-          << (match ? marked(text, query, paint) : paint.dim(text)) << "\n";
+      // The number right-aligned in five places, then ":" for a match or "-" for a neighbour.
+      char digits[24];
+      const auto [end, error] = std::to_chars(digits, digits + sizeof digits, number);
+      const auto width = static_cast<std::size_t>(end - digits);
+      std::string prefix(width < 5 ? 5 - width : 0, ' ');
+      prefix.append(digits, width).push_back(match ? ':' : '-');
+      if (paint_.on) {
+        out_ +=
+            paint_.dim(prefix) + " " + (match ? marked(text, query_, paint_) : paint_.dim(text));
+      } else {
+        out_.append(prefix).append(" ").append(text);
+      }
+      out_ += "\n";
+      if (out_.size() >= kBlock) {
+        context_.out << out_;
+        out_.clear();
+      }
     }
   }
-  out << "\n"
-      << count << (count == 1 ? " line" : " lines") << " in " << pages.size()
-      << (pages.size() == 1 ? " file" : " files") << ".\n";
-  context.out << out.view();
-  return 0;
+
+  // The count of lines and files, or that nothing matched; the exit code.
+  int finish(const std::string& asked) {
+    if (pages_ == 0) {
+      context_.out << "No line matches " << asked << ".\n";
+      return 1;
+    }
+    out_ += "\n" + std::to_string(lines_) + (lines_ == 1 ? " line" : " lines") + " in " +
+            std::to_string(pages_) + (pages_ == 1 ? " file" : " files") + ".\n";
+    context_.out << out_;
+    return 0;
+  }
+
+ private:
+  static constexpr std::size_t kBlock = 1 << 16;
+  const Context& context_;
+  const SearchQuery& query_;
+  Paint paint_;
+  std::string out_;
+  std::size_t pages_ = 0;
+  std::size_t lines_ = 0;
+};
+
+}  // namespace
+
+int searchAndPrint(const Context& context, const SearchVault& vault, const std::string& asked,
+                   const SearchQuery& query, std::size_t contextLines,
+                   std::optional<bool> orgFiles) {
+  if (context.json) {
+    std::vector<SearchPage> pages;
+    runSearch(context, vault, query, contextLines, orgFiles,
+              [&](SearchPage&& page) { pages.push_back(std::move(page)); });
+    return printJson(context, asked, pages);
+  }
+  PagePrinter printer(context, query);
+  runSearch(context, vault, query, contextLines, orgFiles,
+            [&](SearchPage&& page) { printer(page); });
+  return printer.finish(asked);
 }
 
 }  // namespace trivo::cli

@@ -31,17 +31,14 @@ struct SearchVault {
 // A query read from the person's words; a bad one is refused with its sentence (exit 2).
 SearchQuery parseQuery(const std::string& text);
 
-// Brings the vault's index up to date (drawing a progress bar on standard error while it is
-// built from nothing, when that is a terminal) and runs the query. The other Org files are
-// searched when `orgFiles` says so, else as the settings say. Refuses with one sentence when
-// the cache folder cannot hold the index.
-std::vector<SearchPage> runSearch(const Context& context, const SearchVault& vault,
-                                  const SearchQuery& query, std::size_t contextLines,
-                                  std::optional<bool> orgFiles = std::nullopt);
-
-// Prints the pages found, for people (match marked in colour on a terminal) or as JSON; returns
-// the exit code: 0 when something matched, 1 when nothing did.
-int printSearch(const Context& context, const std::string& asked, const SearchQuery& query,
-                const std::vector<SearchPage>& pages);
+// Runs the query and prints the pages found as they come, for people (the match marked in colour
+// on a terminal) or as JSON; returns the exit code: 0 when something matched, 1 when nothing
+// did. The index is brought up to date first when it is used, with a progress bar on standard
+// error while it is built from nothing, when that is a terminal. The other Org files are
+// searched when `orgFiles` says so, else as the settings say. `asked` is the query as the person
+// gave it. Refuses with one sentence when the cache folder cannot hold the index.
+int searchAndPrint(const Context& context, const SearchVault& vault, const std::string& asked,
+                   const SearchQuery& query, std::size_t contextLines,
+                   std::optional<bool> orgFiles = std::nullopt);
 
 }  // namespace trivo::cli

@@ -8,6 +8,7 @@
 #include <fstream>
 #include <future>
 #include <iterator>
+#include <map>
 #include <set>
 #include <unordered_map>
 
@@ -15,6 +16,7 @@
 #include "core/config/vault_config.h"
 #include "core/search/folder_changes.h"
 #include "core/search/search_lines.h"
+#include "core/search/search_scan.h"
 #include "core/search/search_sources.h"
 #include "core/search/sqlite_db.h"
 #include "core/store/text_cache.h"
@@ -28,6 +30,11 @@ namespace fs = std::filesystem;
 // Bumped whenever the tables or what is stored in them change; an older file is rebuilt.
 constexpr std::int64_t kLayout = 2;
 
+// Past this many matching lines (fewer with neighbours shown), reading every file on every core
+// costs less than asking the index for them (measured on ten years of pages; see
+// bench/search_bench.cpp and bench/search_vs_rg.sh).
+constexpr std::int64_t kMatchesWorthReadingFiles = 6000;
+
 constexpr std::string_view kSchema = R"(
 CREATE TABLE meta(key TEXT PRIMARY KEY, value TEXT NOT NULL);
 CREATE TABLE files(id INTEGER PRIMARY KEY, path TEXT NOT NULL UNIQUE, size INTEGER NOT NULL,
@@ -38,15 +45,6 @@ CREATE INDEX lines_by_file ON lines(file, line);
 CREATE VIRTUAL TABLE fts USING fts5(flat, content='lines', content_rowid='id',
   tokenize='trigram');
 )";
-
-std::pair<DayDate, DayDate> daysOf(const EntryKey& key) {
-  if (const DayDate* d = key.asDay()) return {*d, *d};
-  if (const ISOWeek* w = key.asWeek()) return {w->monday(), w->sunday()};
-  if (const YearMonth* m = key.asMonth()) return {m->firstDay(), m->lastDay()};
-  if (const YearQuarter* q = key.asQuarter()) return {q->firstDay(), q->lastDay()};
-  const std::int64_t y = *key.asYear();
-  return {*DayDate::make(y, 1, 1), *DayDate::make(y, 12, 31)};
-}
 
 std::optional<EntryKey> pageNamed(std::string_view text) {
   if (text == "inbox") return EntryKey::inbox();
@@ -97,6 +95,18 @@ std::string ftsPhrase(std::string_view term) {
     out += c;
   }
   return out + "\"";
+}
+
+// The full-text index's query for the terms it can look up (those of three characters or more;
+// the trigram tokenizer finds nothing shorter), or nothing when there are none.
+std::string ftsQuery(const SearchQuery& query) {
+  std::string match;
+  for (const std::string& term : query.terms) {
+    if (codePoints(term) < 3) continue;
+    if (!match.empty()) match += " AND ";
+    match += ftsPhrase(term);
+  }
+  return match;
 }
 
 }  // namespace
@@ -545,9 +555,8 @@ SearchIndex::Refresh SearchIndex::refreshOnce(const std::vector<SearchSource>& s
       addFile.bind(1, source.relative).bind(2, stamp->size).bind(3, stamp->mtime);
       if (source.page) {
         addFile.bind(4, pageText(*source.page));
-        if (!source.page->isInbox()) {
-          const auto [first, last] = daysOf(*source.page);
-          addFile.bind(5, first.dayNumber()).bind(6, last.dayNumber());
+        if (const auto days = periodDays(*source.page)) {
+          addFile.bind(5, days->first.dayNumber()).bind(6, days->second.dayNumber());
         } else {
           addFile.bindNull(5).bindNull(6);
         }
@@ -584,7 +593,24 @@ SearchIndex::Refresh SearchIndex::refreshOnce(const std::vector<SearchSource>& s
   return result;
 }
 
+void SearchIndex::search(const SearchQuery& query, const std::function<void(SearchPage&&)>& each) {
+  if (readsFiles(query)) {
+    scanFiles(options_.vault,
+              searchSources(options_.vault, options_.format, options_.orgFiles, options_.orgSkip,
+                            options_.orgPins),
+              options_.format, query, options_.context, each);
+    return;
+  }
+  for (SearchPage& page : searchIndex(query)) each(std::move(page));
+}
+
 std::vector<SearchPage> SearchIndex::search(const SearchQuery& query) {
+  std::vector<SearchPage> pages;
+  search(query, [&](SearchPage&& page) { pages.push_back(std::move(page)); });
+  return pages;
+}
+
+std::vector<SearchPage> SearchIndex::searchIndex(const SearchQuery& query) {
   if (options_.watchFolders || fresh_) {
     refresh();
     return searchOrRebuild(query, nullptr);
@@ -600,6 +626,26 @@ std::vector<SearchPage> SearchIndex::search(const SearchQuery& query) {
     if (wrote_) pages = searchOrRebuild(query, nullptr);
   }
   return pages;
+}
+
+bool SearchIndex::readsFiles(const SearchQuery& query) {
+  if (options_.plan != Options::Plan::cheaper) return options_.plan == Options::Plan::files;
+  // Lines held in memory answer any query at once; a new index is built before it is asked.
+  if (options_.watchFolders || fresh_) return false;
+  // A query the index cannot look up would read every line of it.
+  const std::string match = ftsQuery(query);
+  if (match.empty()) return true;
+  // The index is asked how many lines hold the terms, but only up to where reading the files
+  // costs less: it stops there, so even a word in every line costs a fraction of a millisecond.
+  const std::int64_t enough =
+      kMatchesWorthReadingFiles / static_cast<std::int64_t>(1 + options_.context);
+  try {
+    auto count = db_->prepare("SELECT count(*) FROM (SELECT 1 FROM fts WHERE fts MATCH ? LIMIT ?)");
+    count.bind(1, match).bind(2, enough);
+    return count.step() && count.integer(0) >= enough;
+  } catch (const SqliteError&) {
+    return false;  // a damaged index is found and rebuilt where it is searched
+  }
 }
 
 std::vector<SearchPage> SearchIndex::searchOrRebuild(
@@ -669,37 +715,14 @@ std::vector<SearchPage> SearchIndex::matchingPages(const SearchQuery& query) {
     if (query.to && *query.to < *row.first) return false;
     return true;
   };
-  auto hasTag = [](std::string_view tags, const std::string& tag) {
-    return tags.find(" " + tag + " ") != std::string_view::npos;
-  };
   auto lineMatches = [&](const LineRow& line) {
-    if (!query.allows(line.kind)) return false;
-    for (const std::string& term : query.terms) {
-      if (line.flat.find(term) == std::string_view::npos) return false;
-    }
-    for (const std::string& term : query.excluded) {
-      if (line.flat.find(term) != std::string_view::npos) return false;
-    }
-    for (const std::string& tag : query.tags) {
-      if (!hasTag(line.tags, tag)) return false;
-    }
-    for (const std::string& tag : query.excludedTags) {
-      if (hasTag(line.tags, tag)) return false;
-    }
-    if (!query.anyTags.empty() &&
-        std::none_of(query.anyTags.begin(), query.anyTags.end(),
-                     [&](const std::string& tag) { return hasTag(line.tags, tag); })) {
-      return false;
-    }
-    return true;
+    const auto carries = [&](const std::string& tag) {
+      return line.tags.find(" " + tag + " ") != std::string_view::npos;  // stored as " a b "
+    };
+    return query.allows(line.kind) && query.allowsText(line.flat) && query.allowsTags(carries);
   };
 
-  std::string match;
-  for (const std::string& term : query.terms) {
-    if (codePoints(term) < 3) continue;
-    if (!match.empty()) match += " AND ";
-    match += ftsPhrase(term);
-  }
+  const std::string match = ftsQuery(query);
   // The matching lines, with their row ids and texts.
   struct Hit {
     std::int64_t file;
@@ -752,25 +775,6 @@ std::vector<SearchPage> SearchIndex::matchingPages(const SearchQuery& query) {
     groups.back().end = i + 1;
   }
 
-  // Pages with days newest first (by their last day, then their first), then the inbox, then
-  // other Org files, pinned first; the files are put in order before their pages are made.
-  auto rank = [](const FileRow& f) {
-    if (f.last) return 0;
-    if (f.page) return 1;
-    return 2;
-  };
-  std::sort(groups.begin(), groups.end(), [&](const Group& x, const Group& y) {
-    const FileRow& a = *x.row;
-    const FileRow& b = *y.row;
-    if (rank(a) != rank(b)) return rank(a) < rank(b);
-    if (a.last && b.last) {
-      if (*a.last != *b.last) return *b.last < *a.last;
-      if (*a.first != *b.first) return *b.first < *a.first;
-    }
-    if (a.pinned != b.pinned) return a.pinned;
-    return a.path < b.path;
-  });
-
   std::vector<SearchPage> pages;
   pages.reserve(groups.size());
   std::optional<SqliteStatement> around;  // prepared when the lines are not held in memory
@@ -784,14 +788,16 @@ std::vector<SearchPage> SearchIndex::matchingPages(const SearchQuery& query) {
     page.first = row.first;
     page.last = row.last;
     page.pinned = row.pinned;
+    // The lines shown, by number: matches and neighbours come in two passes.
+    std::map<std::size_t, std::string> shown;
     // In line order as stored, so each line goes in at the end of the map.
     for (std::size_t i = group.begin; i < group.end; ++i) {
-      const auto before = page.lines.size();
-      page.lines.try_emplace(page.lines.end(), hits[i].line, std::move(hits[i].text));
-      if (page.lines.size() > before) page.matches.push_back(hits[i].line);
+      const auto before = shown.size();
+      shown.try_emplace(shown.end(), hits[i].line, std::move(hits[i].text));
+      if (shown.size() > before) page.matches.push_back(hits[i].line);
     }
     std::sort(page.matches.begin(), page.matches.end());
-    auto hint = page.lines.begin();
+    auto hint = shown.begin();
     // Whether a line is within `context` lines of a match (a row next to a match may be
     // further away when the lines between were not stored).
     auto near = [&](std::int64_t line) {
@@ -803,7 +809,7 @@ std::vector<SearchPage> SearchIndex::matchingPages(const SearchQuery& query) {
     auto neighbour = [&](const LineRow& line) {
       if (line.file != fileId || !near(static_cast<std::int64_t>(line.line))) return;
       // Neighbours come in line order too: the next one goes in just after the last one.
-      hint = std::next(page.lines.try_emplace(hint, line.line, line.text));
+      hint = std::next(shown.try_emplace(hint, line.line, line.text));
     };
     // A file's lines are stored one after another in line order, so the neighbours of a line
     // are the rows next to it: one range of ids per run of matches, with no index lookups.
@@ -845,8 +851,10 @@ std::vector<SearchPage> SearchIndex::matchingPages(const SearchQuery& query) {
       }
       readRange(runStart, runEnd);
     }
+    for (const auto& [number, text] : shown) page.add(number, text);
     pages.push_back(std::move(page));
   }
+  std::sort(pages.begin(), pages.end(), shownBefore);
   return pages;
 }
 

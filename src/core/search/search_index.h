@@ -8,7 +8,6 @@
 #include <filesystem>
 #include <functional>
 #include <future>
-#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -17,6 +16,7 @@
 #include <vector>
 
 #include "core/calendar/day_date.h"
+#include "core/search/search_page.h"
 #include "core/search/search_query.h"
 #include "core/search/search_sources.h"
 #include "core/vault/entry_key.h"
@@ -27,19 +27,6 @@ namespace trivo {
 class FolderChanges;
 class SqliteDb;
 struct VaultConfig;
-
-// One file with lines that match, and the lines shown around them.
-struct SearchPage {
-  std::string file;              // relative to the vault root, with "/"
-  std::optional<EntryKey> page;  // nothing for an Org file of the person's own
-  std::optional<DayDate> first;  // the first and last day of the page's period
-  std::optional<DayDate> last;
-  bool pinned = false;                       // an Org file named in the pins
-  std::vector<std::size_t> matches;          // numbers of the matching lines, ascending
-  std::map<std::size_t, std::string> lines;  // matching lines and their neighbours, by number
-
-  bool operator==(const SearchPage&) const = default;
-};
 
 class SearchIndex {
  public:
@@ -58,6 +45,12 @@ class SearchIndex {
     // of the files searched, and bring the index up to date only when something in them
     // changed since the last time, instead of looking at every file before each search.
     bool watchFolders = false;
+    // How a process that searches once finds the lines: through the index, or by reading the
+    // files themselves when the index's counts say that costs less (a word most lines hold, a
+    // query the index cannot look up). Both ways find the same lines; tests and benchmarks
+    // choose one.
+    enum class Plan { cheaper, index, files };
+    Plan plan = Plan::cheaper;
 
     // A vault's options as its settings give them: which of its other Org files are searched,
     // and which come first.
@@ -103,6 +96,9 @@ class SearchIndex {
   // (by their last day, then their first), then the inbox, then other Org files (pinned first,
   // then by path).
   std::vector<SearchPage> search(const SearchQuery& query);
+  // The same, handed to `each` page by page in that order: a process that prints them need not
+  // hold them all. What `each` throws reaches the caller.
+  void search(const SearchQuery& query, const std::function<void(SearchPage&&)>& each);
   [[nodiscard]] const Refresh& lastRefresh() const { return lastRefresh_; }
   [[nodiscard]] const std::filesystem::path& file() const { return file_; }
 
@@ -120,7 +116,9 @@ class SearchIndex {
   std::vector<SearchPage> searchOrRebuild(const SearchQuery& query,
                                           std::future<std::vector<SearchSource>>* listing);
   std::vector<SearchPage> searchOnce(const SearchQuery& query);
+  std::vector<SearchPage> searchIndex(const SearchQuery& query);
   std::vector<SearchPage> matchingPages(const SearchQuery& query);
+  bool readsFiles(const SearchQuery& query);
 
   Options options_;
   std::filesystem::path file_;

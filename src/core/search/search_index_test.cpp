@@ -63,13 +63,17 @@ Bought COFFEE beans.
 - [2026-09-16 Wed 18:00] Decaf coffee, sadly
 )";
 
-// Each case runs in both syntaxes, and once with an index that looks at every file before each
-// search (a command's) and once with one that watches the folders and answers from the lines
-// it holds in memory (the window's).
-class SearchIndexTest : public ::testing::TestWithParam<std::tuple<VaultFormat, bool>> {
+// Each case runs in both syntaxes, and three ways: with an index that looks at every file before
+// each search (a command's), with one that watches the folders and answers from the lines it
+// holds in memory (the window's), and reading the files themselves (a command's, for a word
+// most lines hold). All three must find the same lines.
+enum class Way { looking, watching, reading };
+
+class SearchIndexTest : public ::testing::TestWithParam<std::tuple<VaultFormat, Way>> {
  protected:
   VaultFormat format() const { return std::get<0>(GetParam()); }
-  bool watching() const { return std::get<1>(GetParam()); }
+  bool watching() const { return std::get<1>(GetParam()) == Way::watching; }
+  bool reading() const { return std::get<1>(GetParam()) == Way::reading; }
   std::string ext() const { return format() == VaultFormat::org ? ".org" : ".md"; }
   fs::path vault() const { return dir_.path() / "vault"; }
 
@@ -82,6 +86,7 @@ class SearchIndexTest : public ::testing::TestWithParam<std::tuple<VaultFormat, 
     o.vault = vault();
     o.format = format();
     o.watchFolders = watching();
+    o.plan = reading() ? SearchIndex::Options::Plan::files : SearchIndex::Options::Plan::index;
     o.cacheFolder = dir_.path() / "cache";
     o.context = 1;
     return o;
@@ -111,10 +116,13 @@ class SearchIndexTest : public ::testing::TestWithParam<std::tuple<VaultFormat, 
 INSTANTIATE_TEST_SUITE_P(
     BothSyntaxes, SearchIndexTest,
     ::testing::Combine(::testing::Values(VaultFormat::markdown, VaultFormat::org),
-                       ::testing::Bool()),
+                       ::testing::Values(Way::looking, Way::watching, Way::reading)),
     [](const auto& param) {
+      const Way way = std::get<1>(param.param);
       return std::string(std::get<0>(param.param) == VaultFormat::org ? "Org" : "Markdown") +
-             (std::get<1>(param.param) ? "Watching" : "Looking");
+             (way == Way::looking    ? "Looking"
+              : way == Way::watching ? "Watching"
+                                     : "Reading");
     });
 
 TEST_P(SearchIndexTest, FoldsCaseAndAccentsBothWays) {
@@ -169,11 +177,12 @@ TEST_P(SearchIndexTest, NeighboursAroundEachMatch) {
   ASSERT_EQ(pages.size(), 1u);
   EXPECT_EQ(pages[0].matches, std::vector<std::size_t>{17});
   ASSERT_EQ(pages[0].lines.size(), 3u);
-  EXPECT_NE(pages[0].lines.at(16).find("Met Ana"), std::string::npos);
-  EXPECT_NE(pages[0].lines.at(18).find("Decaf"), std::string::npos);
+  EXPECT_NE(pages[0].lineText(16).value_or("").find("Met Ana"), std::string::npos);
+  EXPECT_NE(pages[0].lineText(18).value_or("").find("Decaf"), std::string::npos);
 }
 
 TEST_P(SearchIndexTest, ReadsOnlyWhatChangedAndForgetsWhatIsGone) {
+  if (reading()) GTEST_SKIP() << "a search that reads the files leaves the index as it is";
   SearchIndex index(options());
   EXPECT_EQ(index.refresh(), (SearchIndex::Refresh{true, 4, 0}));
   EXPECT_EQ(index.refresh(), (SearchIndex::Refresh{false, 0, 0}));
@@ -205,7 +214,8 @@ TEST_P(SearchIndexTest, AWatchingIndexSeesEveryChangeAtOnce) {
   auto lines = [&](const std::string& query) {
     std::vector<std::string> out;
     for (const SearchPage& page : index.search(SearchQuery::parse(query))) {
-      for (std::size_t n : page.matches) out.push_back(page.file + ":" + page.lines.at(n));
+      for (std::size_t n : page.matches)
+        out.push_back(page.file + ":" + std::string(*page.lineText(n)));
     }
     return out;
   };
@@ -239,6 +249,7 @@ TEST_P(SearchIndexTest, AWatchingIndexSeesEveryChangeAtOnce) {
 }
 
 TEST_P(SearchIndexTest, DamagedOrMissingDatabasesAreRebuiltNeverTrusted) {
+  if (reading()) GTEST_SKIP() << "a search that reads the files does not read the index";
   const fs::path file = SearchIndex::databaseFile(dir_.path() / "cache", vault());
   {
     SearchIndex index(options());
@@ -352,6 +363,108 @@ TEST(SearchIndexAgreement, SameLinesAsAScanOfEveryFile) {
     EXPECT_EQ(found, expected) << word;
     EXPECT_FALSE(expected.empty()) << word;
   }
+}
+
+// Reading the files finds, page for page and line for line, what the index finds: over pages of
+// both syntaxes with sections, tags, accents in both forms, letters that fold to two, Windows
+// line ends, bytes that are not UTF-8 and last lines without an end, for words, phrases, words
+// left out, short words, tags, kinds and days, with no neighbours and with two.
+TEST(SearchIndexAgreement, ReadingTheFilesFindsWhatTheIndexFinds) {
+  // Pages as a person reads them, so that a difference shows where it is.
+  auto shown = [](const std::vector<SearchPage>& pages) {
+    std::string out;
+    for (const SearchPage& page : pages) {
+      out += page.file + "\n";
+      for (const SearchPage::Line& line : page.lines) {
+        const bool match =
+            std::binary_search(page.matches.begin(), page.matches.end(), line.number);
+        out += std::to_string(line.number) + (match ? ": " : "- ") +
+               std::string(page.textOf(line)) + "\n";
+      }
+    }
+    return out;
+  };
+  const std::vector<std::string> words = {
+      "the", "The",   "café",  "CAFÉ", "cafe\xCC\x81", "Straße", "strasse", "ﬁne", "fine", "—",
+      "→",   "#work", "#Café", "a",    "ab",           "\xFF",   "bad\xC3", "e",   "x",    "Über"};
+  for (const VaultFormat format : {VaultFormat::markdown, VaultFormat::org}) {
+    testing::TempDir dir;
+    const bool org = format == VaultFormat::org;
+    const std::string ext = org ? ".org" : ".md";
+    std::mt19937 random(format == VaultFormat::org ? 7 : 11);
+    auto line = [&] {
+      std::string text;
+      for (int w = 0; w < 5; ++w) text += words[random() % words.size()] + " ";
+      return text;
+    };
+    for (int d = 1; d <= 24; ++d) {
+      const std::string end = d % 3 == 0 ? "\r\n" : "\n";
+      std::string text = org ? "#+title: A day\n" : "# A day\n";
+      for (const char* section : {"Outcomes", "Journal", "Notes", "Mine"}) {
+        text += (org ? "* " : "## ") + std::string(section) + (d % 4 == 0 ? " :work:" : "") + end;
+        for (int l = 0; l < 4; ++l) text += line() + end;
+      }
+      if (d % 5 == 0) text += "the last line has no end";
+      char name[32];
+      std::snprintf(name, sizeof name, "days/2026-03-%02d", d);
+      dir.write("vault/" + std::string(name) + ext, text);
+    }
+    dir.write("vault/weeks/2026-W10" + ext, line() + "\n" + line() + "\n");
+    dir.write("vault/inbox" + ext, "- [ ] " + line() + "\n- [ ] the café #work\n");
+    dir.write("vault/projects/plan.org", "* TODO " + line() + " :work:\n" + line() + "\n");
+
+    SearchIndex::Options o;
+    o.vault = dir.path() / "vault";
+    o.format = format;
+    o.cacheFolder = dir.path() / "cache";
+    o.orgFiles = true;
+    for (const std::size_t context : {std::size_t{0}, std::size_t{2}}) {
+      o.context = context;
+      o.plan = SearchIndex::Options::Plan::index;
+      SearchIndex index(o);
+      o.plan = SearchIndex::Options::Plan::files;
+      SearchIndex files(o);
+      for (const std::string query :
+           {"the", "CAFE", "\"the cafe\"", "strasse", "fine", "cafe -the", "ab", "e", "x",
+            "tag:work", "tag:cafe the", "in:journal cafe", "in:outcomes -in:journal strasse",
+            "from:2026-03-05 to:2026-03-09 the", "\xFF", "uber", "—"}) {
+        const SearchQuery parsed = SearchQuery::parse(query);
+        const auto expected = index.search(parsed);
+        const auto found = files.search(parsed);
+        EXPECT_EQ(shown(found), shown(expected)) << query << " with " << context << " around";
+        EXPECT_EQ(found, expected) << query;
+        EXPECT_FALSE(expected.empty()) << query;
+      }
+    }
+  }
+}
+
+// Pages read from the files are handed on one by one in the order shown, across the batches the
+// readers share; a caller that throws midway stops the search, and the throw reaches it.
+TEST(SearchIndexAgreement, PagesComeOneByOneInOrderAndAThrowStopsTheSearch) {
+  testing::TempDir dir;
+  for (int d = 0; d < 300; ++d) {
+    const DayDate day = DayDate::make(2025, 1, 1)->adding(d);
+    dir.write("vault/days/" + day.isoString() + ".md", "Coffee on day " + std::to_string(d) + "\n");
+  }
+  SearchIndex::Options o;
+  o.vault = dir.path() / "vault";
+  o.cacheFolder = dir.path() / "cache";
+  o.plan = SearchIndex::Options::Plan::files;
+  SearchIndex index(o);
+  const SearchQuery coffee = SearchQuery::parse("coffee");
+  std::vector<std::string> handed;
+  index.search(coffee, [&](SearchPage&& page) { handed.push_back(page.file); });
+  ASSERT_EQ(handed.size(), 300u);
+  EXPECT_EQ(handed.front(), "days/2025-10-27.md");
+  EXPECT_TRUE(std::is_sorted(handed.rbegin(), handed.rend()));
+  std::size_t seen = 0;
+  EXPECT_THROW(index.search(coffee,
+                            [&](SearchPage&&) {
+                              if (++seen == 3) throw std::runtime_error("stop");
+                            }),
+               std::runtime_error);
+  EXPECT_EQ(seen, 3u);
 }
 
 }  // namespace

@@ -194,4 +194,14 @@ bool SearchQuery::allows(SearchKind kind) const {
   return kinds.empty() || std::find(kinds.begin(), kinds.end(), kind) != kinds.end();
 }
 
+bool SearchQuery::allowsText(std::string_view flat) const {
+  for (const std::string& term : terms) {
+    if (flat.find(term) == std::string_view::npos) return false;
+  }
+  for (const std::string& term : excluded) {
+    if (flat.find(term) != std::string_view::npos) return false;
+  }
+  return true;
+}
+
 }  // namespace trivo

@@ -63,6 +63,28 @@ struct SearchQuery {
   [[nodiscard]] bool asksNothing() const;
   // Whether a line of this kind may match.
   [[nodiscard]] bool allows(SearchKind kind) const;
+  // Whether a folded line holds every term and none of the words left out.
+  [[nodiscard]] bool allowsText(std::string_view flat) const;
+  // Whether a line whose tags `carries` tells (called with a folded tag name) has the tags asked
+  // for and none of those left out.
+  template <class Carries>
+  [[nodiscard]] bool allowsTags(const Carries& carries) const {
+    for (const std::string& tag : tags) {
+      if (!carries(tag)) return false;
+    }
+    for (const std::string& tag : excludedTags) {
+      if (carries(tag)) return false;
+    }
+    if (anyTags.empty()) return true;
+    for (const std::string& tag : anyTags) {
+      if (carries(tag)) return true;
+    }
+    return false;
+  }
+  // Whether the lines' kinds or tags matter: the only things that need a page's sections read.
+  [[nodiscard]] bool asksKindsOrTags() const {
+    return !kinds.empty() || !tags.empty() || !excludedTags.empty() || !anyTags.empty();
+  }
 
   bool operator==(const SearchQuery&) const = default;
 };

@@ -4,6 +4,7 @@
 #include <utf8proc.h>
 
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
 #include <iterator>
 
@@ -83,6 +84,91 @@ std::string TextCache::fold(std::string_view text) {
 void TextCache::forgetAll() {
   std::lock_guard guard(lock_);
   files_.clear();
+}
+
+namespace {
+
+// The bytes a UTF-8 sequence takes by its lead byte; 0 for a byte that cannot lead one.
+std::size_t sequenceLength(unsigned char lead) {
+  if (lead >= 0xF0) return 4;
+  if (lead >= 0xE0) return 3;
+  if (lead >= 0xC0) return 2;
+  return 0;
+}
+
+}  // namespace
+
+const TextCache::Folder::Character* TextCache::Folder::character(std::string_view text,
+                                                                 std::size_t at) {
+  const std::size_t length = sequenceLength(static_cast<unsigned char>(text[at]));
+  if (length == 0 || at + length > text.size()) return nullptr;
+  // The lead byte gives the length, so the bytes alone tell characters apart.
+  std::uint32_t key = 0;
+  std::memcpy(&key, text.data() + at, length);
+  Recent& recent = recent_[(key ^ (key >> 11) ^ (key >> 19)) % recent_.size()];
+  if (recent.key == key) return recent.character;
+  auto known = characters_.find(key);
+  if (known == characters_.end()) {
+    const std::string_view bytes = text.substr(at, length);
+    utf8proc_int32_t point = 0;
+    if (utf8proc_iterate(reinterpret_cast<const utf8proc_uint8_t*>(bytes.data()),
+                         static_cast<utf8proc_ssize_t>(length),
+                         &point) != static_cast<utf8proc_ssize_t>(length)) {
+      return nullptr;
+    }
+    Character folded{TextCache::fold(bytes)};
+    folded.same = folded.folded == bytes;
+    known = characters_.emplace(key, std::move(folded)).first;
+  }
+  recent = Recent{key, &known->second};
+  return &known->second;
+}
+
+void TextCache::Folder::fold(std::string_view text, std::string& out) {
+  out.clear();
+  std::size_t at = 0;
+  while (at < text.size()) {
+    if (static_cast<unsigned char>(text[at]) < 0x80) {
+      // A run of ASCII, lowered in one go.
+      std::size_t end = at + 1;
+      while (end < text.size() && static_cast<unsigned char>(text[end]) < 0x80) ++end;
+      const std::size_t from = out.size();
+      out.resize(from + end - at);
+      for (std::size_t i = at; i < end; ++i) {
+        const auto c = static_cast<unsigned char>(text[i]);
+        out[from + i - at] = static_cast<char>(c >= 'A' && c <= 'Z' ? c + 32 : c);
+      }
+      at = end;
+      continue;
+    }
+    const Character* folded = character(text, at);
+    if (!folded) {
+      // Bytes that are not UTF-8 can change how the character after them folds: the whole
+      // text is folded the long way.
+      out = TextCache::fold(text);
+      return;
+    }
+    out += folded->folded;
+    at += sequenceLength(static_cast<unsigned char>(text[at]));
+  }
+}
+
+std::size_t TextCache::Folder::nextChanged(std::string_view text, std::size_t from) {
+  std::size_t at = from;
+  while (at < text.size()) {
+    // The next byte past ASCII, looked for eight bytes at a time.
+    for (; at + 8 <= text.size(); at += 8) {
+      std::uint64_t word = 0;
+      std::memcpy(&word, text.data() + at, 8);
+      if ((word & 0x8080808080808080ULL) != 0) break;
+    }
+    while (at < text.size() && static_cast<unsigned char>(text[at]) < 0x80) ++at;
+    if (at == text.size()) break;
+    const Character* folded = character(text, at);
+    if (!folded || !folded->same) return at;
+    at += sequenceLength(static_cast<unsigned char>(text[at]));
+  }
+  return std::string_view::npos;
 }
 
 }  // namespace trivo

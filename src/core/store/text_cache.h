@@ -1,6 +1,8 @@
 // Page text kept in memory by modification time, with a folded copy for searching.
 #pragma once
 
+#include <array>
+#include <cstdint>
 #include <filesystem>
 #include <mutex>
 #include <optional>
@@ -27,6 +29,38 @@ class TextCache {
   // Bytes that are not UTF-8 are kept as they are.
   static std::string fold(std::string_view text);
   void forgetAll();
+
+  // Folds one text after another exactly as fold() does, remembering what each character other
+  // than ASCII folds to: pages carry the same few dashes and accents on line after line, and
+  // asking utf8proc about each again cost more than the rest of a search that reads every page.
+  // One per thread.
+  class Folder {
+   public:
+    // `out` becomes fold(text).
+    void fold(std::string_view text, std::string& out);
+    // Where in `text`, from `from` on, the first character stands that folding changes other than
+    // by lowering an ASCII letter (or bytes that are not UTF-8); npos when there is none. Most
+    // characters past ASCII in a page (a dash, an arrow, a quotation mark) fold to themselves,
+    // so most lines fold byte for byte, keeping their length.
+    std::size_t nextChanged(std::string_view text, std::size_t from);
+
+   private:
+    struct Character {
+      std::string folded;
+      bool same = false;  // folds to itself
+    };
+    // What the character whose bytes start at `at` folds to, learnt once; nothing when they
+    // are not one whole character of UTF-8.
+    const Character* character(std::string_view text, std::size_t at);
+
+    std::unordered_map<std::uint32_t, Character> characters_;  // by their bytes
+    // The characters met last, by a few bits of their bytes: a page uses a handful of them.
+    struct Recent {
+      std::uint32_t key = 0;
+      const Character* character = nullptr;
+    };
+    std::array<Recent, 64> recent_{};
+  };
 
  private:
   struct Cached {

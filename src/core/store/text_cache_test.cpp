@@ -3,7 +3,10 @@
 
 #include <gtest/gtest.h>
 
+#include <random>
+#include <string>
 #include <thread>
+#include <vector>
 
 #include "testing/scoped_env.h"
 
@@ -30,6 +33,32 @@ TEST(TextCache, FoldIgnoresCaseAndDiacriticsWithoutALocale) {
   for (const std::string& text : {std::string("tag\xc1\x87\xdf\xd8\xdd\x82\x91\x9closed"),
                                  std::string("\xd8\xcc\x81\x91")}) {
     EXPECT_EQ(TextCache::fold(TextCache::fold(text)), TextCache::fold(text));
+  }
+}
+
+// The folder that remembers characters folds exactly as fold() does, over texts made of pieces
+// that fold in every way: ASCII, accents precomposed and combining, ligatures, letters that
+// grow ("ß"), symbols that fold to themselves, marks that fold away, and bytes that are not
+// UTF-8 (alone, cut short, or right before a mark). Up to where it says a text stops folding
+// byte for byte, lowering ASCII is all that folding does.
+TEST(TextCache, TheFolderFoldsAsFoldDoes) {
+  const std::vector<std::string> pieces = {
+      "a",        "Z", " ", "\r", "—", "·",   "→", "é",    "É",        "e\xCC\x81",
+      "ß",        "ﬁ", "İ", "Ω",  "😀", "️", "€", "\xFF", "\xE2\x80", "\xC3",
+      "\xCC\x81", "Q", "x", "«",  "»", "ö",   "9", "\t",   "\x80",     "ǅ"};
+  std::mt19937 random(1234);
+  TextCache::Folder folder;
+  std::string folded;
+  for (int round = 0; round < 4000; ++round) {
+    std::string text;
+    const auto length = random() % 12;
+    for (std::size_t i = 0; i < length; ++i) text += pieces[random() % pieces.size()];
+    folder.fold(text, folded);
+    ASSERT_EQ(folded, TextCache::fold(text)) << text;
+    const std::size_t changed = folder.nextChanged(text, 0);
+    std::string lowered = text.substr(0, std::min(changed, text.size()));
+    for (char& c : lowered) c = static_cast<char>(c >= 'A' && c <= 'Z' ? c + 32 : c);
+    EXPECT_EQ(lowered, TextCache::fold(text.substr(0, std::min(changed, text.size())))) << text;
   }
 }
 

@@ -1,7 +1,8 @@
 // The full-text index of a vault: an SQLite FTS5 database (trigram tokens over case- and
 // accent-folded lines) kept in the user's cache folder, one per vault, brought up to date from
-// file sizes and modification times before each search. The database is only a cache: one that
-// is missing, damaged or of another layout is deleted and built again from the pages.
+// file sizes and modification times before each search that asks it (a word most lines hold is
+// found by reading the pages instead). The database is only a cache: one that is missing,
+// damaged or of another layout is deleted and built again from the pages.
 #pragma once
 
 #include <cstddef>
@@ -92,9 +93,10 @@ class SearchIndex {
   // that are gone, in one transaction. A database found damaged meanwhile is rebuilt once. With
   // `watchFolders`, looks at no file when nothing changed in their folders since the last time.
   Refresh refresh();
-  // Brings the index up to date, then finds the matching lines: pages with days newest first
-  // (by their last day, then their first), then the inbox, then other Org files (pinned first,
-  // then by path).
+  // Finds the matching lines: through the index, brought up to date first, or by reading the
+  // files when that costs less (see Options::plan; the index is then left as it is). Pages with
+  // days come newest first (by their last day, then their first), then the inbox, then other
+  // Org files (pinned first, then by path).
   std::vector<SearchPage> search(const SearchQuery& query);
   // The same, handed to `each` page by page in that order: a process that prints them need not
   // hold them all. What `each` throws reaches the caller.

@@ -29,18 +29,23 @@ std::optional<std::string_view> SearchPage::lineText(std::size_t number) const {
   return textOf(*it);
 }
 
-bool shownBefore(const SearchPage& a, const SearchPage& b) {
-  auto rank = [](const SearchPage& p) {
-    if (p.last) return 0;
-    if (p.page) return 1;
-    return 2;
-  };
-  if (rank(a) != rank(b)) return rank(a) < rank(b);
-  if (a.last && b.last) {
-    if (*a.last != *b.last) return *b.last < *a.last;
-    if (*a.first != *b.first) return *b.first < *a.first;
+ShownPlace shownPlace(const std::optional<DayDate>& first, const std::optional<DayDate>& last,
+                      bool page, bool pinned) {
+  ShownPlace place;
+  if (last && first) {
+    place.last = -last->dayNumber();
+    place.first = -first->dayNumber();
+  } else {
+    place.group = page ? 1 : 2;
   }
-  if (a.pinned != b.pinned) return a.pinned;
+  place.unpinned = !pinned;
+  return place;
+}
+
+bool shownBefore(const SearchPage& a, const SearchPage& b) {
+  const ShownPlace placeA = shownPlace(a.first, a.last, a.page.has_value(), a.pinned);
+  const ShownPlace placeB = shownPlace(b.first, b.last, b.page.has_value(), b.pinned);
+  if (placeA != placeB) return placeA < placeB;
   return a.file < b.file;
 }
 

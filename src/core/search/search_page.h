@@ -1,7 +1,9 @@
 // What a search finds in one file, and the order in which files are shown.
 #pragma once
 
+#include <compare>
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -48,8 +50,20 @@ struct SearchPage {
 // The first and last day of a page's period; nothing for the inbox.
 std::optional<std::pair<DayDate, DayDate>> periodDays(const EntryKey& page);
 
-// Whether `a` is shown before `b`: pages with days newest first (by their last day, then their
-// first), then the inbox, then other Org files, pinned first, then by path.
+// Where a file stands among the results, before its path settles ties: pages with days newest
+// first (by their last day, then their first), then the inbox, then other Org files, pinned
+// first.
+struct ShownPlace {
+  int group = 0;          // pages with days, the inbox, other Org files
+  std::int64_t last = 0;  // day numbers negated, so that the newest come first
+  std::int64_t first = 0;
+  bool unpinned = true;
+  auto operator<=>(const ShownPlace&) const = default;
+};
+ShownPlace shownPlace(const std::optional<DayDate>& first, const std::optional<DayDate>& last,
+                      bool page, bool pinned);
+
+// Whether `a` is shown before `b`: by their places, then by path.
 bool shownBefore(const SearchPage& a, const SearchPage& b);
 
 }  // namespace trivo

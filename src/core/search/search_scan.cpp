@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <bit>
 #include <cerrno>
 #include <condition_variable>
 #include <cstdint>
@@ -57,9 +58,37 @@ bool readWhole(int root, const std::string& file, std::string& out) {
 // Text with its ASCII letters lowered: what TextCache::fold gives for a text that lowersOnly().
 void lowerAscii(std::string_view text, std::string& out) {
   out.resize(text.size());
+  // Through plain pointers, which the compiler knows apart, so the loop runs many bytes a step.
+  const auto* from = reinterpret_cast<const unsigned char*>(text.data());
+  auto* to = reinterpret_cast<unsigned char*>(out.data());
   for (std::size_t i = 0; i < text.size(); ++i) {
-    const auto c = static_cast<unsigned char>(text[i]);
-    out[i] = static_cast<char>(c + (static_cast<unsigned char>(c - 'A') < 26 ? 32 : 0));
+    const unsigned char c = from[i];
+    to[i] = static_cast<unsigned char>(c + (static_cast<unsigned char>(c - 'A') < 26 ? 32 : 0));
+  }
+}
+
+// Sixteen bytes side by side, compared all at once in the vector registers every target has.
+using Block = unsigned char __attribute__((vector_size(16)));
+
+Block blockOf(char c) { return Block{} + static_cast<unsigned char>(c); }
+
+Block load(const char* at) {
+  Block block;
+  std::memcpy(&block, at, sizeof block);
+  return block;
+}
+
+// The place of the first byte of memory set in `word` (eight bits of a comparison of blocks,
+// all set or none), which is cleared.
+std::size_t takeFirstByte(std::uint64_t& word) {
+  if constexpr (std::endian::native == std::endian::little) {
+    const int at = std::countr_zero(word) / 8;
+    word &= ~(std::uint64_t{0xFF} << (8 * at));
+    return static_cast<std::size_t>(at);
+  } else {
+    const int at = std::countl_zero(word) / 8;
+    word &= ~(std::uint64_t{0xFF} << (56 - 8 * at));
+    return static_cast<std::size_t>(at);
   }
 }
 
@@ -73,10 +102,12 @@ class FileScanner {
       if (term.size() > lead_.size()) lead_ = term;
     }
     lone_ = query.terms.size() == 1 && query.excluded.empty() && !query.asksKindsOrTags();
+    asciiLead_ = std::all_of(lead_.begin(), lead_.end(),
+                             [](char c) { return static_cast<unsigned char>(c) < 0x80; });
   }
 
   // Finds the lines of `source` that match and puts them with their neighbours into `page`,
-  // which holds the file's name, page and days already; false when none match.
+  // which holds the file's page and days already; false when none match.
   bool scan(const SearchSource& source, SearchPage& page) {
     if (query_.from || query_.to) {
       if (!page.last) return false;
@@ -118,7 +149,7 @@ class FileScanner {
       unlike_.clear();
       for (std::size_t at = folder_.nextChanged(raw_, 0); at != std::string::npos;) {
         if (starts_.empty()) findStarts();
-        const std::size_t index = lineOf(at);
+        const std::size_t index = lineOf(at, unlike_.empty() ? 0 : unlike_.back() + 1);
         unlike_.push_back(index);
         at = index + 1 < starts_.size() ? folder_.nextChanged(raw_, starts_[index + 1])
                                         : std::string::npos;
@@ -127,14 +158,24 @@ class FileScanner {
       if (at == std::string::npos && unlike_.empty()) return false;
       if (starts_.empty()) findStarts();
       std::size_t next = 0;  // the next line of unlike_
+      std::size_t found = 0;  // the line `at` stands in
       constexpr std::size_t kNone = std::string::npos;
       while (at != kNone || next < unlike_.size()) {
-        const std::size_t found = at == kNone ? kNone : lineOf(at);
+        found = at == kNone ? kNone : lineOf(at, found);
         std::size_t index = found;
         if (next < unlike_.size() && unlike_[next] <= found) {
+          // A line that folds otherwise is folded only when the fold can hold the lead term
+          // and the lowered line does not already settle it.
           index = unlike_[next++];
-          folder_.fold(lineAt(index), folded_);
-          consider(index, folded_);
+          const std::string_view line = lineAt(index);
+          const bool here = index == found && at + lead_.size() <= starts_[index] + line.size();
+          const TextCache::Folder::Effect effect = folder_.effect(line, lead_);
+          if (here && lone_ && asciiLead_ && effect.utf8) {
+            accept(index);
+          } else if (here || effect.brings) {
+            folder_.fold(line, folded_);
+            consider(index, folded_);
+          }
         } else if (lone_ && at + lead_.size() <= starts_[index] + lineAt(index).size()) {
           accept(index);  // the one term was found in the line, and nothing else is asked
         } else {
@@ -142,6 +183,7 @@ class FileScanner {
         }
         if (at != kNone && found <= index) {
           at = index + 1 < starts_.size() ? findLead(starts_[index + 1]) : kNone;
+          found = index + 1;
         }
       }
     }
@@ -163,29 +205,68 @@ class FileScanner {
   }
 
  private:
-  std::size_t findLead(std::size_t from) const {
-    if (from >= flat_.size()) return std::string::npos;
-    const void* hit =
-        ::memmem(flat_.data() + from, flat_.size() - from, lead_.data(), lead_.size());
-    return hit ? static_cast<std::size_t>(static_cast<const char*>(hit) - flat_.data())
-               : std::string::npos;
+  // Where the lead term next stands in the lowered file from `from` on; npos when nowhere.
+  // Sixteen places are tried at once for the term's first and last bytes, and only where both
+  // are found are the bytes between compared: a common word is looked for once per line, and
+  // the library's search cost more to set up each time than it then took to find it.
+  [[nodiscard]] std::size_t findLead(std::size_t from) const {
+    const std::size_t length = lead_.size();
+    if (from + length > flat_.size()) return std::string::npos;
+    const char* text = flat_.data();
+    if (length == 1) {
+      const void* hit = std::memchr(text + from, lead_[0], flat_.size() - from);
+      return hit ? static_cast<std::size_t>(static_cast<const char*>(hit) - text)
+                 : std::string::npos;
+    }
+    const std::size_t last = flat_.size() - length;  // the last place the term can start
+    const Block first = blockOf(lead_.front());
+    const Block final = blockOf(lead_.back());
+    std::size_t at = from;
+    for (; at + sizeof(Block) <= last + 1; at += sizeof(Block)) {
+      const auto both = (load(text + at) == first) & (load(text + at + length - 1) == final);
+      std::uint64_t halves[2];
+      std::memcpy(halves, &both, sizeof halves);
+      for (std::size_t half = 0; half < 2; ++half) {
+        while (halves[half] != 0) {
+          const std::size_t start = at + 8 * half + takeFirstByte(halves[half]);
+          if (std::memcmp(text + start + 1, lead_.data() + 1, length - 2) == 0) return start;
+        }
+      }
+    }
+    for (; at <= last; ++at) {
+      if (std::memcmp(text + at, lead_.data(), length) == 0) return at;
+    }
+    return std::string::npos;
   }
 
-  // The index of the line a byte of the file stands in.
-  [[nodiscard]] std::size_t lineOf(std::size_t at) const {
-    return static_cast<std::size_t>(std::upper_bound(starts_.begin(), starts_.end(), at) -
-                                    starts_.begin() - 1);
+  // The index of the line byte `at` of the file stands in, looked for from line `from` on,
+  // which starts at or before it: bytes are asked for in order, most often in the next line.
+  [[nodiscard]] std::size_t lineOf(std::size_t at, std::size_t from) const {
+    while (from + 1 < starts_.size() && starts_[from + 1] <= at) ++from;
+    return from;
   }
 
   // Where each line begins; lines are counted as "\n" ends them, as the index counts them.
   void findStarts() {
     starts_.clear();
+    const std::size_t size = raw_.size();
+    if (size == 0) return;
+    starts_.push_back(0);
+    auto take = [&](std::size_t end) {
+      if (end + 1 < size) starts_.push_back(end + 1);
+    };
+    const Block newline = blockOf('\n');
     std::size_t at = 0;
-    while (at < raw_.size()) {
-      starts_.push_back(at);
-      const void* end = std::memchr(raw_.data() + at, '\n', raw_.size() - at);
-      if (!end) break;
-      at = static_cast<std::size_t>(static_cast<const char*>(end) - raw_.data()) + 1;
+    for (; at + sizeof(Block) <= size; at += sizeof(Block)) {
+      const auto ends = load(raw_.data() + at) == newline;
+      std::uint64_t halves[2];
+      std::memcpy(halves, &ends, sizeof halves);
+      for (std::size_t half = 0; half < 2; ++half) {
+        while (halves[half] != 0) take(at + 8 * half + takeFirstByte(halves[half]));
+      }
+    }
+    for (; at < size; ++at) {
+      if (raw_[at] == '\n') take(at);
     }
   }
 
@@ -203,7 +284,8 @@ class FileScanner {
   const SearchQuery& query_;
   std::size_t context_;
   std::string lead_;
-  bool lone_ = false;  // the lead is all a line must hold
+  bool lone_ = false;       // the lead is all a line must hold
+  bool asciiLead_ = false;  // the lead is ASCII alone
   std::string raw_;
   std::string flat_;                 // the file with its ASCII letters lowered
   std::string folded_;               // one line folded
@@ -225,80 +307,134 @@ void scanFiles(const std::filesystem::path& vault, const std::vector<SearchSourc
     ~Closer() { ::close(fd); }
   } closer{root};
 
-  // Every file's page as it is shown, still without lines, and the files in the order they are
-  // shown: they are read in that order, so each page is handed on as soon as those before it
-  // are done, while the rest are read, and is let go of then.
-  std::vector<SearchPage> pages(sources.size());
-  for (std::size_t i = 0; i < sources.size(); ++i) {
-    SearchPage& page = pages[i];
-    page.file = sources[i].relative;
-    page.page = sources[i].page;
-    page.pinned = sources[i].pinned;
-    if (const auto days = page.page ? periodDays(*page.page) : std::nullopt) {
-      page.first = days->first;
-      page.last = days->second;
-    }
+  // The files in the order they are shown: they are read in that order, so that each page is
+  // handed on as soon as those before it are done, while the rest are read, and let go of then.
+  std::vector<ShownPlace> places;
+  places.reserve(sources.size());
+  for (const SearchSource& source : sources) {
+    const auto days = source.page ? periodDays(*source.page) : std::nullopt;
+    places.push_back(shownPlace(days ? std::optional(days->first) : std::nullopt,
+                                days ? std::optional(days->second) : std::nullopt,
+                                source.page.has_value(), source.pinned));
   }
   std::vector<std::size_t> order(sources.size());
   std::iota(order.begin(), order.end(), std::size_t{0});
-  std::sort(order.begin(), order.end(),
-            [&](std::size_t a, std::size_t b) { return shownBefore(pages[a], pages[b]); });
+  std::sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) {
+    if (places[a] != places[b]) return places[a] < places[b];
+    return sources[a].relative < sources[b].relative;
+  });
 
   // Files are handed out a few at a time: pages differ in size, and a share fixed in advance
   // would leave one core waiting for the other.
   constexpr std::size_t kBatch = 16;
   const std::size_t batches = (sources.size() + kBatch - 1) / kBatch;
-  std::vector<char> matched(sources.size(), 0);  // by place in `order`
-  std::atomic<std::size_t> next{0};              // the next batch to read
+  std::vector<std::vector<SearchPage>> found(batches);  // the pages of each batch that match
+  std::atomic<std::size_t> next{0};                     // the next batch to read
+  std::atomic<std::size_t> handed{0};                   // batches handed on so far
+  auto read = [&](FileScanner& scanner, std::size_t batch) {
+    const std::size_t end = std::min((batch + 1) * kBatch, sources.size());
+    for (std::size_t at = batch * kBatch; at < end; ++at) {
+      const SearchSource& source = sources[order[at]];
+      SearchPage page;
+      page.page = source.page;
+      page.pinned = source.pinned;
+      if (const auto days = page.page ? periodDays(*page.page) : std::nullopt) {
+        page.first = days->first;
+        page.last = days->second;
+      }
+      if (scanner.scan(source, page)) {
+        page.file = source.relative;
+        found[batch].push_back(std::move(page));
+      }
+    }
+  };
+  // Frees what is left of the pages of a batch that has been handed on.
+  auto release = [&](std::size_t batch) { std::vector<SearchPage>().swap(found[batch]); };
+
   std::mutex lock;
   std::condition_variable finished;
   std::vector<char> done(batches, 0);  // under `lock`
+  bool waiting = false;                // under `lock`: the caller's thread waits for a batch
   std::exception_ptr failure;          // under `lock`
-  auto work = [&] {
+  // The other cores read batches and leave them; the caller's thread hands them on.
+  auto help = [&] {
     try {
       FileScanner scanner(root, format, query, context);
+      // A page is let go of by the thread that read it. Freed by another thread, its memory goes
+      // back to this thread's arena under the arena's lock, which the two threads then fight
+      // over for every page: that cost more than the reading.
+      std::vector<std::size_t> mine;  // the batches this thread read, in order
+      std::size_t kept = 0;           // the first of them not yet let go of
       for (std::size_t batch = next++; batch < batches; batch = next++) {
-        const std::size_t end = std::min((batch + 1) * kBatch, sources.size());
-        for (std::size_t at = batch * kBatch; at < end; ++at) {
-          const std::size_t i = order[at];
-          matched[at] = scanner.scan(sources[i], pages[i]) ? 1 : 0;
+        for (const std::size_t upTo = handed.load(std::memory_order_acquire);
+             kept < mine.size() && mine[kept] < upTo; ++kept) {
+          release(mine[kept]);
         }
+        mine.push_back(batch);
+        read(scanner, batch);
         const std::lock_guard guard(lock);
         done[batch] = 1;
-        finished.notify_all();
+        if (waiting) finished.notify_one();
       }
     } catch (...) {
       const std::lock_guard guard(lock);
       if (!failure) failure = std::current_exception();
       next = batches;
-      finished.notify_all();
+      finished.notify_one();
     }
   };
   const std::size_t cores = std::clamp<std::size_t>(std::thread::hardware_concurrency(), 1, 8);
-  std::vector<std::jthread> readers;
-  readers.reserve(std::min(cores, batches));
-  for (std::size_t i = 0; i < std::min(cores, batches); ++i) readers.emplace_back(work);
-  // This thread hands the pages on, in order, while the readers go on.
+  std::vector<std::jthread> helpers;
+  helpers.reserve(std::min(cores - 1, batches));
+  for (std::size_t i = 0; i < std::min(cores - 1, batches); ++i) helpers.emplace_back(help);
+
+  // This thread reads batches as well, and after each one hands on the pages of every batch
+  // that is done, in order. It waits only at the end, for the last batches the others read:
+  // waking it for each batch had cost a switch of threads per batch.
+  std::vector<char> ownBatch(batches, 0);
+  std::size_t shown = 0;  // batches handed on
+  auto handOn = [&] {
+    for (SearchPage& page : found[shown]) each(std::move(page));
+    if (ownBatch[shown] != 0) release(shown);
+    handed.store(++shown, std::memory_order_release);
+  };
+  auto stopped = [&] {
+    const std::lock_guard guard(lock);
+    return failure != nullptr;
+  };
   try {
-    for (std::size_t batch = 0; batch < batches; ++batch) {
+    FileScanner scanner(root, format, query, context);
+    for (std::size_t batch = next++; batch < batches; batch = next++) {
+      read(scanner, batch);
+      ownBatch[batch] = 1;
       {
-        std::unique_lock guard(lock);
-        finished.wait(guard, [&] { return done[batch] != 0 || failure; });
-        if (failure) break;
+        const std::lock_guard guard(lock);
+        done[batch] = 1;
       }
-      const std::size_t end = std::min((batch + 1) * kBatch, sources.size());
-      for (std::size_t at = batch * kBatch; at < end; ++at) {
-        SearchPage& page = pages[order[at]];
-        if (matched[at] != 0) each(std::move(page));
-        page = SearchPage{};
+      while (shown < batches) {
+        {
+          const std::lock_guard guard(lock);
+          if (done[shown] == 0 || failure) break;
+        }
+        handOn();
       }
     }
+    while (shown < batches && !stopped()) {
+      {
+        std::unique_lock guard(lock);
+        waiting = true;
+        finished.wait(guard, [&] { return done[shown] != 0 || failure; });
+        waiting = false;
+        if (failure) break;
+      }
+      handOn();
+    }
   } catch (...) {
-    next = batches;  // the readers stop after the files they are reading
-    readers.clear();
+    next = batches;  // the others stop after the files they are reading
+    helpers.clear();
     throw;
   }
-  readers.clear();
+  helpers.clear();
   if (failure) std::rethrow_exception(failure);
 }
 

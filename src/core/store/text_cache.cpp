@@ -153,6 +153,23 @@ void TextCache::Folder::fold(std::string_view text, std::string& out) {
   }
 }
 
+TextCache::Folder::Effect TextCache::Folder::effect(std::string_view text, std::string_view term) {
+  Effect effect;
+  for (std::size_t at = nextChanged(text, 0); at != std::string_view::npos;
+       at = nextChanged(text, at + sequenceLength(static_cast<unsigned char>(text[at])))) {
+    const Character* folded = character(text, at);
+    if (!folded) {
+      effect.utf8 = false;
+      effect.brings = true;
+      return effect;
+    }
+    if (folded->folded.empty() || folded->folded.find_first_of(term) != std::string::npos) {
+      effect.brings = true;
+    }
+  }
+  return effect;
+}
+
 std::size_t TextCache::Folder::nextChanged(std::string_view text, std::size_t from) {
   std::size_t at = from;
   while (at < text.size()) {

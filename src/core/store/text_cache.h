@@ -44,6 +44,16 @@ class TextCache {
     // so most lines fold byte for byte, keeping their length.
     std::size_t nextChanged(std::string_view text, std::size_t from);
 
+    // What folding `text` does beyond lowering its ASCII letters, as far as finding the folded
+    // `term` in it goes. Folding UTF-8 goes a character at a time, so a term that neither of
+    // these brings is in the folded text only where it is in the lowered one, and a term of
+    // ASCII alone is in the folded text wherever it is in the lowered one.
+    struct Effect {
+      bool utf8 = true;     // every byte is part of a whole character
+      bool brings = false;  // a character folds to nothing, or to bytes one of which `term` holds
+    };
+    Effect effect(std::string_view text, std::string_view term);
+
    private:
     struct Character {
       std::string folded;

@@ -55,6 +55,13 @@ bool readWhole(int root, const std::string& file, std::string& out) {
   return ok;
 }
 
+char lowerAscii(char c) {
+  return static_cast<unsigned char>(c - 'A') < 26 ? static_cast<char>(c + 32) : c;
+}
+char upperAscii(char c) {
+  return static_cast<unsigned char>(c - 'a') < 26 ? static_cast<char>(c - 32) : c;
+}
+
 // Text with its ASCII letters lowered: what TextCache::fold gives for a text that lowersOnly().
 void lowerAscii(std::string_view text, std::string& out) {
   out.resize(text.size());
@@ -65,6 +72,13 @@ void lowerAscii(std::string_view text, std::string& out) {
     const unsigned char c = from[i];
     to[i] = static_cast<unsigned char>(c + (static_cast<unsigned char>(c - 'A') < 26 ? 32 : 0));
   }
+}
+
+// A line without the "\n" or "\r\n" that ends it.
+std::string_view trimmed(std::string_view line) {
+  if (!line.empty() && line.back() == '\n') line.remove_suffix(1);
+  if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
+  return line;
 }
 
 // Sixteen bytes side by side, compared all at once in the vector registers every target has.
@@ -116,11 +130,15 @@ class FileScanner {
     }
     if (!readWhole(root_, source.relative, raw_)) return false;
     sections_.reset();
-    starts_.clear();
+    hits_.clear();
 
     const VaultFormat syntax = source.page ? format_ : VaultFormat::org;
-    auto accept = [&](std::size_t index) { page.matches.push_back(index + 1); };
-    auto consider = [&](std::size_t index, std::string_view flat) {
+    auto accept = [&](std::size_t index, std::size_t begin) {
+      page.matches.push_back(index + 1);
+      hits_.push_back(Hit{index + 1, begin});
+    };
+    // Whether the line `index`, which begins at `begin`, matches, `flat` its folded text.
+    auto consider = [&](std::size_t index, std::size_t begin, std::string_view flat) {
       if (!query_.allowsText(flat)) return;
       if (query_.asksKindsOrTags()) {
         if (!sections_) sections_ = searchLines(raw_, syntax, source.page);
@@ -131,152 +149,148 @@ class FileScanner {
         };
         if (!query_.allowsTags(carries)) return;
       }
-      accept(index);
+      accept(index, begin);
     };
 
     if (lead_.empty()) {
-      findStarts();
-      for (std::size_t index = 0; index < starts_.size(); ++index) {
-        folder_.fold(lineAt(index), folded_);
-        consider(index, folded_);
+      for (std::size_t begin = 0, index = 0; begin < raw_.size(); ++index) {
+        const std::size_t end = lineEnd(begin);
+        folder_.fold(trimmed(std::string_view(raw_).substr(begin, end - begin)), folded_);
+        consider(index, begin, folded_);
+        begin = end + 1;
       }
     } else {
-      // Most lines fold byte for byte: the file with its ASCII letters lowered is searched as a
-      // whole for the lead term, and only the lines it is found in are looked at. A line with a
-      // character that folds otherwise ("É", "ﬁ") is folded on its own and looked at whatever
-      // the lowered text holds.
-      lowerAscii(raw_, flat_);
-      unlike_.clear();
-      for (std::size_t at = folder_.nextChanged(raw_, 0); at != std::string::npos;) {
-        if (starts_.empty()) findStarts();
-        const std::size_t index = lineOf(at, unlike_.empty() ? 0 : unlike_.back() + 1);
-        unlike_.push_back(index);
-        at = index + 1 < starts_.size() ? folder_.nextChanged(raw_, starts_[index + 1])
-                                        : std::string::npos;
-      }
-      std::size_t at = findLead(0);
-      if (at == std::string::npos && unlike_.empty()) return false;
-      if (starts_.empty()) findStarts();
-      std::size_t next = 0;  // the next line of unlike_
-      std::size_t found = 0;  // the line `at` stands in
+      // Most lines fold byte for byte: the file is searched as a whole for the lead term,
+      // ASCII letters in either case, and only the lines it is found in are looked at, with the
+      // lines that hold a character that folds otherwise ("É", "ﬁ"). Lines are counted only up
+      // to those looked at.
       constexpr std::size_t kNone = std::string::npos;
-      while (at != kNone || next < unlike_.size()) {
-        found = at == kNone ? kNone : lineOf(at, found);
-        std::size_t index = found;
-        if (next < unlike_.size() && unlike_[next] <= found) {
+      std::size_t at = findLead(0);                       // the lead term's next place
+      std::size_t unlike = folder_.nextChanged(raw_, 0);  // the next character that folds otherwise
+      std::size_t counted = 0;                            // a line's start, and its index
+      std::size_t countedIndex = 0;
+      while (at != kNone || unlike != kNone) {
+        const std::size_t here = std::min(at, unlike);
+        const auto* bytes = raw_.data();
+        const void* before = ::memrchr(bytes, '\n', here);
+        const std::size_t begin =
+            before ? static_cast<std::size_t>(static_cast<const char*>(before) - bytes) + 1 : 0;
+        const std::size_t end = lineEnd(here);
+        const std::size_t index = countedIndex + static_cast<std::size_t>(std::count(
+                                                     bytes + counted, bytes + begin, '\n'));
+        counted = begin;
+        countedIndex = index;
+        const std::string_view line = trimmed(std::string_view(raw_).substr(begin, end - begin));
+        const bool leadHere = at < end && at + lead_.size() <= begin + line.size();
+        if (unlike < end) {
           // A line that folds otherwise is folded only when the fold can hold the lead term
-          // and the lowered line does not already settle it.
-          index = unlike_[next++];
-          const std::string_view line = lineAt(index);
-          const bool here = index == found && at + lead_.size() <= starts_[index] + line.size();
+          // and the line as it stands does not already settle it.
           const TextCache::Folder::Effect effect = folder_.effect(line, lead_);
-          if (here && lone_ && asciiLead_ && effect.utf8) {
-            accept(index);
-          } else if (here || effect.brings) {
+          if (leadHere && lone_ && asciiLead_ && effect.utf8) {
+            accept(index, begin);
+          } else if (leadHere || effect.brings) {
             folder_.fold(line, folded_);
-            consider(index, folded_);
+            consider(index, begin, folded_);
           }
-        } else if (lone_ && at + lead_.size() <= starts_[index] + lineAt(index).size()) {
-          accept(index);  // the one term was found in the line, and nothing else is asked
+        } else if (lone_ && leadHere) {
+          accept(index, begin);  // the one term was found in the line, and nothing else is asked
         } else {
-          consider(index, std::string_view(flat_).substr(starts_[index], lineAt(index).size()));
+          lowerAscii(line, folded_);
+          consider(index, begin, folded_);
         }
-        if (at != kNone && found <= index) {
-          at = index + 1 < starts_.size() ? findLead(starts_[index + 1]) : kNone;
-          found = index + 1;
-        }
+        if (end >= raw_.size()) break;
+        // (A term can stand at the line's end, its first byte the "\n": it was looked at here.)
+        if (at <= end) at = findLead(end + 1);
+        if (unlike < end) unlike = folder_.nextChanged(raw_, end + 1);
       }
     }
-    if (page.matches.empty()) return false;
+    if (hits_.empty()) return false;
 
     // Each match with its neighbours, in line order, each line once.
-    page.text.reserve(std::min(raw_.size(), page.matches.size() * (1 + 2 * context_) * 128));
-    page.lines.reserve(std::min(starts_.size(), page.matches.size() * (1 + 2 * context_)));
-    std::size_t shown = 0;  // the last line number taken, 0 for none
-    for (const std::size_t number : page.matches) {
-      const std::size_t from = std::max(number > context_ ? number - context_ : 1, shown + 1);
-      const std::size_t to = std::min(number + context_, starts_.size());
-      for (std::size_t n = from; n <= to; ++n) {
-        page.add(n, lineAt(n - 1));
+    page.lines.reserve(hits_.size() * (1 + 2 * context_));
+    page.text.reserve(std::min(raw_.size(), page.lines.capacity() * 64));
+    std::size_t shown = 0;      // the last line number taken, 0 for none
+    std::size_t shownNext = 0;  // where the line after it begins
+    for (const Hit& hit : hits_) {
+      const std::size_t from =
+          std::max(hit.number > context_ ? hit.number - context_ : 1, shown + 1);
+      std::size_t begin = shownNext;
+      if (from > shown + 1) {
+        begin = hit.begin;
+        for (std::size_t n = hit.number; n > from; --n) begin = lineBefore(begin);
       }
-      shown = std::max(shown, to);
+      for (std::size_t n = from; n <= hit.number + context_ && begin < raw_.size(); ++n) {
+        const std::size_t end = lineEnd(begin);
+        page.add(n, trimmed(std::string_view(raw_).substr(begin, end - begin)));
+        shown = n;
+        begin = end + 1;
+      }
+      shownNext = begin;
     }
     return true;
   }
 
  private:
-  // Where the lead term next stands in the lowered file from `from` on; npos when nowhere.
-  // Sixteen places are tried at once for the term's first and last bytes, and only where both
-  // are found are the bytes between compared: a common word is looked for once per line, and
-  // the library's search cost more to set up each time than it then took to find it.
+  // A line that matches: its number and where it begins.
+  struct Hit {
+    std::size_t number;
+    std::size_t begin;
+  };
+
+  // Where the line that holds byte `at` ends: at its "\n", or at the end of the file.
+  [[nodiscard]] std::size_t lineEnd(std::size_t at) const {
+    const void* end = std::memchr(raw_.data() + at, '\n', raw_.size() - at);
+    return end ? static_cast<std::size_t>(static_cast<const char*>(end) - raw_.data())
+               : raw_.size();
+  }
+
+  // Where the line before the one that begins at `begin` (past the first) begins.
+  [[nodiscard]] std::size_t lineBefore(std::size_t begin) const {
+    const void* end = ::memrchr(raw_.data(), '\n', begin - 1);
+    return end ? static_cast<std::size_t>(static_cast<const char*>(end) - raw_.data()) + 1 : 0;
+  }
+
+  // Where the lead term next stands in the file from `from` on, its ASCII letters in either
+  // case; npos when nowhere. Sixteen places are tried at once for the term's first and last
+  // bytes, and only where both are found are the others compared: a common word is looked for
+  // once per line, and the library's search cost more to set up each time than it then took
+  // to find it. The file is not lowered first, which cost a copy of every page.
   [[nodiscard]] std::size_t findLead(std::size_t from) const {
     const std::size_t length = lead_.size();
-    if (from + length > flat_.size()) return std::string::npos;
-    const char* text = flat_.data();
-    if (length == 1) {
-      const void* hit = std::memchr(text + from, lead_[0], flat_.size() - from);
-      return hit ? static_cast<std::size_t>(static_cast<const char*>(hit) - text)
-                 : std::string::npos;
-    }
-    const std::size_t last = flat_.size() - length;  // the last place the term can start
+    if (from + length > raw_.size()) return std::string::npos;
+    const char* text = raw_.data();
+    const std::size_t last = raw_.size() - length;  // the last place the term can start
     const Block first = blockOf(lead_.front());
+    const Block firstUpper = blockOf(upperAscii(lead_.front()));
     const Block final = blockOf(lead_.back());
+    const Block finalUpper = blockOf(upperAscii(lead_.back()));
     std::size_t at = from;
     for (; at + sizeof(Block) <= last + 1; at += sizeof(Block)) {
-      const auto both = (load(text + at) == first) & (load(text + at + length - 1) == final);
+      const Block head = load(text + at);
+      const Block tail = load(text + at + length - 1);
+      const auto both =
+          ((head == first) | (head == firstUpper)) & ((tail == final) | (tail == finalUpper));
       std::uint64_t halves[2];
       std::memcpy(halves, &both, sizeof halves);
       for (std::size_t half = 0; half < 2; ++half) {
         while (halves[half] != 0) {
           const std::size_t start = at + 8 * half + takeFirstByte(halves[half]);
-          if (std::memcmp(text + start + 1, lead_.data() + 1, length - 2) == 0) return start;
+          if (isLead(text + start)) return start;
         }
       }
     }
     for (; at <= last; ++at) {
-      if (std::memcmp(text + at, lead_.data(), length) == 0) return at;
+      if (isLead(text + at)) return at;
     }
     return std::string::npos;
   }
 
-  // The index of the line byte `at` of the file stands in, looked for from line `from` on,
-  // which starts at or before it: bytes are asked for in order, most often in the next line.
-  [[nodiscard]] std::size_t lineOf(std::size_t at, std::size_t from) const {
-    while (from + 1 < starts_.size() && starts_[from + 1] <= at) ++from;
-    return from;
-  }
-
-  // Where each line begins; lines are counted as "\n" ends them, as the index counts them.
-  void findStarts() {
-    starts_.clear();
-    const std::size_t size = raw_.size();
-    if (size == 0) return;
-    starts_.push_back(0);
-    auto take = [&](std::size_t end) {
-      if (end + 1 < size) starts_.push_back(end + 1);
-    };
-    const Block newline = blockOf('\n');
-    std::size_t at = 0;
-    for (; at + sizeof(Block) <= size; at += sizeof(Block)) {
-      const auto ends = load(raw_.data() + at) == newline;
-      std::uint64_t halves[2];
-      std::memcpy(halves, &ends, sizeof halves);
-      for (std::size_t half = 0; half < 2; ++half) {
-        while (halves[half] != 0) take(at + 8 * half + takeFirstByte(halves[half]));
-      }
+  // Whether the lead term stands at `text`, its ASCII letters in either case.
+  [[nodiscard]] bool isLead(const char* text) const {
+    for (std::size_t i = 0; i < lead_.size(); ++i) {
+      if (lowerAscii(text[i]) != lead_[i]) return false;
     }
-    for (; at < size; ++at) {
-      if (raw_[at] == '\n') take(at);
-    }
-  }
-
-  // A line without its line end.
-  [[nodiscard]] std::string_view lineAt(std::size_t index) const {
-    const std::size_t begin = starts_[index];
-    std::size_t end = index + 1 < starts_.size() ? starts_[index + 1] - 1 : raw_.size();
-    if (index + 1 == starts_.size() && end > begin && raw_[end - 1] == '\n') --end;
-    if (end > begin && raw_[end - 1] == '\r') --end;
-    return std::string_view(raw_).substr(begin, end - begin);
+    return true;
   }
 
   int root_;
@@ -287,10 +301,8 @@ class FileScanner {
   bool lone_ = false;       // the lead is all a line must hold
   bool asciiLead_ = false;  // the lead is ASCII alone
   std::string raw_;
-  std::string flat_;                 // the file with its ASCII letters lowered
-  std::string folded_;               // one line folded
-  std::vector<std::size_t> unlike_;  // lines that do not fold byte for byte
-  std::vector<std::size_t> starts_;
+  std::string folded_;  // one line folded
+  std::vector<Hit> hits_;
   std::optional<std::vector<SearchLine>> sections_;  // read only when kinds or tags matter
   TextCache::Folder folder_;
 };

@@ -98,29 +98,21 @@ std::size_t sequenceLength(unsigned char lead) {
 
 }  // namespace
 
-const TextCache::Folder::Character* TextCache::Folder::character(std::string_view text,
-                                                                 std::size_t at) {
-  const std::size_t length = sequenceLength(static_cast<unsigned char>(text[at]));
-  if (length == 0 || at + length > text.size()) return nullptr;
-  // The lead byte gives the length, so the bytes alone tell characters apart.
-  std::uint32_t key = 0;
-  std::memcpy(&key, text.data() + at, length);
-  Recent& recent = recent_[(key ^ (key >> 11) ^ (key >> 19)) % recent_.size()];
-  if (recent.key == key) return recent.character;
+const TextCache::Folder::Character* TextCache::Folder::learn(std::string_view bytes,
+                                                             std::uint32_t key) {
   auto known = characters_.find(key);
   if (known == characters_.end()) {
-    const std::string_view bytes = text.substr(at, length);
     utf8proc_int32_t point = 0;
     if (utf8proc_iterate(reinterpret_cast<const utf8proc_uint8_t*>(bytes.data()),
-                         static_cast<utf8proc_ssize_t>(length),
-                         &point) != static_cast<utf8proc_ssize_t>(length)) {
+                         static_cast<utf8proc_ssize_t>(bytes.size()),
+                         &point) != static_cast<utf8proc_ssize_t>(bytes.size())) {
       return nullptr;
     }
     Character folded{TextCache::fold(bytes)};
     folded.same = folded.folded == bytes;
     known = characters_.emplace(key, std::move(folded)).first;
   }
-  recent = Recent{key, &known->second};
+  recent_[(key * 0x9E3779B1U) >> 24] = Recent{key, &known->second};
   return &known->second;
 }
 
@@ -173,11 +165,18 @@ TextCache::Folder::Effect TextCache::Folder::effect(std::string_view text, std::
 std::size_t TextCache::Folder::nextChanged(std::string_view text, std::size_t from) {
   std::size_t at = from;
   while (at < text.size()) {
-    // The next byte past ASCII, looked for eight bytes at a time.
+    // The next byte past ASCII, looked for 32 bytes at a time, then eight: most pages are
+    // ASCII for hundreds of bytes between two such characters.
+    constexpr std::uint64_t kHigh = 0x8080808080808080ULL;
+    for (; at + 32 <= text.size(); at += 32) {
+      std::uint64_t words[4];
+      std::memcpy(words, text.data() + at, sizeof words);
+      if (((words[0] | words[1] | words[2] | words[3]) & kHigh) != 0) break;
+    }
     for (; at + 8 <= text.size(); at += 8) {
       std::uint64_t word = 0;
       std::memcpy(&word, text.data() + at, 8);
-      if ((word & 0x8080808080808080ULL) != 0) break;
+      if ((word & kHigh) != 0) break;
     }
     while (at < text.size() && static_cast<unsigned char>(text[at]) < 0x80) ++at;
     if (at == text.size()) break;

@@ -62,16 +62,11 @@ char upperAscii(char c) {
   return static_cast<unsigned char>(c - 'a') < 26 ? static_cast<char>(c - 32) : c;
 }
 
-// Text with its ASCII letters lowered: what TextCache::fold gives for a text that lowersOnly().
+// Text with its ASCII letters lowered: what folding gives for a line in which no character
+// folds otherwise.
 void lowerAscii(std::string_view text, std::string& out) {
   out.resize(text.size());
-  // Through plain pointers, which the compiler knows apart, so the loop runs many bytes a step.
-  const auto* from = reinterpret_cast<const unsigned char*>(text.data());
-  auto* to = reinterpret_cast<unsigned char*>(out.data());
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    const unsigned char c = from[i];
-    to[i] = static_cast<unsigned char>(c + (static_cast<unsigned char>(c - 'A') < 26 ? 32 : 0));
-  }
+  std::transform(text.begin(), text.end(), out.begin(), [](char c) { return lowerAscii(c); });
 }
 
 // A line without the "\n" or "\r\n" that ends it.
@@ -207,7 +202,8 @@ class FileScanner {
     if (hits_.empty()) return false;
 
     // Each match with its neighbours, in line order, each line once.
-    page.lines.reserve(hits_.size() * (1 + 2 * context_));
+    page.lines.reserve(std::min(hits_.size() * (1 + 2 * std::min<std::size_t>(context_, 8)),
+                                raw_.size() / 16 + hits_.size()));
     page.text.reserve(std::min(raw_.size(), page.lines.capacity() * 64));
     std::size_t shown = 0;      // the last line number taken, 0 for none
     std::size_t shownNext = 0;  // where the line after it begins
@@ -219,7 +215,8 @@ class FileScanner {
         begin = hit.begin;
         for (std::size_t n = hit.number; n > from; --n) begin = lineBefore(begin);
       }
-      for (std::size_t n = from; n <= hit.number + context_ && begin < raw_.size(); ++n) {
+      const std::size_t to = hit.number + std::min(context_, raw_.size());  // (cannot wrap)
+      for (std::size_t n = from; n <= to && begin < raw_.size(); ++n) {
         const std::size_t end = lineEnd(begin);
         page.add(n, trimmed(std::string_view(raw_).substr(begin, end - begin)));
         shown = n;

@@ -86,18 +86,6 @@ void TextCache::forgetAll() {
   files_.clear();
 }
 
-namespace {
-
-// The bytes a UTF-8 sequence takes by its lead byte; 0 for a byte that cannot lead one.
-std::size_t sequenceLength(unsigned char lead) {
-  if (lead >= 0xF0) return 4;
-  if (lead >= 0xE0) return 3;
-  if (lead >= 0xC0) return 2;
-  return 0;
-}
-
-}  // namespace
-
 const TextCache::Folder::Character* TextCache::Folder::learn(std::string_view bytes,
                                                              std::uint32_t key) {
   auto known = characters_.find(key);
@@ -112,7 +100,7 @@ const TextCache::Folder::Character* TextCache::Folder::learn(std::string_view by
     folded.same = folded.folded == bytes;
     known = characters_.emplace(key, std::move(folded)).first;
   }
-  recent_[(key * 0x9E3779B1U) >> 24] = Recent{key, &known->second};
+  recent_[slot(key)] = Recent{key, &known->second};
   return &known->second;
 }
 

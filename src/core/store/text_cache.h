@@ -63,8 +63,7 @@ class TextCache {
     // are not one whole character of UTF-8. Asked for every character past ASCII in every page
     // a search reads: what was met last is found here without a call.
     const Character* character(std::string_view text, std::size_t at) {
-      const auto lead = static_cast<unsigned char>(text[at]);
-      const std::size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : lead >= 0xC0 ? 2 : 0;
+      const std::size_t length = sequenceLength(static_cast<unsigned char>(text[at]));
       if (length == 0 || at + length > text.size()) return nullptr;
       // The lead byte gives the length, so the bytes alone tell characters apart. They are
       // put together in a register: copied to memory a byte at a time and read back as one
@@ -73,12 +72,17 @@ class TextCache {
       for (std::size_t i = 0; i < length; ++i) {
         key |= std::uint32_t{static_cast<unsigned char>(text[at + i])} << (8 * i);
       }
-      // Fibonacci hashing: the top bits of the product, which every byte of the key reaches.
-      const Recent& recent = recent_[(key * 0x9E3779B1U) >> 24];
+      const Recent& recent = recent_[slot(key)];
       if (recent.key == key) return recent.character;
       return learn(text.substr(at, length), key);
     }
     const Character* learn(std::string_view bytes, std::uint32_t key);
+    // The bytes of a character of UTF-8 that begins with `lead`; 0 for a byte that begins none.
+    static std::size_t sequenceLength(unsigned char lead) {
+      return lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : lead >= 0xC0 ? 2 : 0;
+    }
+    // Fibonacci hashing: the top bits of the product, which every byte of the key reaches.
+    static std::size_t slot(std::uint32_t key) { return (key * 0x9E3779B1U) >> 24; }
 
     std::unordered_map<std::uint32_t, Character> characters_;  // by their bytes
     // The characters met last, by a few bits of their bytes: a page uses a handful of them.

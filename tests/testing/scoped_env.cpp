@@ -38,14 +38,19 @@ std::string TempDir::read(const std::filesystem::path& relative) const {
 namespace trivo::testing {
 namespace {
 
-// Texts the store keeps for the person go under $XDG_DATA_HOME; tests must never leave them in
-// the home folder of whoever runs them. Every test process gets a data folder of its own, which
-// child processes inherit, removed when the process ends.
-struct PrivateDataHome {
-  PrivateDataHome() { ::setenv("XDG_DATA_HOME", folder.path().c_str(), 1); }
-  TempDir folder;
+// Texts the store keeps for the person go under $XDG_DATA_HOME, and the caches (the search
+// index, where the inbox was last added to) under $XDG_CACHE_HOME; tests must never leave them
+// in the home folder of whoever runs them. Every test process gets folders of its own, which
+// child processes inherit, removed when the process ends. A test that needs another sets it.
+struct PrivateHomes {
+  PrivateHomes() {
+    ::setenv("XDG_DATA_HOME", data.path().c_str(), 1);
+    ::setenv("XDG_CACHE_HOME", cache.path().c_str(), 1);
+  }
+  TempDir data;
+  TempDir cache;
 };
-const PrivateDataHome privateDataHome;
+const PrivateHomes privateHomes;
 
 }  // namespace
 }  // namespace trivo::testing

@@ -76,6 +76,7 @@ class TextCache {
       if (recent.key == key) return recent.character;
       return learn(text.substr(at, length), key);
     }
+    // What character() gives for a character not met last: looked up, or folded the first time.
     const Character* learn(std::string_view bytes, std::uint32_t key);
     // The bytes of a character of UTF-8 that begins with `lead`; 0 for a byte that begins none.
     static std::size_t sequenceLength(unsigned char lead) {
@@ -85,7 +86,7 @@ class TextCache {
     static std::size_t slot(std::uint32_t key) { return (key * 0x9E3779B1U) >> 24; }
 
     std::unordered_map<std::uint32_t, Character> characters_;  // by their bytes
-    // The characters met last, by a few bits of their bytes: a page uses a handful of them.
+    // The characters met last, by the slot of their bytes: a page uses a handful of them.
     struct Recent {
       std::uint32_t key = 0;
       const Character* character = nullptr;

@@ -20,6 +20,7 @@
 #include <string_view>
 #include <thread>
 
+#include "core/format/text_util.h"
 #include "core/search/search_lines.h"
 #include "core/store/text_cache.h"
 
@@ -55,25 +56,11 @@ bool readWhole(int root, const std::string& file, std::string& out) {
   return ok;
 }
 
-char lowerAscii(char c) {
-  return static_cast<unsigned char>(c - 'A') < 26 ? static_cast<char>(c + 32) : c;
-}
-char upperAscii(char c) {
-  return static_cast<unsigned char>(c - 'a') < 26 ? static_cast<char>(c - 32) : c;
-}
-
-// Text with its ASCII letters lowered: what folding gives for a line in which no character
-// folds otherwise.
+// Text with its ASCII letters lowered, into a buffer used again: what folding gives for a line
+// in which no character folds otherwise.
 void lowerAscii(std::string_view text, std::string& out) {
   out.resize(text.size());
-  std::transform(text.begin(), text.end(), out.begin(), [](char c) { return lowerAscii(c); });
-}
-
-// A line without the "\n" or "\r\n" that ends it.
-std::string_view trimmed(std::string_view line) {
-  if (!line.empty() && line.back() == '\n') line.remove_suffix(1);
-  if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
-  return line;
+  std::transform(text.begin(), text.end(), out.begin(), text::lowerLetter);
 }
 
 // Sixteen bytes side by side, compared all at once in the vector registers every target has.
@@ -150,7 +137,7 @@ class FileScanner {
     if (lead_.empty()) {
       for (std::size_t begin = 0, index = 0; begin < raw_.size(); ++index) {
         const std::size_t end = lineEnd(begin);
-        folder_.fold(trimmed(std::string_view(raw_).substr(begin, end - begin)), folded_);
+        folder_.fold(text::withoutCR(std::string_view(raw_).substr(begin, end - begin)), folded_);
         consider(index, begin, folded_);
         begin = end + 1;
       }
@@ -166,16 +153,15 @@ class FileScanner {
       std::size_t countedIndex = 0;
       while (at != kNone || unlike != kNone) {
         const std::size_t here = std::min(at, unlike);
-        const auto* bytes = raw_.data();
-        const void* before = ::memrchr(bytes, '\n', here);
-        const std::size_t begin =
-            before ? static_cast<std::size_t>(static_cast<const char*>(before) - bytes) + 1 : 0;
+        const std::size_t begin = lineStart(here);
         const std::size_t end = lineEnd(here);
-        const std::size_t index = countedIndex + static_cast<std::size_t>(std::count(
-                                                     bytes + counted, bytes + begin, '\n'));
+        const std::size_t index =
+            countedIndex +
+            static_cast<std::size_t>(std::count(raw_.data() + counted, raw_.data() + begin, '\n'));
         counted = begin;
         countedIndex = index;
-        const std::string_view line = trimmed(std::string_view(raw_).substr(begin, end - begin));
+        const std::string_view line =
+            text::withoutCR(std::string_view(raw_).substr(begin, end - begin));
         const bool leadHere = at < end && at + lead_.size() <= begin + line.size();
         if (unlike < end) {
           // A line that folds otherwise is folded only when the fold can hold the lead term
@@ -213,12 +199,12 @@ class FileScanner {
       std::size_t begin = shownNext;
       if (from > shown + 1) {
         begin = hit.begin;
-        for (std::size_t n = hit.number; n > from; --n) begin = lineBefore(begin);
+        for (std::size_t n = hit.number; n > from; --n) begin = lineStart(begin - 1);
       }
       const std::size_t to = hit.number + std::min(context_, raw_.size());  // (cannot wrap)
       for (std::size_t n = from; n <= to && begin < raw_.size(); ++n) {
         const std::size_t end = lineEnd(begin);
-        page.add(n, trimmed(std::string_view(raw_).substr(begin, end - begin)));
+        page.add(n, text::withoutCR(std::string_view(raw_).substr(begin, end - begin)));
         shown = n;
         begin = end + 1;
       }
@@ -241,9 +227,9 @@ class FileScanner {
                : raw_.size();
   }
 
-  // Where the line before the one that begins at `begin` (past the first) begins.
-  [[nodiscard]] std::size_t lineBefore(std::size_t begin) const {
-    const void* end = ::memrchr(raw_.data(), '\n', begin - 1);
+  // Where the line that holds byte `at` begins (for a "\n", the line it ends).
+  [[nodiscard]] std::size_t lineStart(std::size_t at) const {
+    const void* end = ::memrchr(raw_.data(), '\n', at);
     return end ? static_cast<std::size_t>(static_cast<const char*>(end) - raw_.data()) + 1 : 0;
   }
 
@@ -258,9 +244,9 @@ class FileScanner {
     const char* text = raw_.data();
     const std::size_t last = raw_.size() - length;  // the last place the term can start
     const Block first = blockOf(lead_.front());
-    const Block firstUpper = blockOf(upperAscii(lead_.front()));
+    const Block firstUpper = blockOf(text::upperLetter(lead_.front()));
     const Block final = blockOf(lead_.back());
-    const Block finalUpper = blockOf(upperAscii(lead_.back()));
+    const Block finalUpper = blockOf(text::upperLetter(lead_.back()));
     std::size_t at = from;
     for (; at + sizeof(Block) <= last + 1; at += sizeof(Block)) {
       const Block head = load(text + at);
@@ -285,7 +271,7 @@ class FileScanner {
   // Whether the lead term stands at `text`, its ASCII letters in either case.
   [[nodiscard]] bool isLead(const char* text) const {
     for (std::size_t i = 0; i < lead_.size(); ++i) {
-      if (lowerAscii(text[i]) != lead_[i]) return false;
+      if (text::lowerLetter(text[i]) != lead_[i]) return false;
     }
     return true;
   }

@@ -3,6 +3,7 @@
 #include "core/search/search_index.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -484,6 +485,22 @@ TEST(SearchIndexAgreement, PagesComeOneByOneInOrderAndAThrowStopsTheSearch) {
                             }),
                std::runtime_error);
   EXPECT_EQ(seen, 3u);
+}
+
+// A pipe or a folder named like a page is no page: reading the files passes over it, where
+// opening the pipe to read it would wait for a writer for ever.
+TEST(SearchIndexAgreement, ReadingTheFilesPassesOverWhatIsNoFile) {
+  testing::TempDir dir;
+  dir.write("vault/days/2026-01-02.md", "# A day\n- coffee\n");
+  ASSERT_EQ(::mkfifo((dir.path() / "vault/days/2026-01-01.md").c_str(), 0644), 0);
+  std::filesystem::create_directories(dir.path() / "vault/days/2026-01-03.md");
+  SearchIndex::Options o;
+  o.vault = dir.path() / "vault";
+  o.cacheFolder = dir.path() / "cache";
+  o.plan = SearchIndex::Options::Plan::files;
+  const auto pages = SearchIndex(o).search(SearchQuery::parse("co"));
+  ASSERT_EQ(pages.size(), 1u);
+  EXPECT_EQ(pages.front().file, "days/2026-01-02.md");
 }
 
 }  // namespace

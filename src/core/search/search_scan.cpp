@@ -29,9 +29,10 @@ namespace {
 
 // Reads a whole file into `out`; false when it is no regular file or cannot be read. `file` is
 // relative to the folder `root` is open on: thousands of files are opened, and the kernel then
-// walks two names of each path rather than all of them.
+// walks two names of each path rather than all of them. It is opened without waiting: a pipe
+// named like a page would otherwise hold the search until something wrote to it.
 bool readWhole(int root, const std::string& file, std::string& out) {
-  const int fd = ::openat(root, file.c_str(), O_RDONLY | O_CLOEXEC);
+  const int fd = ::openat(root, file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
   if (fd < 0) return false;
   struct stat info {};
   bool ok = ::fstat(fd, &info) == 0 && S_ISREG(info.st_mode);

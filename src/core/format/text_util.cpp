@@ -66,6 +66,10 @@ std::string join(const std::vector<std::string>& parts, std::string_view separat
 
 bool isBlank(std::string_view line) { return trimBreaks(line).empty(); }
 
+namespace {
+char lowerLetter(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
+}  // namespace
+
 std::string lower(std::string_view s) {
   std::string out(s);
   for (auto& c : out) c = lowerLetter(c);
@@ -74,7 +78,9 @@ std::string lower(std::string_view s) {
 
 std::string upper(std::string_view s) {
   std::string out(s);
-  for (auto& c : out) c = upperLetter(c);
+  for (auto& c : out) {
+    if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
+  }
   return out;
 }
 

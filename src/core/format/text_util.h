@@ -28,12 +28,6 @@ bool isBlank(std::string_view line);
 // ASCII case folding; other bytes are unchanged.
 std::string lower(std::string_view s);
 std::string upper(std::string_view s);
-inline char lowerLetter(char c) {
-  return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
-inline char upperLetter(char c) {
-  return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
-}
 bool startsWithNoCase(std::string_view s, std::string_view prefix);
 // Equal when ASCII letters are folded as lower() folds them.
 bool equalsNoCase(std::string_view a, std::string_view b);

@@ -57,11 +57,14 @@ bool readWhole(int root, const std::string& file, std::string& out) {
   return ok;
 }
 
+char lowerAscii(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
+char upperAscii(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; }
+
 // Text with its ASCII letters lowered, into a buffer used again: what folding gives for a line
 // in which no character folds otherwise.
 void lowerAscii(std::string_view text, std::string& out) {
   out.resize(text.size());
-  std::transform(text.begin(), text.end(), out.begin(), text::lowerLetter);
+  std::transform(text.begin(), text.end(), out.begin(), [](char c) { return lowerAscii(c); });
 }
 
 // Sixteen bytes side by side, compared all at once in the vector registers every target has.
@@ -245,9 +248,9 @@ class FileScanner {
     const char* text = raw_.data();
     const std::size_t last = raw_.size() - length;  // the last place the term can start
     const Block first = blockOf(lead_.front());
-    const Block firstUpper = blockOf(text::upperLetter(lead_.front()));
+    const Block firstUpper = blockOf(upperAscii(lead_.front()));
     const Block final = blockOf(lead_.back());
-    const Block finalUpper = blockOf(text::upperLetter(lead_.back()));
+    const Block finalUpper = blockOf(upperAscii(lead_.back()));
     std::size_t at = from;
     for (; at + sizeof(Block) <= last + 1; at += sizeof(Block)) {
       const Block head = load(text + at);
@@ -272,7 +275,7 @@ class FileScanner {
   // Whether the lead term stands at `text`, its ASCII letters in either case.
   [[nodiscard]] bool isLead(const char* text) const {
     for (std::size_t i = 0; i < lead_.size(); ++i) {
-      if (text::lowerLetter(text[i]) != lead_[i]) return false;
+      if (lowerAscii(text[i]) != lead_[i]) return false;
     }
     return true;
   }

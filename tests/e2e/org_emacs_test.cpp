@@ -134,6 +134,25 @@ TEST_F(OrgInEmacs, PagesTickedAndClockedInEmacsWriteBackUnchanged) {
   EXPECT_EQ(emacs("report", weekPage), weekBefore);
 }
 
+// A planning line written by hand under the Outcomes heading stays the heading's: Org sees the
+// same deadlines before and after Trivo writes the page, twice.
+TEST_F(OrgInEmacs, PlanningUnderASectionHeadingStaysWithIt) {
+  std::string text = org_.renderDay(day());
+  const std::string heading = "* Outcomes\n";
+  ASSERT_NE(text.find(heading), std::string::npos) << text;
+  text.insert(text.find(heading) + heading.size(),
+              "DEADLINE: <2026-09-13 Sun>\nWhat the day is for.\n");
+  const fs::path page = write("days/2026-09-11.org", text);
+  const std::string before = emacs("report", page);
+  ASSERT_TRUE(has(before, "* - Outcomes | closed - | scheduled - | deadline <2026-09-13 Sun>"))
+      << before;
+  for (int round = 0; round < 2; ++round) {
+    write("days/2026-09-11.org",
+          org_.renderDay(org_.parseDay(read("days/2026-09-11.org"), friday_)));
+    EXPECT_EQ(emacs("report", page), before) << read("days/2026-09-11.org");
+  }
+}
+
 // Trivo writes a page; Org reads each outcome's keyword, its planning and the minutes of its
 // sessions as Trivo meant them. Changes Trivo makes after Emacs ticked the page come through
 // once: a new session adds its minutes, an outcome opened again loses its CLOSED stamp.

@@ -724,12 +724,15 @@ std::string renderReflection(TextSyntax syntax, const Passthrough& pass, std::st
       .write(kPartLevel, key, parts, bodies, closeFences(syntax, std::move(before)));
 }
 
-// Section tails under a path belong to the parts, which the part writer puts back itself; the
-// page writer must only see the section's own tail.
+// Leads and tails under a path belong to the parts, which the part writer puts back itself; the
+// page writer must only see the section's own.
 Passthrough topLevelOnly(const Passthrough& pass) {
   Passthrough out = pass;
-  std::erase_if(out.sectionTails,
-                [](const auto& entry) { return entry.first.find('/') != std::string::npos; });
+  const auto underAPath = [](const auto& entry) {
+    return entry.first.find('/') != std::string::npos;
+  };
+  std::erase_if(out.sectionLeads, underAPath);
+  std::erase_if(out.sectionTails, underAPath);
   return out;
 }
 
@@ -738,12 +741,18 @@ std::string writeSections(TextSyntax syntax, const Passthrough& pass,
   Passthrough top = topLevelOnly(pass);
   for (const auto& section : known) {
     std::string& body = bodies[section.key];
+    if (auto lead = top.sectionLeads.find(section.key); lead != top.sectionLeads.end()) {
+      // A fence left open above the items would take them in when the page is read again.
+      std::string above = closeFences(syntax, lead->second);
+      body = body.empty() ? std::move(above) : std::move(above) + "\n" + body;
+    }
     if (auto tail = top.sectionTails.find(section.key); tail != top.sectionTails.end()) {
       if (!body.empty() && !tail->second.empty()) body += '\n';
       body += tail->second;
     }
     body = closeFences(syntax, std::move(body));
   }
+  top.sectionLeads.clear();
   top.sectionTails.clear();
   for (auto& unknown : top.unknownSections)
     unknown.raw = closeFences(syntax, std::move(unknown.raw));

@@ -708,6 +708,38 @@ TEST(PageSerializer, CarriageReturnsAndMarksAtLineEdgesGoInOneRead) {
   EXPECT_EQ(md.renderMonth(md.parseMonth(text, month)), text);
 }
 
+// A line under a section heading and above its first item stays there: in Org it is the
+// heading's planning, and written below the items it would become the last outcome's.
+TEST(PageSerializer, TextAboveASectionsItemsStaysAboveThem) {
+  const MarkdownSerializer org(YearMode::quarter, TextSyntax::org);
+  const DayDate date = *DayDate::make(2026, 9, 16);
+  const std::string page =
+      "* Outcomes\nDEADLINE: <2026-09-20 Sun>\nA note of mine\n"
+      "** TODO Ship\nSCHEDULED: <2026-09-16 Wed>\n** TODO Call\nSCHEDULED: <2026-09-16 Wed>\n";
+  const DayEntry day = org.parseDay(page, date);
+  EXPECT_EQ(day.outcomes.outcomes[1].text, "Call");
+  for (const auto& outcome : day.outcomes.outcomes) {
+    EXPECT_TRUE(std::ranges::none_of(outcome.trailingLines, [](const std::string& line) {
+      return line.find("DEADLINE") != std::string::npos;
+    })) << outcome.text;
+  }
+  const std::string once = org.renderDay(day);
+  EXPECT_NE(once.find("* Outcomes\nDEADLINE: <2026-09-20 Sun>\nA note of mine\n** TODO Ship\n"),
+            std::string::npos)
+      << once;
+  EXPECT_EQ(js(org.parseDay(once, date)), js(day));
+  EXPECT_EQ(org.renderDay(org.parseDay(once, date)), once);
+
+  const MarkdownSerializer md(YearMode::quarter, TextSyntax::markdown);
+  const DayEntry mdDay =
+      md.parseDay("## Journal\nWritten before any entry.\n\n- 09:14 \u2014 Coffee\n", date);
+  ASSERT_EQ(mdDay.journal.size(), 1U);
+  const std::string mdText = md.renderDay(mdDay);
+  EXPECT_NE(mdText.find("## Journal\nWritten before any entry.\n\n- 09:14 \u2014 Coffee"),
+            std::string::npos)
+      << mdText;
+}
+
 // Org inbox items written as headings, in the shape Emacs gives them.
 TEST(PageSerializer, OrgHeadingsWithAKeywordAreInboxItems) {
   const MarkdownSerializer org(YearMode::quarter, TextSyntax::org);

@@ -69,24 +69,49 @@ std::optional<std::string> SectionReader::body(std::string_view key) const {
   return it->second;
 }
 
+namespace {
+
+// Keeps one line refused by a section's reader: a run of blank lines becomes one.
+void keepRefused(std::vector<std::string_view>& kept, std::string_view line) {
+  if (!(text::isBlank(line) && !kept.empty() && text::isBlank(kept.back()))) kept.push_back(line);
+}
+
+}  // namespace
+
 std::size_t SectionReader::linesCounting(std::string_view key, LineVisitor consume) {
   auto it = bodies_.find(key);
   if (it == bodies_.end()) return 0;
   std::size_t consumed = 0;
+  // Lines above the first one taken stay above what is written in their place: under an Org
+  // heading they are the heading's own (its planning line, say), and below the items they would
+  // become the last item's.
+  std::vector<std::string_view> lead;
   std::vector<std::string_view> kept;
   for (auto line : text::lines(it->second)) {
     if (consume(line)) {
       ++consumed;
-    } else if (!(text::isBlank(line) && !kept.empty() && text::isBlank(kept.back()))) {
-      kept.push_back(line);
+    } else if (consumed == 0) {
+      if (!(lead.empty() && text::isBlank(line))) keepRefused(lead, line);
+    } else {
+      keepRefused(kept, line);
     }
+  }
+  // With nothing taken, everything refused is the lead, and blank lines end nothing.
+  if (consumed == 0) {
+    while (!lead.empty() && text::isBlank(lead.back())) lead.pop_back();
   }
   while (!kept.empty() && text::isBlank(kept.back())) kept.pop_back();
   if (!kept.empty() && text::isBlank(kept.front())) kept.front() = std::string_view();
-  if (!kept.empty()) {
-    pass.sectionTails[std::string(key)] = text::join(kept, "\n");
+  const std::string name(key);
+  if (!lead.empty()) {
+    pass.sectionLeads[name] = text::join(lead, "\n");
   } else {
-    pass.sectionTails.erase(std::string(key));
+    pass.sectionLeads.erase(name);
+  }
+  if (!kept.empty()) {
+    pass.sectionTails[name] = text::join(kept, "\n");
+  } else {
+    pass.sectionTails.erase(name);
   }
   return consumed;
 }

@@ -75,9 +75,11 @@ class SectionReader {
   [[nodiscard]] std::optional<std::string> body(std::string_view key) const;
 
   // Offers every line of the section `key` to `consume`, in order. The lines it refuses are kept
-  // verbatim and in order as the section's tail; blank lines at its end are dropped and a run of
-  // blank lines (left where consumed lines stood between them) is kept as one. Returns how many
-  // lines were consumed; 0 when the section is missing.
+  // verbatim and in order: those above the first line consumed as the section's lead, the others
+  // as its tail. Blank lines at the start of the lead and at the end of the tail are dropped, and
+  // a run of blank lines (left where consumed lines stood between them) is kept as one; the lead
+  // keeps one blank line at its end when one stood before the first line consumed. Returns how
+  // many lines were consumed; 0 when the section is missing.
   std::size_t linesCounting(std::string_view key, LineVisitor consume);
 
  private:

@@ -59,6 +59,28 @@ TEST(SectionReader, TailsKeepOrderAndOneBlankLineWhereConsumedLinesStood) {
   EXPECT_EQ(reader.pass.sectionTails.at("notes"), "\npara one\n\npara two");
 }
 
+// What stands above a section's first item is the heading's own (an Org planning line, a
+// note); kept apart from the tail so that it is written back above the items.
+TEST(SectionReader, TextAboveTheFirstItemIsTheLead) {
+  SectionReader reader(TextSyntax::markdown);
+  reader.read("## Notes\n\nnote first\n\n\nsecond\n\n- [ ] a\nafter\n- [ ] b\n## Journal\nonly\n\n",
+              2, dayKnown);
+  EXPECT_EQ(reader.linesCounting("notes", isCheckbox), 2u);
+  EXPECT_EQ(reader.pass.sectionLeads.at("notes"), "note first\n\nsecond\n");
+  EXPECT_EQ(reader.pass.sectionTails.at("notes"), "after");
+
+  // With nothing taken, all of it is the lead and there is no tail.
+  EXPECT_EQ(reader.linesCounting("journal", isCheckbox), 0u);
+  EXPECT_EQ(reader.pass.sectionLeads.at("journal"), "only");
+  EXPECT_FALSE(reader.pass.sectionTails.contains("journal"));
+
+  // Reading a section again forgets a lead it no longer has.
+  reader.read("## Notes\n- [ ] a\nafter\n", 2, dayKnown);
+  reader.linesCounting("notes", isCheckbox);
+  EXPECT_FALSE(reader.pass.sectionLeads.contains("notes"));
+  EXPECT_EQ(reader.pass.sectionTails.at("notes"), "after");
+}
+
 TEST(SectionWriter, PutsUnknownSectionsTagsAndTailsBackWhereTheyStood) {
   SectionReader reader(TextSyntax::markdown);
   const std::string preamble = reader.read(handEdited, 2, dayKnown);

@@ -35,6 +35,7 @@ void to_json(Json& j, const Passthrough& p) {
   j = Json::object();
   json::put(j, "frontmatterExtras", p.frontmatterExtras);
   json::put(j, "preamble", p.preamble);
+  json::put(j, "sectionLeads", p.sectionLeads);
   json::put(j, "sectionTails", p.sectionTails);
   json::put(j, "unknownSections", p.unknownSections);
   json::put(j, "headingTags", p.headingTags);
@@ -45,6 +46,7 @@ void from_json(const Json& j, Passthrough& p) {
   Passthrough r;
   json::take(j, "frontmatterExtras", r.frontmatterExtras);
   json::take(j, "preamble", r.preamble);
+  json::take(j, "sectionLeads", r.sectionLeads);
   json::take(j, "sectionTails", r.sectionTails);
   json::take(j, "unknownSections", r.unknownSections);
   json::take(j, "headingTags", r.headingTags);

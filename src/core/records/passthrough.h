@@ -29,6 +29,8 @@ struct Passthrough {
   std::vector<FrontmatterField> frontmatterExtras;
   // Text between the front matter and the first section.
   std::optional<std::string> preamble;
+  // Section key → raw text written above the section's recognised content, kept above it.
+  std::map<std::string, std::string> sectionLeads;
   // Section key → raw text that followed the section's recognised content.
   std::map<std::string, std::string> sectionTails;
   std::vector<UnknownSection> unknownSections;
@@ -36,7 +38,7 @@ struct Passthrough {
   std::map<std::string, std::vector<std::string>> headingTags;
 
   [[nodiscard]] bool isEmpty() const {
-    return frontmatterExtras.empty() && !preamble && sectionTails.empty() &&
+    return frontmatterExtras.empty() && !preamble && sectionLeads.empty() && sectionTails.empty() &&
            unknownSections.empty() && headingTags.empty();
   }
   bool operator==(const Passthrough&) const = default;

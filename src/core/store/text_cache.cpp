@@ -175,22 +175,16 @@ std::size_t TextCache::Folder::nextChanged(std::string_view text, std::size_t fr
   };
   std::size_t at = from;
   while (at < size) {
-    bool found = false;
-    for (; at + 16 <= size; at += 16) {
+    if (at + 16 <= size) {
       const auto [low, high] = highOf(at);
-      if (low != 0) {
-        at += firstSet(low);
-      } else if (high != 0) {
-        at += 8 + firstSet(high);
-      } else {
+      if (low == 0 && high == 0) {
+        at += 16;
         continue;
       }
-      found = true;
-      break;
-    }
-    if (!found) {
-      while (at < size && static_cast<unsigned char>(bytes[at]) < 0x80) ++at;
-      if (at == size) break;
+      at += low != 0 ? firstSet(low) : 8 + firstSet(high);
+    } else if (static_cast<unsigned char>(bytes[at]) < 0x80) {
+      ++at;  // the last bytes, one by one
+      continue;
     }
     const Character* folded = character(text, at);
     if (!folded || !folded->same) return at;

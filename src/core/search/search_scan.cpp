@@ -120,7 +120,6 @@ class FileScanner {
 
     const VaultFormat syntax = source.page ? format_ : VaultFormat::org;
     auto accept = [&](std::size_t index, std::size_t begin) {
-      page.matches.push_back(index + 1);
       hits_.push_back(Hit{index + 1, begin});
     };
     // Whether the line `index`, which begins at `begin`, matches, `flat` its folded text.
@@ -191,6 +190,10 @@ class FileScanner {
     }
     if (hits_.empty()) return false;
 
+    // The numbers are copied once they are all known: grown a match at a time, the page's list
+    // was allocated again and again for every page that matches.
+    page.matches.reserve(hits_.size());
+    for (const Hit& hit : hits_) page.matches.push_back(hit.number);
     // Each match with its neighbours, in line order, each line once.
     page.lines.reserve(std::min(hits_.size() * (1 + 2 * std::min<std::size_t>(context_, 8)),
                                 raw_.size() / 16 + hits_.size()));

@@ -6,7 +6,6 @@
 
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <sstream>
 
 #include "core/format/serializer_error.h"
@@ -44,37 +43,12 @@ std::string withPlainKeywords(std::string text) {
   return text;
 }
 
-EntryKey keyOfPage(std::string_view text) {
-  for (const auto& [field, make] :
-       std::vector<std::pair<std::string, std::function<std::optional<EntryKey>(std::string)>>>{
-           {"date: ",
-            [](std::string v) -> std::optional<EntryKey> {
-              auto d = DayDate::parse(v);
-              return d ? std::optional(EntryKey::day(*d)) : std::nullopt;
-            }},
-           {"week: ",
-            [](std::string v) -> std::
-                                  optional<EntryKey> {
-                                    auto w = ISOWeek::parse(v);
-                                    return w ? std::optional(EntryKey::week(*w)) : std::nullopt;
-                                  }},
-           {"month: ",
-            [](std::string v) -> std::
-                                  optional<EntryKey> {
-                                    auto m = YearMonth::parse(v);
-                                    return m ? std::optional(EntryKey::month(*m)) : std::nullopt;
-                                  }},
-           {"quarter: ", [](std::string v) -> std::optional<EntryKey> {
-              auto q = YearQuarter::parse(v);
-              return q ? std::optional(EntryKey::quarter(*q)) : std::nullopt;
-            }}}) {
-    const auto at = text.find(field);
-    if (at == std::string_view::npos) continue;
-    const auto end = text.find_first_of("\r\n", at);
-    if (auto key = make(std::string(text.substr(at + field.size(), end - at - field.size())))) {
-      return *key;
-    }
-  }
+// The page each of the hand-edited test pages is, by the start of its file name.
+EntryKey keyOfTestPage(const std::string& name) {
+  if (name.starts_with("day")) return EntryKey::day(*DayDate::make(2026, 9, 16));
+  if (name.starts_with("week")) return EntryKey::week(ISOWeek{2026, 38});
+  if (name.starts_with("month")) return EntryKey::month(YearMonth{2026, 9});
+  if (name.starts_with("quarter")) return EntryKey::quarter(YearQuarter{2026, 3});
   return EntryKey::inbox();
 }
 
@@ -152,19 +126,18 @@ TEST(PageConverter, HandEditedTestPagesComeBack) {
     const VaultFormat from = org ? VaultFormat::org : VaultFormat::markdown;
     const VaultFormat to = org ? VaultFormat::markdown : VaultFormat::org;
     const std::string text = readFile(entry.path());
-    const EntryKey key = keyOfPage(text);
+    const std::string name = entry.path().filename().string();
+    const EntryKey key = keyOfTestPage(name);
     const auto codec = SerializerCodec::forVault(Vault{"/v", from, "en", {}}, YearMode::quarter);
     const std::string canonical = withPlainKeywords(codec->rewrite(key, text));
     const std::string converted = PageConverter(YearMode::quarter, from, to).convert(key, text);
     const std::string back = PageConverter(YearMode::quarter, to, from).convert(key, converted);
     const bool comesBack =
         PageConverter(YearMode::quarter, from, to).comesBack(key, text, converted);
-    const std::string name = entry.path().filename().string();
     EXPECT_EQ(comesBack, name != "inbox.org") << name;
     ++pages;
     if (name == "inbox.org") continue;
-    EXPECT_TRUE(back == canonical)
-        << unifiedDiff(canonical, back, entry.path().filename().string(), "back");
+    EXPECT_TRUE(back == canonical) << unifiedDiff(canonical, back, name, "back");
   }
   EXPECT_GE(pages, 8u);
 }

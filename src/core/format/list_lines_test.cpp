@@ -3,15 +3,13 @@
 
 #include <gtest/gtest.h>
 
+#include <utility>
+
 namespace trivo {
 namespace {
 
 TEST(CheckboxLine, ParsesBoxesWithAnyOneCharacterMark) {
-  struct Case {
-    const char* line;
-    std::optional<CheckboxLine> expected;
-  };
-  const Case cases[] = {
+  const std::pair<const char*, std::optional<CheckboxLine>> cases[] = {
       {"- [ ] Write the report", CheckboxLine{" ", "Write the report"}},
       {"- [x] Done", CheckboxLine{"x", "Done"}},
       {"- [-]   Cancelled  ", CheckboxLine{"-", "Cancelled"}},
@@ -30,7 +28,7 @@ TEST(CheckboxLine, ParsesBoxesWithAnyOneCharacterMark) {
       {"- [\xE2\x82] cut sequence", std::nullopt},
       {"", std::nullopt},
   };
-  for (const auto& c : cases) EXPECT_EQ(CheckboxLine::parse(c.line), c.expected) << c.line;
+  for (const auto& [line, box] : cases) EXPECT_EQ(CheckboxLine::parse(line), box) << line;
 }
 
 TEST(CheckboxLine, RenderedLinesReadBack) {
@@ -47,11 +45,7 @@ TEST(CheckboxLine, RenderedLinesReadBack) {
 TEST(NumberedLine, ReadsAndWritesNumberDotText) {
   EXPECT_EQ(NumberedLine::render(2, "Second"), "2. Second");
   EXPECT_EQ(NumberedLine::render(3, ""), "3.");
-  struct Case {
-    const char* line;
-    std::optional<NumberedLine> expected;
-  };
-  const Case cases[] = {
+  const std::pair<const char*, std::optional<NumberedLine>> cases[] = {
       {"2. Second", NumberedLine{2, "Second"}},
       {"10.  spaced ", NumberedLine{10, "spaced"}},
       {"3.", NumberedLine{3, ""}},
@@ -62,15 +56,11 @@ TEST(NumberedLine, ReadsAndWritesNumberDotText) {
       {"99999999999999999999. huge", std::nullopt},
       {"7", std::nullopt},
   };
-  for (const auto& c : cases) EXPECT_EQ(NumberedLine::parse(c.line), c.expected) << c.line;
+  for (const auto& [line, numbered] : cases) EXPECT_EQ(NumberedLine::parse(line), numbered) << line;
 }
 
 TEST(ServesLink, TakesOnlyAFinalMarkWithPositionOneToThree) {
-  struct Case {
-    const char* text;
-    ServesLink expected;
-  };
-  const Case cases[] = {
+  const std::pair<const char*, ServesLink> cases[] = {
       {"Ship the report → #2", {"Ship the report", 2}},
       {"→ #3", {"", 3}},
       {"Plan → #4", {"Plan → #4", std::nullopt}},
@@ -87,7 +77,7 @@ TEST(ServesLink, TakesOnlyAFinalMarkWithPositionOneToThree) {
       {"Issue #2", {"Issue #2", std::nullopt}},
       {"", {"", std::nullopt}},
   };
-  for (const auto& c : cases) EXPECT_EQ(ServesLink::split(c.text), c.expected) << c.text;
+  for (const auto& [text, link] : cases) EXPECT_EQ(ServesLink::split(text), link) << text;
 }
 
 TEST(ServesLink, WrittenMarksSplitBack) {

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "core/format/serializer_error.h"
 
 namespace trivo {
@@ -79,36 +81,22 @@ TEST(Outline, TrimBlankLinesKeepsInnerBlankLines) {
   EXPECT_EQ(Outline::trimBlankLines(std::vector<std::string>{" ", ""}), "");
 }
 
-TEST(Outline, FrontMatterFieldsRenderAndSplit) {
-  const std::vector<FrontmatterField> fields = {
-      {"date", "2026-09-16"}, {"liked", ""}, {"hotspots", "\n- health\n- work"}};
-  const std::string block = Outline::renderFrontmatter(fields);
-  EXPECT_EQ(block, "---\ndate: 2026-09-16\nliked:\nhotspots:\n- health\n- work\n---");
-  const std::string page = block + "\n\n# Day\n";
-  const auto front = Outline::splitFrontmatter(page);
-  EXPECT_EQ(front.fields, fields);
-  EXPECT_EQ(front.rest, "\n# Day\n");
-}
-
 TEST(Outline, FrontMatterReadsHandWrittenBlocks) {
-  struct Case {
-    const char* text;
-    std::vector<FrontmatterField> fields;
-    std::string rest;
-  };
-  const Case cases[] = {
+  const std::tuple<const char*, std::vector<FrontmatterField>, std::string> cases[] = {
       {"no front matter\n---\n", {}, "no front matter\n---\n"},
       {"---\n---\nbody", {}, "body"},
-      {"---\n\ndate :  2026-09-16  \nurl: https://x.org\n---\n", {{"date", "2026-09-16"}, {"url", "https://x.org"}}, ""},
+      {"---\n\ndate :  2026-09-16  \nurl: https://x.org\n---\n",
+       {{"date", "2026-09-16"}, {"url", "https://x.org"}},
+       ""},
       {"---\ntags:\n  - a: b\n  - https://c\n---", {{"tags", "\n  - a: b\n  - https://c"}}, ""},
       {"---\nnote: one\nwrapped line\n---\nx", {{"note", "one\nwrapped line"}}, "x"},
       {"---\r\ndate: 2026-09-16\r\n---\r\nbody\r\n", {{"date", "2026-09-16"}}, "body\r\n"},
       {"\xEF\xBB\xBF---\ndate: 2026-09-16\n---\nx", {{"date", "2026-09-16"}}, "x"},
   };
-  for (const auto& c : cases) {
-    const auto front = Outline::splitFrontmatter(c.text);
-    EXPECT_EQ(front.fields, c.fields) << c.text;
-    EXPECT_EQ(front.rest, c.rest) << c.text;
+  for (const auto& [text, fields, rest] : cases) {
+    const auto front = Outline::splitFrontmatter(text);
+    EXPECT_EQ(front.fields, fields) << text;
+    EXPECT_EQ(front.rest, rest) << text;
   }
 }
 

@@ -203,36 +203,34 @@ class Gen {
   }
 
   InboxItem inboxItem() {
-    {
-      InboxItem item;
-      item.id = "A1B2-" + std::to_string(below(1000));
-      item.text = words(1, 4);
-      item.captured = DayDate::make(2026, 9, static_cast<std::int64_t>(1 + below(28)));
-      if (coin()) item.pulledInto = DayDate::make(2026, 9, 16);
-      item.done = coin();
-      item.blocked = below(4) == 0;
-      if (coin()) item.priority = static_cast<Priority>(below(4));
-      if (item.done && coin()) {
-        item.closed = DayDate::make(2026, 9, 16);
-        if (coin()) item.closedTime = time();
-      }
-      if (below(4) == 0) item.hiddenUntil = DayDate::make(2026, 10, 1);
-      item.someday = below(5) == 0;
-      item.waiting = below(5) == 0;
-      if (coin()) item.serves = static_cast<std::int64_t>(1 + below(3));
-      if (coin()) item.due = DayDate::make(2026, 9, 18);
-      if (item.due && coin()) item.time = time();
-      if (item.time && coin()) item.alerts = {AlertOffset{-15}};
-      if (below(4) == 0) {
-        item.repeats = Repeat::weekly(1);
-        item.doneDates = {*DayDate::make(2026, 9, 9), *DayDate::make(2026, 9, 2)};
-      }
-      if (below(4) == 0) item.extraMeta.push_back("source: mail");
-      if (coin()) item.comments.push_back(words(1, 3));
-      item.subtasks = steps(1);
-      if (below(4) == 0) item.trailingLines.push_back("raw " + words(1, 2));
-      return item;
+    InboxItem item;
+    item.id = "A1B2-" + std::to_string(below(1000));
+    item.text = words(1, 4);
+    item.captured = DayDate::make(2026, 9, static_cast<std::int64_t>(1 + below(28)));
+    if (coin()) item.pulledInto = DayDate::make(2026, 9, 16);
+    item.done = coin();
+    item.blocked = below(4) == 0;
+    if (coin()) item.priority = static_cast<Priority>(below(4));
+    if (item.done && coin()) {
+      item.closed = DayDate::make(2026, 9, 16);
+      if (coin()) item.closedTime = time();
     }
+    if (below(4) == 0) item.hiddenUntil = DayDate::make(2026, 10, 1);
+    item.someday = below(5) == 0;
+    item.waiting = below(5) == 0;
+    if (coin()) item.serves = static_cast<std::int64_t>(1 + below(3));
+    if (coin()) item.due = DayDate::make(2026, 9, 18);
+    if (item.due && coin()) item.time = time();
+    if (item.time && coin()) item.alerts = {AlertOffset{-15}};
+    if (below(4) == 0) {
+      item.repeats = Repeat::weekly(1);
+      item.doneDates = {*DayDate::make(2026, 9, 9), *DayDate::make(2026, 9, 2)};
+    }
+    if (below(4) == 0) item.extraMeta.push_back("source: mail");
+    if (coin()) item.comments.push_back(words(1, 3));
+    item.subtasks = steps(1);
+    if (below(4) == 0) item.trailingLines.push_back("raw " + words(1, 2));
+    return item;
   }
 
   std::vector<JournalEntry> journal() {
@@ -398,20 +396,20 @@ TEST_P(Syntaxes, PeriodRecordsSurviveWriteAndRead) {
 }
 
 // The same with rapidcheck choosing every field, so that a failure shrinks to a small record.
-RC_GTEST_PROP(PageSerializerProperty, MarkdownRecordsSurviveWriteAndRead, ()) {
-  static const MarkdownSerializer serializer(YearMode::quarter, TextSyntax::markdown);
-  Gen gen(byRapidcheck(), TextSyntax::markdown);
+void roundTripByRapidcheck(TextSyntax syntax) {
+  const MarkdownSerializer serializer(YearMode::quarter, syntax);
+  Gen gen(byRapidcheck(), syntax);
   const auto failure = roundTripAllKinds(gen, serializer);
   if (failure) RC_LOG() << *failure << "\n";
   RC_ASSERT(!failure);
 }
 
+RC_GTEST_PROP(PageSerializerProperty, MarkdownRecordsSurviveWriteAndRead, ()) {
+  roundTripByRapidcheck(TextSyntax::markdown);
+}
+
 RC_GTEST_PROP(PageSerializerProperty, OrgRecordsSurviveWriteAndRead, ()) {
-  static const MarkdownSerializer serializer(YearMode::quarter, TextSyntax::org);
-  Gen gen(byRapidcheck(), TextSyntax::org);
-  const auto failure = roundTripAllKinds(gen, serializer);
-  if (failure) RC_LOG() << *failure << "\n";
-  RC_ASSERT(!failure);
+  roundTripByRapidcheck(TextSyntax::org);
 }
 
 TEST_P(Syntaxes, PageNamingAnotherPeriodIsRefusedWithBothKeys) {
@@ -433,17 +431,8 @@ TEST_P(Syntaxes, PageNamingAnotherPeriodIsRefusedWithBothKeys) {
   EXPECT_EQ(bare.year, 2030);
   EXPECT_EQ(bare.outcomes.outcomes[0].text, "Run");
   EXPECT_EQ(bare.outcomes.outcomes[0].state, OutcomeState::done);
-}
-
-TEST(PageSerializer, MalformedFrontMatterIsTheOnlyOtherFailure) {
-  const MarkdownSerializer md(YearMode::quarter, TextSyntax::markdown);
-  try {
-    (void)md.parseMonth("---", YearMonth{2026, 9});
-    FAIL();
-  } catch (const SerializerError& e) {
-    EXPECT_EQ(e.kind(), SerializerError::Case::malformedFrontmatter);
-  }
-  EXPECT_NO_THROW((void)md.parseMonth("\xFF\xFE garbage\n## ##\n- [", YearMonth{2026, 9}));
+  // Any other text reads as some page, however broken.
+  EXPECT_NO_THROW((void)serializer.parseMonth("\xFF\xFE garbage\n## ##\n- [", YearMonth{2026, 9}));
 }
 
 TEST(PageSerializer, UnsetOutcomesAndStatesReadAsWritten) {
@@ -583,62 +572,46 @@ std::vector<std::string> contentLines(std::string_view text) {
   return out;
 }
 
-template <class Parse, class Render>
-void expectKeepsEveryLine(const std::string& name, Parse parse, Render render) {
-  const std::string original = readDataFile(name);
-  ASSERT_FALSE(original.empty()) << name;
-  const std::string once = render(parse(original));
-  const auto written = contentLines(once);
-  for (const auto& line : contentLines(original)) {
-    if (line.starts_with("# ") || line.starts_with("#+title:")) continue;
-    EXPECT_NE(std::find(written.begin(), written.end(), line), written.end())
-        << name << " lost the line: " << line << "\n"
-        << once;
-  }
-  EXPECT_EQ(render(parse(once)), once) << name;
-}
-
+// Every line a person wrote is still there after one write, and the next write changes nothing.
 TEST(PageSerializer, HandEditedPagesKeepEveryLine) {
   const MarkdownSerializer md(YearMode::quarter, TextSyntax::markdown);
   const MarkdownSerializer org(YearMode::quarter, TextSyntax::org);
   const ISOWeek week{2026, 38};
-  expectKeepsEveryLine(
-      "week.md", [&](const std::string& t) { return md.parseWeek(t, week); },
-      [&](const WeekEntry& e) { return md.renderWeek(e); });
-  expectKeepsEveryLine(
-      "week_crlf_bom.md", [&](const std::string& t) { return md.parseWeek(t, week); },
-      [&](const WeekEntry& e) { return md.renderWeek(e); });
-  expectKeepsEveryLine(
-      "week.org", [&](const std::string& t) { return org.parseWeek(t, week); },
-      [&](const WeekEntry& e) { return org.renderWeek(e); });
-  expectKeepsEveryLine(
-      "quarter.md",
-      [&](const std::string& t) {
-        return md.parseQuarter(t, YearQuarter{2026, 3});
-      },
-      [&](const QuarterEntry& e) { return md.renderQuarter(e); });
-  expectKeepsEveryLine(
-      "inbox.md", [&](const std::string& t) { return md.parseInbox(t); },
-      [&](const Inbox& e) { return md.renderInbox(e); });
-  expectKeepsEveryLine(
-      "inbox.org", [&](const std::string& t) { return org.parseInbox(t); },
-      [&](const Inbox& e) { return org.renderInbox(e); });
-  expectKeepsEveryLine(
-      "day.md", [&](const std::string& t) { return md.parseDay(t, *DayDate::make(2026, 9, 16)); },
-      [&](const DayEntry& e) { return md.renderDay(e); });
-  expectKeepsEveryLine(
-      "month.org",
-      [&](const std::string& t) {
-        return org.parseMonth(t, YearMonth{2026, 9});
-      },
-      [&](const MonthEntry& e) { return org.renderMonth(e); });
+  using Rewrite = std::function<std::string(const std::string&)>;
+  const std::pair<const char*, Rewrite> pages[] = {
+      {"week.md", [&](const std::string& t) { return md.renderWeek(md.parseWeek(t, week)); }},
+      {"week_crlf_bom.md",
+       [&](const std::string& t) { return md.renderWeek(md.parseWeek(t, week)); }},
+      {"week.org", [&](const std::string& t) { return org.renderWeek(org.parseWeek(t, week)); }},
+      {"quarter.md",
+       [&](const std::string& t) {
+         return md.renderQuarter(md.parseQuarter(t, YearQuarter{2026, 3}));
+       }},
+      {"inbox.md", [&](const std::string& t) { return md.renderInbox(md.parseInbox(t)); }},
+      {"inbox.org", [&](const std::string& t) { return org.renderInbox(org.parseInbox(t)); }},
+      {"day.md",
+       [&](const std::string& t) {
+         return md.renderDay(md.parseDay(t, *DayDate::make(2026, 9, 16)));
+       }},
+      {"month.org",
+       [&](const std::string& t) {
+         return org.renderMonth(org.parseMonth(t, YearMonth{2026, 9}));
+       }},
+  };
+  for (const auto& [name, rewrite] : pages) {
+    const std::string original = readDataFile(name);
+    ASSERT_FALSE(original.empty()) << name;
+    const std::string once = rewrite(original);
+    const auto written = contentLines(once);
+    for (const auto& line : contentLines(original)) {
+      if (line.starts_with("# ") || line.starts_with("#+title:")) continue;
+      EXPECT_NE(std::find(written.begin(), written.end(), line), written.end())
+          << name << " lost the line: " << line << "\n"
+          << once;
+    }
+    EXPECT_EQ(rewrite(once), once) << name;
+  }
 }
-
-}  // namespace
-}  // namespace trivo
-
-namespace trivo {
-namespace {
 
 TEST(PageSerializer, DoneOrgOutcomesCarryTheStateChangeNoteOnce) {
   const MarkdownSerializer org(YearMode::quarter, TextSyntax::org);
@@ -661,12 +634,6 @@ TEST(PageSerializer, DoneOrgOutcomesCarryTheStateChangeNoteOnce) {
   const DayEntry read = org.parseDay(edited, day);
   EXPECT_EQ(org.renderDay(read), edited);
 }
-
-}  // namespace
-}  // namespace trivo
-
-namespace trivo {
-namespace {
 
 // Known front matter fields written twice, over several lines or with values that do not read
 // are kept; what is written reads back the same.
@@ -812,12 +779,6 @@ TEST(PageSerializer, OrgHeadingsWithAKeywordAreInboxItems) {
     EXPECT_EQ(s.renderInbox(s.parseInbox(once)), once);
   }
 }
-
-}  // namespace
-}  // namespace trivo
-
-namespace trivo {
-namespace {
 
 // Heading items keep the drawers Emacs writes under them in the order they stand; a property
 // drawer after the logbook is not one Org reads, and stays a line of the item's own.

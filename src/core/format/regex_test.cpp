@@ -28,17 +28,16 @@ TEST(Regex, LookBehindAndGroupReferencesInReplacements) {
             "see [[x][a]] and ![b](y) and [[z][c]]");
   EXPECT_EQ(Regex("b").replaceAll("abcabc", "$$"), "a$ca$c");
   EXPECT_EQ(Regex("(x)?y").replaceAll("y", "<$1>"), "<>");
-}
-
-TEST(Regex, ReplacementLongerThanTheSubjectGrows) {
+  // A replacement longer than the subject grows the result.
   EXPECT_EQ(Regex("a").replaceAll("aaaa", "0123456789"),
             "0123456789012345678901234567890123456789");
 }
 
-TEST(Regex, WholeMatchAndEmptyMatchesTerminate) {
+TEST(Regex, WholeMatchEmptyMatchesAndBadPatterns) {
   EXPECT_TRUE(Regex(R"(\d+)").matchWhole("123"));
   EXPECT_FALSE(Regex(R"(\d+)").matchWhole("123a"));
   EXPECT_EQ(Regex("x*").findAll("a→b").size(), 4u);  // before a, before →, before b, at the end
+  EXPECT_THROW(Regex("(unclosed"), std::logic_error);
 }
 
 TEST(Regex, InvalidUtf8SubjectsNeverFail) {
@@ -47,10 +46,6 @@ TEST(Regex, InvalidUtf8SubjectsNeverFail) {
   EXPECT_TRUE(re.contains(bad));
   EXPECT_EQ(re.replaceAll(bad, "$2"), "ok \xFF\xFE b://c \xC3");
   EXPECT_FALSE(Regex("x").find(bad, 200));
-}
-
-TEST(Regex, BadPatternIsAProgrammingError) {
-  EXPECT_THROW(Regex("(unclosed"), std::logic_error);
 }
 
 }  // namespace

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 namespace trivo {
 namespace {
 
@@ -12,14 +14,7 @@ using Result = TextMarks::Result;
 TEST(TextMarks, EmphasisWrapsTheSelectionAndToggles) {
   const TextSyntax md = TextSyntax::markdown;
   const TextSyntax org = TextSyntax::org;
-  struct Case {
-    Mark mark;
-    TextSyntax syntax;
-    const char* text;
-    TextMarks::Selection selection;
-    Result expected;
-  };
-  const Case cases[] = {
+  const std::tuple<Mark, TextSyntax, const char*, TextMarks::Selection, Result> cases[] = {
       {Mark::bold, md, "a big day", {2, 3}, {"a **big** day", {4, 3}}},
       {Mark::bold, md, "a **big** day", {4, 3}, {"a big day", {2, 3}}},
       {Mark::bold, md, "a **big** day", {2, 7}, {"a big day", {2, 3}}},
@@ -34,8 +29,8 @@ TEST(TextMarks, EmphasisWrapsTheSelectionAndToggles) {
       {Mark::bold, md, "clamped", {5, 999}, {"clamp**ed**", {7, 2}}},
       {Mark::bold, md, "neg", {-4, -1}, {"****neg", {2, 0}}},
   };
-  for (const auto& c : cases) {
-    EXPECT_EQ(TextMarks::apply(c.mark, c.text, c.selection, c.syntax), c.expected) << c.text;
+  for (const auto& [mark, syntax, text, selection, result] : cases) {
+    EXPECT_EQ(TextMarks::apply(mark, text, selection, syntax), result) << text;
   }
 }
 

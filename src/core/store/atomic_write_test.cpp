@@ -1,7 +1,7 @@
 #include "core/store/atomic_write.h"
 
-#include <gtest/gtest.h>
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -9,6 +9,8 @@
 #include <cerrno>
 #include <chrono>
 #include <filesystem>
+#include <functional>
+#include <utility>
 
 #include "testing/scoped_env.h"
 
@@ -32,86 +34,70 @@ mode_t modeOf(const fs::path& p) {
   return st.st_mode & 07777;
 }
 
-TEST(AtomicWrite, ReplacesContentAndKeepsPermissionBits) {
+// A replaced file keeps its permission bits unless a mode is given; a new one gets the umask's,
+// with its missing folders made; a link is written through to the real file.
+TEST(AtomicWrite, ReplacesContentKeepingModeAndLinks) {
   TempDir dir;
   const fs::path page = dir.write("2026/09/2026-09-16.md", "old text that is longer\n");
   ASSERT_EQ(::chmod(page.c_str(), 0640), 0);
   AtomicWrite::write("new\n", page);
   EXPECT_EQ(dir.read("2026/09/2026-09-16.md"), "new\n");
   EXPECT_EQ(modeOf(page), 0640u);
+  AtomicWrite::write("{ }", page, {.mode = 0600, .durable = false});
+  EXPECT_EQ(modeOf(page), 0600u);
+
+  const mode_t old = ::umask(027);
+  const fs::path fresh = dir.path() / "a" / "b" / "inbox.md";
+  AtomicWrite::write("x", fresh);
+  ::umask(old);
+  EXPECT_EQ(dir.read("a/b/inbox.md"), "x");
+  EXPECT_EQ(modeOf(fresh), 0640u);
+
+  const fs::path link = dir.path() / "vault" / "page.md";
+  fs::create_directories(link.parent_path());
+  fs::create_symlink(page, link);
+  AtomicWrite::write("through the link", link);
+  EXPECT_TRUE(fs::is_symlink(link));
+  EXPECT_EQ(dir.read("2026/09/2026-09-16.md"), "through the link");
+  EXPECT_EQ(countScratch(link.parent_path()), 0u);
   EXPECT_EQ(countScratch(page.parent_path()), 0u);
 }
 
-TEST(AtomicWrite, NewFileGetsUmaskedModeAndMissingFolders) {
+// Each refusal names the file and the system's reason, and leaves nothing behind.
+TEST(AtomicWrite, RefusalsNameTheFileAndLeaveNothingBehind) {
   TempDir dir;
-  const mode_t old = ::umask(027);
-  const fs::path page = dir.path() / "a" / "b" / "inbox.md";
-  AtomicWrite::write("x", page);
-  ::umask(old);
-  EXPECT_EQ(dir.read("a/b/inbox.md"), "x");
-  EXPECT_EQ(modeOf(page), 0640u);
-}
-
-TEST(AtomicWrite, ExplicitModeWinsOverExistingBits) {
-  TempDir dir;
-  const fs::path file = dir.write("live.json", "{}");
-  ASSERT_EQ(::chmod(file.c_str(), 0644), 0);
-  AtomicWrite::write("{ }", file, {.mode = 0600, .durable = false});
-  EXPECT_EQ(modeOf(file), 0600u);
-}
-
-TEST(AtomicWrite, WritesThroughSymlinkToTheRealFile) {
-  TempDir dir;
-  const fs::path real = dir.write("elsewhere/real.md", "old");
-  fs::create_directories(dir.path() / "vault");
-  const fs::path link = dir.path() / "vault" / "page.md";
-  fs::create_symlink(real, link);
-  AtomicWrite::write("new", link);
-  EXPECT_TRUE(fs::is_symlink(link));
-  EXPECT_EQ(dir.read("elsewhere/real.md"), "new");
-  EXPECT_EQ(countScratch(dir.path() / "vault"), 0u);
-  EXPECT_EQ(countScratch(dir.path() / "elsewhere"), 0u);
-}
-
-TEST(AtomicWrite, RefusesDanglingSymlink) {
-  TempDir dir;
-  const fs::path link = dir.path() / "page.md";
+  const auto refusal = [](const fs::path& file) -> std::optional<FileError> {
+    try {
+      AtomicWrite::write("text", file);
+    } catch (const FileError& e) {
+      return e;
+    }
+    return std::nullopt;
+  };
+  // A link to nothing is not followed into a new file.
+  const fs::path link = dir.path() / "link.md";
   fs::create_symlink(dir.path() / "missing.md", link);
-  try {
-    AtomicWrite::write("new", link);
-    FAIL() << "wrote through a dangling link";
-  } catch (const FileError& e) {
-    EXPECT_EQ(e.code(), ENOENT);
-    EXPECT_EQ(e.path(), link);
-  }
+  auto error = refusal(link);
+  ASSERT_TRUE(error) << "wrote through a dangling link";
+  EXPECT_EQ(error->code(), ENOENT);
+  EXPECT_EQ(error->path(), link);
   EXPECT_FALSE(fs::exists(dir.path() / "missing.md"));
   EXPECT_TRUE(fs::is_symlink(link));
-}
 
-TEST(AtomicWrite, FailedRenameRemovesScratchAndThrowsErrnoAndPath) {
-  TempDir dir;
   // A folder where the file should be: the rename fails after the scratch file was written.
   fs::create_directories(dir.path() / "page.md" / "inside");
-  try {
-    AtomicWrite::write("text", dir.path() / "page.md");
-    FAIL() << "replaced a folder";
-  } catch (const FileError& e) {
-    EXPECT_EQ(e.code(), EISDIR);
-    EXPECT_EQ(e.path(), dir.path() / "page.md");
-    EXPECT_EQ(std::string(e.what()),
-              "Could not write " + (dir.path() / "page.md").string() + ": Is a directory.");
-  }
-  EXPECT_EQ(countScratch(dir.path()), 0u);
+  error = refusal(dir.path() / "page.md");
+  ASSERT_TRUE(error) << "replaced a folder";
+  EXPECT_EQ(error->code(), EISDIR);
+  EXPECT_EQ(std::string(error->what()),
+            "Could not write " + (dir.path() / "page.md").string() + ": Is a directory.");
   EXPECT_TRUE(fs::is_directory(dir.path() / "page.md" / "inside"));
 
-  // A file where a folder should be: nothing can be created, nothing is left behind.
+  // A file where a folder should be: nothing can be created.
   dir.write("days", "not a folder");
-  try {
-    AtomicWrite::write("text", dir.path() / "days" / "2026-09-16.md");
-    FAIL() << "wrote under a file";
-  } catch (const FileError& e) {
-    EXPECT_EQ(e.code(), ENOTDIR);
-  }
+  error = refusal(dir.path() / "days" / "2026-09-16.md");
+  ASSERT_TRUE(error) << "wrote under a file";
+  EXPECT_EQ(error->code(), ENOTDIR);
   EXPECT_EQ(dir.read("days"), "not a folder");
   EXPECT_EQ(countScratch(dir.path()), 0u);
 }
@@ -147,71 +133,37 @@ TEST(AtomicWrite, ConditionalReplaceKeepsAnEditMadeAfterTheScratchWasWritten) {
   EXPECT_FALSE(fs::exists(dir.path() / "gone.md"));
 }
 
-// Appends through a descriptor opened on the old file before the swap, landing while the folder
-// is synced: a shell's `>>` preempted between its open and its write.
-class WriterAfterTheSwap : public FileSystem {
- public:
-  WriterAfterTheSwap(const fs::path& page, std::string text)
-      : fd_(::open(page.c_str(), O_WRONLY | O_APPEND)),
-        text_(std::move(text)) {}
-  ~WriterAfterTheSwap() override { ::close(fd_); }
+// Runs `act` once, while the folder is synced after the swap: another writer preempted between
+// its open and its write.
+struct BeforeFolderSync : FileSystem {
+  std::function<void()> act;
   int syncFolder(int fd) override {
-    if (!text_.empty()) {
-      EXPECT_EQ(::write(fd_, text_.data(), text_.size()), static_cast<ssize_t>(text_.size()));
-      text_.clear();
-    }
+    if (act) std::exchange(act, nullptr)();
     return FileSystem::syncFolder(fd);
   }
-
- private:
-  int fd_;
-  std::string text_;
 };
 
 TEST(AtomicWrite, ConditionalReplaceKeepsWhatAnOpenDescriptorWritesIntoTheOldFile) {
   TempDir dir;
+  BeforeFolderSync late;
+  AtomicWrite::Options options;
+  options.fileSystem = &late;
+  // A shell's `>>` opened on the old file before the swap: its line is kept after ours.
   const fs::path target = dir.write("page.md", "base\n");
-  {
-    WriterAfterTheSwap shell(target, "appended late\n");
-    AtomicWrite::Options options;
-    options.fileSystem = &shell;
-    EXPECT_TRUE(AtomicWrite::replaceIf("base\nours\n", target, "base\n", options));
-  }
+  const int append = ::open(target.c_str(), O_WRONLY | O_APPEND);
+  late.act = [&] { EXPECT_EQ(::write(append, "appended late\n", 14), 14); };
+  EXPECT_TRUE(AtomicWrite::replaceIf("base\nours\n", target, "base\n", options));
+  ::close(append);
   EXPECT_EQ(dir.read("page.md"), "base\nours\nappended late\n");
-  {
-    // The old file rewritten in place, not extended: theirs goes back, ours is not written.
-    const fs::path other = dir.write("other.md", "one\ntwo\n");
-    AtomicWrite::Options options;
-    int fd = ::open(other.c_str(), O_WRONLY);
-    struct Rewriter : FileSystem {
-      int fd;
-      bool done = false;
-      int syncFolder(int folder) override {
-        if (!done) {
-          EXPECT_EQ(::pwrite(fd, "ONE", 3, 0), 3);
-          done = true;
-        }
-        return FileSystem::syncFolder(folder);
-      }
-    } rewriter;
-    rewriter.fd = fd;
-    options.fileSystem = &rewriter;
-    EXPECT_FALSE(AtomicWrite::replaceIf("ours\n", other, "one\ntwo\n", options));
-    ::close(fd);
-    EXPECT_EQ(dir.read("other.md"), "ONE\ntwo\n");
-  }
-  EXPECT_EQ(countScratch(dir.path()), 0u);
-}
 
-TEST(AtomicWrite, ReadOnlyFolderRefusesWithoutLeavingAnything) {
-  if (::geteuid() == 0) GTEST_SKIP() << "root ignores folder permissions";
-  TempDir dir;
-  const fs::path page = dir.write("ro/page.md", "old");
-  ASSERT_EQ(::chmod(page.parent_path().c_str(), 0555), 0);
-  EXPECT_THROW(AtomicWrite::write("new", page), FileError);
-  ::chmod(page.parent_path().c_str(), 0755);
-  EXPECT_EQ(dir.read("ro/page.md"), "old");
-  EXPECT_EQ(countScratch(page.parent_path()), 0u);
+  // The old file rewritten in place, not extended: theirs goes back, ours is not written.
+  const fs::path other = dir.write("other.md", "one\ntwo\n");
+  const int rewrite = ::open(other.c_str(), O_WRONLY);
+  late.act = [&] { EXPECT_EQ(::pwrite(rewrite, "ONE", 3, 0), 3); };
+  EXPECT_FALSE(AtomicWrite::replaceIf("ours\n", other, "one\ntwo\n", options));
+  ::close(rewrite);
+  EXPECT_EQ(dir.read("other.md"), "ONE\ntwo\n");
+  EXPECT_EQ(countScratch(dir.path()), 0u);
 }
 
 TEST(AtomicWrite, ScratchNamesAndStaleCleanup) {
@@ -280,7 +232,7 @@ TEST(Coordinated, ReadsRegularFilesOnly) {
   }
 }
 
-TEST(Coordinated, HoldsComparesTheWholeFileWithoutBeingFooledBySizeOrPrefix) {
+TEST(Coordinated, ReadsAndComparesWholeFilesAndReportsMissingOnes) {
   TempDir dir;
   // Larger than one read, so the comparison crosses pieces.
   std::string text(50'000, 'a');
@@ -293,22 +245,13 @@ TEST(Coordinated, HoldsComparesTheWholeFileWithoutBeingFooledBySizeOrPrefix) {
   sameSize[40'000] = 'b';
   EXPECT_FALSE(Coordinated::holds(file, sameSize)) << "one byte differs in a later piece";
   EXPECT_FALSE(Coordinated::holds(dir.path() / "missing.md", ""));
+  EXPECT_EQ(Coordinated::readIfExists(dir.path() / "missing.md"), std::nullopt);
+  EXPECT_THROW((void)Coordinated::read(dir.path() / "missing.md"), FileError);
+  dir.write("nul.md", std::string("a\0b", 3));
+  EXPECT_EQ(Coordinated::read(dir.path() / "nul.md"), std::string("a\0b", 3));
   EXPECT_TRUE(Coordinated::holds(dir.write("empty.md", ""), ""));
   fs::create_directories(dir.path() / "folder.md");
   EXPECT_THROW((void)Coordinated::holds(dir.path() / "folder.md", ""), FileError);
-}
-
-TEST(Coordinated, ReadReportsMissingFiles) {
-  TempDir dir;
-  EXPECT_EQ(Coordinated::readIfExists(dir.path() / "none"), std::nullopt);
-  try {
-    (void)Coordinated::read(dir.path() / "none");
-    FAIL();
-  } catch (const FileError& e) {
-    EXPECT_EQ(e.code(), ENOENT);
-  }
-  dir.write("f", std::string("a\0b", 3));
-  EXPECT_EQ(Coordinated::read(dir.path() / "f"), std::string("a\0b", 3));
 }
 
 // Two processes each add to a counter file 200 times under the lock: without mutual exclusion

@@ -63,13 +63,6 @@ TEST(PageFiles, PagesComeInPathOrderOnceEach) {
   EXPECT_EQ(pages.back().vaultRoot, (dir.path() / "v-2").native());
 }
 
-TEST(PageCheck, ProblemsAreDescribedInOneLine) {
-  EXPECT_EQ(describe(ReadProblem::identity("2026-W38", "2026-W39")),
-            "identity: expected 2026-W38, found 2026-W39");
-  EXPECT_EQ(describe(ReadProblem::of(ReadProblem::Kind::unreadable, "Permission denied")),
-            "unreadable: Permission denied");
-}
-
 // The pages are read on every core: each result must still be its own page's, in order, with
 // the text kept exactly where there is something to report.
 TEST(PageCheck, EveryCoreChecksAndEachPageGetsItsOwnResultInOrder) {

@@ -104,12 +104,6 @@ TEST_P(RecordStoreTest, APageOfAnotherPeriodIsNotReadAsThisOneAndStaysOnDisk) {
   EXPECT_EQ(store->readProblem(EntryKey::day(other))->kind, ReadProblem::Kind::identity);
 }
 
-TEST(RecordStore, AStoreWithoutASerializerRefusesRecordOperations) {
-  testing::TempDir dir;
-  VaultStore store(Vault{dir.path(), VaultFormat::markdown, "en", {}}, VaultStore::Options{});
-  EXPECT_THROW((void)store.day(kDate), std::logic_error);
-}
-
 INSTANTIATE_TEST_SUITE_P(BothSyntaxes, RecordStoreTest,
                          ::testing::Values(VaultFormat::markdown, VaultFormat::org),
                          [](const auto& param) { return std::string(rawValue(param.param)); });

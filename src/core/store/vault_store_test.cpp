@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <functional>
 #include <thread>
 
 #include "core/store/file_watcher.h"
@@ -21,14 +22,17 @@ const EntryKey kStoreDay = EntryKey::day(DayDate{2026, 9, 16});
 
 class StoreTest : public ::testing::Test {
  protected:
-  std::unique_ptr<VaultStore> open(std::chrono::milliseconds debounce = 1h) {
+  // `adjust` sets what a test needs beyond the debounce, the fake clock and a quick watcher.
+  std::unique_ptr<VaultStore> open(std::chrono::milliseconds debounce = 1h,
+                                   const std::function<void(VaultStore::Options&)>& adjust = {}) {
     VaultStore::Options options;
+    if (adjust) adjust(options);
     options.debounce = debounce;
     options.clock = &clock_;
     options.watcherQuiet = 20ms;
-    return std::make_unique<VaultStore>(Vault{dir_.path(), VaultFormat::markdown, "en", {}},
-                                        options);
+    return std::make_unique<VaultStore>(vault(), options);
   }
+  Vault vault() const { return Vault{dir_.path(), VaultFormat::markdown, "en", {}}; }
   std::string disk(const EntryKey& key = kStoreDay) const {
     return dir_.read(paths().urlFor(key).lexically_relative(dir_.path()));
   }
@@ -40,12 +44,6 @@ class StoreTest : public ::testing::Test {
   testing::TempDir dir_;
   testing::FakeClock clock_{Instant{} + 1000h};
 };
-
-// Waits (bounded) for the next event of a stream.
-template <class T>
-std::optional<T> nextEvent(Subscription<T>& sub, std::chrono::milliseconds within = 3s) {
-  return sub.next(within);
-}
 
 TEST_F(StoreTest, TwoSavesWithinTheDebounceGiveOneWriteOfTheLaterText) {
   auto store = open(100ms);
@@ -87,7 +85,7 @@ TEST_F(StoreTest, OutsideEditBetweenLoadAndFlushIsRefusedKeptAndAnnouncedOnce) {
   }
   EXPECT_EQ(disk(), "theirs");
   EXPECT_EQ(store->conflicts(), std::set<EntryKey>{kStoreDay});
-  EXPECT_EQ(nextEvent(*changes), kStoreDay);
+  EXPECT_EQ(changes->next(3s), kStoreDay);
   EXPECT_EQ(store->takeRefused(kStoreDay), std::vector<std::string>{"mine"});
   EXPECT_TRUE(store->takeRefused(kStoreDay).empty());
   // Loading again settles the conflict.
@@ -183,16 +181,14 @@ TEST_F(StoreTest, UndoOfTheFirstWriteRemovesTheFile) {
 }
 
 TEST_F(StoreTest, ReadOnlyStoresWriteNothingAndReadProblemsAreReported) {
-  VaultStore::Options options;
-  options.readOnly = true;
-  VaultStore store(Vault{dir_.path(), VaultFormat::markdown, "en", {}}, options);
-  store.saveText(kStoreDay, "x");
-  store.flush();
+  auto store = open(1h, [](auto& o) { o.readOnly = true; });
+  store->saveText(kStoreDay, "x");
+  store->flush();
   EXPECT_FALSE(fs::exists(paths().urlFor(kStoreDay)));
   writeOutside("bad \xC3\x28 bytes");
-  EXPECT_EQ(store.readProblem(kStoreDay)->kind, ReadProblem::Kind::encoding);
-  EXPECT_THROW((void)store.loadText(kStoreDay), PageReadError);
-  EXPECT_EQ(store.readProblem(EntryKey::day(DayDate{2020, 1, 1})), std::nullopt);
+  EXPECT_EQ(store->readProblem(kStoreDay)->kind, ReadProblem::Kind::encoding);
+  EXPECT_THROW((void)store->loadText(kStoreDay), PageReadError);
+  EXPECT_EQ(store->readProblem(EntryKey::day(DayDate{2020, 1, 1})), std::nullopt);
 }
 
 TEST_F(StoreTest, APlaceholderIsNeverOverwritten) {
@@ -208,21 +204,21 @@ TEST_F(StoreTest, ASaveIsHeldBackWhenAnotherDeviceWroteThePageLater) {
   const DeviceIdentity here{"aaaa", "here"};
   const DeviceIdentity there{"bbbb", "there"};
   writeOutside("old");
-  VaultStore::Options options;
-  options.cloud = std::make_shared<FileCloudSignal>(dir_.path(), here, SystemClock::shared());
-  VaultStore store(Vault{dir_.path(), VaultFormat::markdown, "en", {}}, options);
-  (void)store.loadText(kStoreDay);
+  auto store = open(1h, [&](auto& o) {
+    o.cloud = std::make_shared<FileCloudSignal>(dir_.path(), here, SystemClock::shared());
+  });
+  (void)store->loadText(kStoreDay);
   testing::FakeClock later(std::chrono::system_clock::now() + 1min);
   FileCloudSignal(dir_.path(), there, later).touched(paths().urlFor(kStoreDay));
-  store.saveText(kStoreDay, "mine");
-  EXPECT_THROW(store.flush(), VaultError);
+  store->saveText(kStoreDay, "mine");
+  EXPECT_THROW(store->flush(), VaultError);
   EXPECT_EQ(disk(), "old");
   // Our own record never holds us back.
   FileCloudSignal(dir_.path(), here, later).touched(paths().urlFor(EntryKey::inbox()));
   writeOutside("inbox", EntryKey::inbox());
-  (void)store.loadText(EntryKey::inbox());
-  store.saveText(EntryKey::inbox(), "new inbox");
-  EXPECT_NO_THROW(store.flush());
+  (void)store->loadText(EntryKey::inbox());
+  store->saveText(EntryKey::inbox(), "new inbox");
+  EXPECT_NO_THROW(store->flush());
 }
 
 TEST_F(StoreTest, WatcherSkipsOwnWritesAndReportsOutsideOnes) {
@@ -232,7 +228,7 @@ TEST_F(StoreTest, WatcherSkipsOwnWritesAndReportsOutsideOnes) {
   store->flush();
   EXPECT_EQ(changes->next(400ms), std::nullopt);
   writeOutside("theirs");
-  EXPECT_EQ(nextEvent(*changes), kStoreDay);
+  EXPECT_EQ(changes->next(3s), kStoreDay);
   EXPECT_EQ(changes->next(200ms), std::nullopt);
 }
 
@@ -242,11 +238,11 @@ TEST_F(StoreTest, WatcherRoutesSettingsToConfigChangesOnly) {
   auto config = store->configChanges();
   auto other = store->otherChanges();
   dir_.write(".trivo/config.json", "{}");
-  EXPECT_TRUE(nextEvent(*config));
+  EXPECT_TRUE(config->next(3s));
   EXPECT_EQ(changes->next(200ms), std::nullopt);
   EXPECT_EQ(other->next(10ms), std::nullopt);
   dir_.write("notes/idea.txt", "x");
-  EXPECT_EQ(nextEvent(*other), dir_.path() / "notes/idea.txt");
+  EXPECT_EQ(other->next(3s), dir_.path() / "notes/idea.txt");
 }
 
 TEST_F(StoreTest, WatcherSeesAnEditorSaveAsOneChangeAndWatchesNewFolders) {
@@ -257,13 +253,13 @@ TEST_F(StoreTest, WatcherSeesAnEditorSaveAsOneChangeAndWatchesNewFolders) {
   dir_.write("days/.2026-09-16.md.swp", "swap");
   dir_.write("days/2026-09-16.md~", "draft");
   fs::rename(dir_.path() / "days/2026-09-16.md~", paths().urlFor(kStoreDay));
-  EXPECT_EQ(nextEvent(*changes), kStoreDay);
+  EXPECT_EQ(changes->next(3s), kStoreDay);
   EXPECT_EQ(changes->next(300ms), std::nullopt);
   // A folder that appears later (weeks/) is watched, and what landed in it first is seen.
   writeOutside("week", EntryKey::week(ISOWeek{2026, 38}));
-  EXPECT_EQ(nextEvent(*changes), EntryKey::week(ISOWeek{2026, 38}));
+  EXPECT_EQ(changes->next(3s), EntryKey::week(ISOWeek{2026, 38}));
   writeOutside("week 2", EntryKey::week(ISOWeek{2026, 38}));
-  EXPECT_EQ(nextEvent(*changes), EntryKey::week(ISOWeek{2026, 38}));
+  EXPECT_EQ(changes->next(3s), EntryKey::week(ISOWeek{2026, 38}));
 }
 
 TEST(WatcherNames, OurScratchFilesAndOtherToolsTemporariesAreIgnored) {
@@ -286,12 +282,6 @@ TEST(Utf8, ValidityFollowsTheStandard) {
     EXPECT_FALSE(isValidUtf8(bad));
   }
 }
-
-}  // namespace
-}  // namespace trivo
-
-namespace trivo {
-namespace {
 
 // A debounced flush on the store's own thread used to swallow its refusal, so a caller that
 // flushed afterwards heard nothing and said the text was saved.
@@ -323,18 +313,14 @@ TEST_F(StoreTest, RefusedTextsAndUnwritableOnesOutliveTheStore) {
   // A page whose file is a dangling link cannot be written at all.
   fs::create_symlink(dir_.path() / "nowhere.md", paths().urlFor(inbox));
   {
-    VaultStore::Options options;
-    options.debounce = 1h;
-    options.clock = &clock_;
-    options.keep = keep;
-    VaultStore store(Vault{dir_.path(), VaultFormat::markdown, "en", {}}, options);
-    ASSERT_EQ(store.loadText(kStoreDay), "original\n");
+    auto store = open(1h, [&](auto& o) { o.keep = keep; });
+    ASSERT_EQ(store->loadText(kStoreDay), "original\n");
     writeOutside("theirs\n");
-    store.saveText(kStoreDay, "mine\n");
-    EXPECT_THROW(store.flush(), VaultError);
-    store.saveText(inbox, "- [ ] captured\n");
-    EXPECT_THROW(store.flush(), FileError);
-    EXPECT_TRUE(store.hasPendingWrite(inbox)) << "a failed write stays queued";
+    store->saveText(kStoreDay, "mine\n");
+    EXPECT_THROW(store->flush(), VaultError);
+    store->saveText(inbox, "- [ ] captured\n");
+    EXPECT_THROW(store->flush(), FileError);
+    EXPECT_TRUE(store->hasPendingWrite(inbox)) << "a failed write stays queued";
   }
   const auto kept = keep->list();
   ASSERT_EQ(kept.size(), 2u);
@@ -356,14 +342,12 @@ TEST_F(StoreTest, RefusedTextsAndUnwritableOnesOutliveTheStore) {
 TEST_F(StoreTest, APageReplacedRightAfterOurWriteKeepsWhatTheWriteAdded) {
   testing::TempDir data;
   auto keep = std::make_shared<RefusedTexts>(data.path() / "refused", &clock_);
-  VaultStore::Options options;
-  options.debounce = 1h;
-  options.clock = &clock_;
-  options.keep = keep;
-  options.watcherQuiet = 20ms;
   // Wide enough for a slow folder sync between our write and the replacement (sanitizers, load).
-  options.overwrittenWithin = 1s;
-  VaultStore store(Vault{dir_.path(), VaultFormat::markdown, "en", {}}, options);
+  auto owned = open(1h, [&](auto& o) {
+    o.keep = keep;
+    o.overwrittenWithin = 1s;
+  });
+  VaultStore& store = *owned;
   auto changes = store.changes();
   const fs::path file = paths().urlFor(kStoreDay);
   // As a sync tool does it: a temporary file dated as the other device wrote it, renamed over.
@@ -382,7 +366,7 @@ TEST_F(StoreTest, APageReplacedRightAfterOurWriteKeepsWhatTheWriteAdded) {
   ASSERT_EQ(store.loadText(kStoreDay), "- one\n");
   write("- one\n- mine\n");
   replace("- one\n- theirs\n", fs::last_write_time(file) - 2s);
-  EXPECT_EQ(nextEvent(*changes), kStoreDay);
+  EXPECT_EQ(changes->next(3s), kStoreDay);
   EXPECT_EQ(store.conflicts(), std::set<EntryKey>{kStoreDay});
   auto kept = keep->list();
   ASSERT_EQ(kept.size(), 1u);
@@ -396,20 +380,20 @@ TEST_F(StoreTest, APageReplacedRightAfterOurWriteKeepsWhatTheWriteAdded) {
   // Their text dated after ours (written at the same time, before ours reached them).
   write("- one\n- theirs\n- mine again\n");
   replace("- one\n- theirs\n- also theirs\n", fs::file_time_type::clock::now() + 1s);
-  EXPECT_EQ(nextEvent(*changes), kStoreDay);
+  EXPECT_EQ(changes->next(3s), kStoreDay);
   ASSERT_EQ(store.loadText(kStoreDay), "- one\n- theirs\n- also theirs\n");
   EXPECT_EQ(keep->list().size(), 2u);
 
   write("- one\n- theirs\n- a third\n");
   std::this_thread::sleep_for(1200ms);
   writeOutside("- one\n- theirs\n");
-  EXPECT_EQ(nextEvent(*changes), kStoreDay);
+  EXPECT_EQ(changes->next(3s), kStoreDay);
   ASSERT_EQ(store.loadText(kStoreDay), "- one\n- theirs\n");
   EXPECT_EQ(keep->list().size(), 2u) << "a later edit is the person's own";
 
   write("- one\n- theirs\n- a fourth\n");
   replace("- a fourth\n- one\n- theirs\n", fs::last_write_time(file) - 2s);
-  EXPECT_EQ(nextEvent(*changes), kStoreDay);
+  EXPECT_EQ(changes->next(3s), kStoreDay);
   ASSERT_EQ(store.loadText(kStoreDay), "- a fourth\n- one\n- theirs\n");
   EXPECT_EQ(keep->list().size(), 2u);
   EXPECT_TRUE(store.conflicts().empty());

@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
 #include <map>
 #include <sstream>
 
@@ -24,10 +23,6 @@ using Files = std::map<std::string, std::string>;
 class ConvertVault : public ::testing::Test {
  protected:
   void SetUp() override {
-    root_ = fs::temp_directory_path() /
-            ("trivo-convert-vault-" + std::to_string(::getpid()) + "-" +
-             ::testing::UnitTest::GetInstance()->current_test_info()->name());
-    fs::remove_all(root_);
     write(".trivo/config.json", "{\"fileFormat\": \"markdown\", \"yearMode\": \"quarter\"}\n");
     write("days/2026-09-16.md",
           "---\ndate: 2026-09-16\ntype: day\n---\n# Wednesday\n\n## Outcomes\n"
@@ -39,13 +34,8 @@ class ConvertVault : public ::testing::Test {
     write("notes.md", "not a page, left alone\n");
     write("media/cat.png", "PNG");
   }
-  void TearDown() override { fs::remove_all(root_); }
-
-  void write(const std::string& relative, const std::string& bytes) {
-    fs::create_directories((root_ / relative).parent_path());
-    std::ofstream(root_ / relative, std::ios::binary) << bytes;
-  }
-  std::string read(const std::string& relative) { return Coordinated::read(root_ / relative); }
+  void write(const std::string& relative, const std::string& bytes) { dir_.write(relative, bytes); }
+  std::string read(const std::string& relative) { return dir_.read(relative); }
 
   // Every file of the vault outside ".trivo", by relative path.
   Files files() {
@@ -65,7 +55,8 @@ class ConvertVault : public ::testing::Test {
 
   VaultConverter converter() { return VaultConverter(root_, YearMode::quarter, clock_); }
 
-  fs::path root_;
+  testing::TempDir dir_;
+  const fs::path root_ = dir_.path();
   testing::ScopedEnv config_{"XDG_CONFIG_HOME", "/nonexistent-trivo-config"};
   testing::FakeClock clock_{Instant(std::chrono::seconds(1789550000))};
 };

@@ -14,29 +14,23 @@ const TextSyntax mdSyntax = TextSyntax::markdown;
 const TextSyntax orgSyntax = TextSyntax::org;
 
 TEST(Outline, SplitThenRenderGivesBackHandEditedTextsByteForByte) {
-  const char* markdownPages[] = {
-      "",
-      "\n",
-      "just a preamble\nwith no headings",
-      "# Day\n\n## Outcomes\n- [ ] a\n\n## Notes\n\n## Journal\n- 09:14 — x\n",
-      "\xEF\xBB\xBF# Day\r\n\r\n## Outcomes\r\n- [x] done  \r\n\r\n\r\n## Notes\r\n",
-      "## Notes   \n\n\n  \ntext with trailing spaces   \n\t\n## Empty\n## Also empty",
-      "## Notes\n```\n## not a heading\n~~~\n## still code\n```\n## Journal",
-      "## A\r\nmixed\nline ends\r\n",
-      "## A\n\n### sub\ntext\n\n\n",
-      "\xFF\xFE## broken\n## \xC3 title\n\xE2\x82",
+  const std::pair<TextSyntax, const char*> pages[] = {
+      {mdSyntax, ""},
+      {mdSyntax, "\n"},
+      {mdSyntax, "just a preamble\nwith no headings"},
+      {mdSyntax, "# Day\n\n## Outcomes\n- [ ] a\n\n## Notes\n\n## Journal\n- 09:14 — x\n"},
+      {mdSyntax, "\xEF\xBB\xBF# Day\r\n\r\n## Outcomes\r\n- [x] done  \r\n\r\n\r\n## Notes\r\n"},
+      {mdSyntax, "## Notes   \n\n\n  \ntext with trailing spaces   \n\t\n## Empty\n## Also empty"},
+      {mdSyntax, "## Notes\n```\n## not a heading\n~~~\n## still code\n```\n## Journal"},
+      {mdSyntax, "## A\r\nmixed\nline ends\r\n"},
+      {mdSyntax, "## A\n\n### sub\ntext\n\n\n"},
+      {mdSyntax, "\xFF\xFE## broken\n## \xC3 title\n\xE2\x82"},
+      {orgSyntax,
+       "#+title: Day\n\n* Outcomes\n** TODO a\nSCHEDULED: <2026-09-16 Wed>\n\n* Notes\n"},
+      {orgSyntax, "* Notes\n#+BEGIN_SRC sh\n* not a heading\n#+end_src\n* Journal\r\n"},
   };
-  for (const char* page : markdownPages) {
-    const auto split = Outline::split(page, 2, mdSyntax);
-    EXPECT_EQ(Outline::render(split, 2, mdSyntax), page) << page;
-  }
-  const char* orgPages[] = {
-      "#+title: Day\n\n* Outcomes\n** TODO a\nSCHEDULED: <2026-09-16 Wed>\n\n* Notes\n",
-      "* Notes\n#+BEGIN_SRC sh\n* not a heading\n#+end_src\n* Journal\r\n",
-  };
-  for (const char* page : orgPages) {
-    const auto split = Outline::split(page, 2, orgSyntax);
-    EXPECT_EQ(Outline::render(split, 2, orgSyntax), page) << page;
+  for (const auto& [syntax, page] : pages) {
+    EXPECT_EQ(Outline::render(Outline::split(page, 2, syntax), 2, syntax), page) << page;
   }
 }
 

@@ -1,5 +1,5 @@
 // The markers of both page syntaxes, side by side: headings, stamps, done lines, hidden
-// metadata, Org front matter and keywords, tags and escaping.
+// metadata, Org front matter and keywords, titles and tags, and escaping.
 #include "core/format/text_syntax.h"
 
 #include <gtest/gtest.h>
@@ -153,6 +153,15 @@ TEST(TextSyntax, KeywordFrontDeclaresTheStandardKeywordsOnce) {
             (std::vector<FrontmatterField>{{"title", "W"}, standard}));
   EXPECT_EQ(TextSyntax::keywordFront({standard, {"title", "W"}, mine, standard}),
             (std::vector<FrontmatterField>{standard, {"title", "W"}, mine}));
+}
+
+TEST(TextSyntax, RetitleReplacesOnlyThePageTitle) {
+  EXPECT_EQ(md.retitle("---\n# yaml comment\n---\n```\n# code\n```\n# Old\n## Old", "New"),
+            "---\n# yaml comment\n---\n```\n# code\n```\n# New\n## Old");
+  EXPECT_EQ(md.retitle("# Old\r\nbody", "New"), "# New\r\nbody");
+  EXPECT_EQ(md.retitle("## Only sections", "New"), "## Only sections");
+  EXPECT_EQ(org.retitle("#+date: x\n#+TITLE: Old\n* Old", "New"), "#+date: x\n#+TITLE: New\n* Old");
+  EXPECT_EQ(org.retitle("* Old", "New"), "* Old");
 }
 
 TEST(TextSyntax, TagsSplitOffTheEndOfAHeading) {

@@ -4,6 +4,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
 #include <fstream>
 #include <functional>
 
@@ -161,14 +162,8 @@ TEST_F(ConfigStoreTest, DeviceSettingsLiveOnlyInTheDeviceFile) {
 
 TEST(ConfigMerge, KeyByKeyOverNestedTrees) {
   const auto j = [](const char* text) { return Json::parse(text); };
-  struct Case {
-    const char* what;
-    const char* mine;
-    const char* read;
-    const char* disk;
-    const char* expected;
-  };
-  const Case cases[] = {
+  // What the case shows; our record, what we read, what is on disk; the merge.
+  const std::array<const char*, 5> cases[] = {
       {"both change different keys", R"({"a": 2, "b": 1})", R"({"a": 1, "b": 1})",
        R"({"a": 1, "b": 3})", R"({"a": 2, "b": 3})"},
       {"both change the same key: ours wins", R"({"a": 2})", R"({"a": 1})", R"({"a": 3})",
@@ -190,11 +185,10 @@ TEST(ConfigMerge, KeyByKeyOverNestedTrees) {
        R"({"o": [{"b": 2, "a": 1}]})", R"({"o": [{"c": 3}]})", R"({"o": [{"c": 3}]})"},
       {"no base: ours wins", R"({"a": 1})", R"({})", R"({"a": 2, "u": 0})", R"({"a": 1, "u": 0})"},
   };
-  for (const auto& c : cases) {
-    const Json mine = j(c.mine);
-    EXPECT_EQ(ConfigStore::merged(mine, j(c.read), j(c.disk), ConfigStore::known(mine)),
-              j(c.expected))
-        << c.what;
+  for (const auto& [what, mine, read, disk, expected] : cases) {
+    EXPECT_EQ(ConfigStore::merged(j(mine), j(read), j(disk), ConfigStore::known(j(mine))),
+              j(expected))
+        << what;
   }
   // A known key that our record no longer writes is removed, an unknown one kept.
   EXPECT_EQ(ConfigStore::merged(j(R"({"a": 1})"), j("{}"), j(R"({"a": 1, "old": 1, "u": 1})"),

@@ -29,12 +29,12 @@ std::string readFile(const fs::path& path) {
 // Org's open keywords other than TODO (NEXT, WAITING …) written as TODO: in Markdown an open
 // outcome is an open box, so that is how such an outcome comes back.
 std::string withPlainKeywords(std::string text) {
-  for (const auto& [word, plain] :
-       std::vector<std::pair<std::string, std::string>>{{"NEXT", "TODO"},
-                                                        {"INPROCESS", "TODO"},
-                                                        {"WAITING", "TODO"},
-                                                        {"WAIT", "TODO"},
-                                                        {"CANCELED", "CANCELLED"}}) {
+  const std::pair<std::string, std::string> plainWords[] = {{"NEXT", "TODO"},
+                                                            {"INPROCESS", "TODO"},
+                                                            {"WAITING", "TODO"},
+                                                            {"WAIT", "TODO"},
+                                                            {"CANCELED", "CANCELLED"}};
+  for (const auto& [word, plain] : plainWords) {
     const std::string from = "\n** " + word + " ";
     for (auto at = text.find(from); at != std::string::npos; at = text.find(from, at)) {
       text.replace(at, from.size(), "\n** " + plain + " ");

@@ -34,23 +34,6 @@ const char* handEdited =
 
 const auto isCheckbox = [](std::string_view line) { return CheckboxLine::parse(line).has_value(); };
 
-TEST(SectionReader, SortsBlocksIntoKnownSectionsAndPassthrough) {
-  SectionReader reader(TextSyntax::markdown);
-  EXPECT_EQ(reader.read(handEdited, 2, dayKnown), "intro");
-  EXPECT_EQ(reader.pass.unknownSections,
-            (std::vector<UnknownSection>{{"", "## Before everything\nx"},
-                                         {"outcomes", "## Mine\nkept"},
-                                         {"journal", "## Outcomes\nagain"}}));
-  EXPECT_EQ(reader.pass.headingTags.at("outcomes"), std::vector<std::string>{"focus"});
-  EXPECT_EQ(reader.body("journal"), "- 09:14 — hi");  // found by its older heading "Log"
-  EXPECT_EQ(reader.body("notes"), std::nullopt);
-
-  EXPECT_EQ(reader.linesCounting("outcomes", isCheckbox), 2u);
-  EXPECT_EQ(reader.pass.sectionTails.at("outcomes"), "stray");
-  EXPECT_EQ(reader.linesCounting("notes", isCheckbox), 0u);
-  EXPECT_FALSE(reader.pass.sectionTails.contains("notes"));
-}
-
 TEST(SectionReader, TailsKeepOrderAndOneBlankLineWhereConsumedLinesStood) {
   SectionReader reader(TextSyntax::markdown);
   reader.read("## Notes\n- [ ] a\n\npara one\n- [ ] b\n\n\n- [ ] c\n\npara two\n\n", 2,
@@ -81,10 +64,24 @@ TEST(SectionReader, TextAboveTheFirstItemIsTheLead) {
   EXPECT_EQ(reader.pass.sectionTails.at("notes"), "after");
 }
 
+// A hand-edited page sorted into known sections and passthrough, and written back with the
+// passthrough where it stood.
 TEST(SectionWriter, PutsUnknownSectionsTagsAndTailsBackWhereTheyStood) {
   SectionReader reader(TextSyntax::markdown);
   const std::string preamble = reader.read(handEdited, 2, dayKnown);
-  reader.linesCounting("outcomes", isCheckbox);
+  EXPECT_EQ(preamble, "intro");
+  EXPECT_EQ(reader.pass.unknownSections,
+            (std::vector<UnknownSection>{{"", "## Before everything\nx"},
+                                         {"outcomes", "## Mine\nkept"},
+                                         {"journal", "## Outcomes\nagain"}}));
+  EXPECT_EQ(reader.pass.headingTags.at("outcomes"), std::vector<std::string>{"focus"});
+  EXPECT_EQ(reader.body("journal"), "- 09:14 — hi");  // found by its older heading "Log"
+  EXPECT_EQ(reader.body("notes"), std::nullopt);
+  EXPECT_EQ(reader.linesCounting("outcomes", isCheckbox), 2u);
+  EXPECT_EQ(reader.pass.sectionTails.at("outcomes"), "stray");
+  EXPECT_EQ(reader.linesCounting("notes", isCheckbox), 0u);
+  EXPECT_FALSE(reader.pass.sectionTails.contains("notes"));
+
   const std::map<std::string, std::string, std::less<>> bodies = {
       {"outcomes", "- [ ] a\n- [x] b"}, {"journal", "- 09:14 — hi"}};
   const std::string page = SectionWriter(TextSyntax::markdown, reader.pass)

@@ -18,7 +18,7 @@ TEST(DayDate, ParsesOnlyExactFourTwoTwoPiecesOfRealDays) {
     std::optional<DayDate> expected;
   };
   const Case cases[] = {
-      {"2026-09-16", DayDate{2026, 9, 16}}, {"2024-02-29", DayDate{2024, 2, 29}},
+      {"2026-09-06", DayDate{2026, 9, 6}},  {"2024-02-29", DayDate{2024, 2, 29}},
       {"2000-02-29", DayDate{2000, 2, 29}}, {"2026-02-29", std::nullopt},
       {"1900-02-29", std::nullopt},         {"2026-9-16", std::nullopt},
       {"2026-09-16-x", std::nullopt},       {"2026-09", std::nullopt},
@@ -28,11 +28,12 @@ TEST(DayDate, ParsesOnlyExactFourTwoTwoPiecesOfRealDays) {
       {"abcd-09-16", std::nullopt},         {"2026-0x-16", std::nullopt},
       {" 2026-09-16", std::nullopt},
   };
-  for (const auto& c : cases) EXPECT_EQ(DayDate::parse(c.text), c.expected) << c.text;
-}
-
-TEST(DayDate, TextFormIsZeroPadded) {
-  EXPECT_EQ((DayDate{2026, 9, 6}).isoString(), "2026-09-06");
+  for (const auto& c : cases) {
+    EXPECT_EQ(DayDate::parse(c.text), c.expected) << c.text;
+    if (c.expected) {
+      EXPECT_EQ(c.expected->isoString(), c.text);
+    }
+  }
   EXPECT_EQ((DayDate{33, 1, 2}).isoString(), "0033-01-02");
 }
 
@@ -63,14 +64,10 @@ TEST(DayDate, EveryDayNumberRoundTripsAndAdvancesTheCalendarByOne) {
   }
 }
 
-TEST(DayDate, EpochIsThursdayAndWeekdaysCycle) {
-  EXPECT_EQ((DayDate{1970, 1, 1}).dayNumber(), 719468);
-  EXPECT_EQ((DayDate{1970, 1, 1}).weekday(), Weekday::thursday);
-  EXPECT_EQ((DayDate{2026, 9, 16}).weekday(), Weekday::wednesday);
-  EXPECT_EQ((DayDate{2027, 1, 1}).weekday(), Weekday::friday);
+TEST(DayDate, WeekdaysMatchTheCLibrary) {
   EXPECT_EQ((DayDate{-1, 12, 31}).adding(1), (DayDate{0, 1, 1}));
   for (int i = 0; i < 14; ++i) {
-    DayDate d = DayDate{1969, 12, 25}.adding(i);
+    DayDate d = DayDate{1969, 12, 25}.adding(i * 377);
     std::tm tm{};
     std::time_t t = static_cast<std::time_t>((d.dayNumber() - 719468) * 86400);
     gmtime_r(&t, &tm);
@@ -111,11 +108,10 @@ TEST(ISOWeek, MatchesStrftimeForEveryDayFrom1900To2100) {
 }
 
 TEST(ISOWeek, YearBoundariesAndCounts) {
-  EXPECT_EQ((DayDate{2027, 1, 1}).isoWeek(), (ISOWeek{2026, 53}));
-  EXPECT_EQ((DayDate{2026, 12, 28}).isoWeek(), (ISOWeek{2026, 53}));
-  EXPECT_EQ(ISOWeek::count(2026), 53);
-  EXPECT_EQ(ISOWeek::count(2025), 52);
-  EXPECT_EQ(ISOWeek::count(2020), 53);
+  // 28 December always lies in its year's last week.
+  for (std::int64_t y = 1990; y <= 2040; ++y) {
+    EXPECT_EQ(ISOWeek::count(y), (DayDate{y, 12, 28}).isoWeek().week) << y;
+  }
   EXPECT_EQ((ISOWeek{2026, 53}).friday(), (DayDate{2027, 1, 1}));
   EXPECT_EQ((ISOWeek{2026, 53}).next(), (ISOWeek{2027, 1}));
   EXPECT_EQ((ISOWeek{2027, 1}).previous(), (ISOWeek{2026, 53}));

@@ -61,17 +61,12 @@ TEST(LiveStateJson, RoundTripsEveryFieldWithKeysInTableOrder) {
   EXPECT_EQ(j["phase"], "onBreak");
   EXPECT_EQ(j["ends"], "2026-09-16T12:05:00.000Z");
   EXPECT_EQ(Json::parse(j.dump()).get<LiveState>(), s);
-  EXPECT_EQ(
-      Json(LiveState{}).dump().find("\"stamp\":\"0001-01-01T00:00:00.000Z\"") != std::string::npos,
-      true);
 }
 
 TEST(LiveStateJson, MissingKeysTakeDefaultsAndWrongTypesAreErrors) {
   const auto empty = Json::parse("{}").get<LiveState>();
   EXPECT_EQ(empty, LiveState{});
-  EXPECT_EQ(empty.locale, "en");
   EXPECT_EQ(empty.stamp, distantPast());
-  EXPECT_EQ(empty.phase, LiveState::Phase::idle);
 
   // An older writer that knows only a few keys, and nested records with keys missing.
   const auto partial = Json::parse(R"({"phase": "running", "ends": "2026-09-16T12:05:00Z",
@@ -82,7 +77,6 @@ TEST(LiveStateJson, MissingKeysTakeDefaultsAndWrongTypesAreErrors) {
   EXPECT_EQ(partial.ends, kStateNoon + 5min);
   ASSERT_EQ(partial.cards.size(), 1u);
   EXPECT_EQ(partial.cards[0].outcomes, (std::vector<LiveState::Line>{{"Ship", ""}}));
-  EXPECT_EQ(partial.agenda[0].done, false);
   EXPECT_EQ(partial.locale, "en");
 
   for (const char* bad :
@@ -125,16 +119,10 @@ class LiveStateFiles : public ::testing::Test {
   }
 };
 
-TEST_F(LiveStateFiles, NothingWrittenReadsAsIdleFromTheDistantPast) {
-  const LiveState s = LiveState::read();
-  EXPECT_EQ(s.phase, LiveState::Phase::idle);
-  EXPECT_EQ(s.stamp, distantPast());
-  EXPECT_FALSE(s.appIsUp(clock_));
+TEST_F(LiveStateFiles, WritesPrivateFilesToEveryPlaceAndReadsThemBack) {
+  EXPECT_EQ(LiveState::read(), LiveState{});  // nothing written yet: idle, from the distant past
   EXPECT_EQ(LiveState::urls(),
             (std::vector<std::filesystem::path>{groupFile("live.json"), stateFile("live.json")}));
-}
-
-TEST_F(LiveStateFiles, WritesPrivateFilesToEveryPlaceAndReadsThemBack) {
   LiveState::write(sampleState());
   EXPECT_EQ(LiveState::read(), sampleState());
   for (const auto& path : LiveState::urls()) {
@@ -181,25 +169,21 @@ TEST_F(LiveStateFiles, TextThatIsNotUtf8IsReplacedNotFatal) {
   EXPECT_EQ(LiveState::read().subject, "Caf\xEF\xBF\xBD");
 }
 
-TEST_F(LiveStateFiles, ABrokenSharedRecordFallsBackToTheNextPlace) {
-  LiveState::write(sampleState());
-  group_.write("live.json", "{\"phase\": ");
-  EXPECT_EQ(LiveState::read(), sampleState());
-  group_.write("live.json", "{\"phase\": \"nonsense\"}");
-  EXPECT_EQ(LiveState::read(), sampleState());
-}
-
-// A FIFO named live.json used to hang every reader (the widgets, the status bar) forever.
-TEST_F(LiveStateFiles, AFifoOrAHugeFileInPlaceOfTheRecordIsPassedOver) {
+// A FIFO named live.json used to hang every reader (the widgets, the status bar) forever. It,
+// like a broken or huge record, is passed over for the next place.
+TEST_F(LiveStateFiles, AFifoOrAHugeOrBrokenRecordIsPassedOver) {
   LiveState::write(sampleState());
   std::filesystem::remove(groupFile("live.json"));
   ASSERT_EQ(::mkfifo(groupFile("live.json").c_str(), 0600), 0);
   EXPECT_EQ(LiveState::read(), sampleState());
   std::filesystem::remove(groupFile("live.json"));
-  group_.write("live.json", "{\"phase\": \"idle\", \"subject\": \"" +
-                                std::string(std::size_t{2} << 20, 'x') + "\"}");
-  ASSERT_EQ(::chmod(groupFile("live.json").c_str(), 0600), 0);
-  EXPECT_EQ(LiveState::read(), sampleState());
+  for (const std::string& text :
+       {std::string("{\"phase\": "), std::string("{\"phase\": \"nonsense\"}"),
+        "{\"phase\": \"idle\", \"subject\": \"" + std::string(std::size_t{2} << 20, 'x') + "\"}"}) {
+    group_.write("live.json", text);
+    ASSERT_EQ(::chmod(groupFile("live.json").c_str(), 0600), 0);
+    EXPECT_EQ(LiveState::read(), sampleState()) << text.substr(0, 40);
+  }
 }
 
 TEST_F(LiveStateFiles, ASharedFolderOpenToOthersIsNotUsed) {
@@ -224,7 +208,7 @@ TEST_F(LiveStateFiles, AFreshCommandIsTakenOnceEvenThoughEveryPlaceHoldsIt) {
   EXPECT_FALSE(std::filesystem::exists(stateFile("command.json")));
 }
 
-TEST_F(LiveStateFiles, ACommandSixtyOneSecondsOldIsDeletedAndNotObeyed) {
+TEST_F(LiveStateFiles, StaleOrBrokenCommandsAreDeletedAndNotObeyed) {
   LiveState::send(LiveState::Command::start, clock_);
   clock_.advance(61s);
   EXPECT_EQ(LiveState::takeCommand(clock_), std::nullopt);
@@ -233,9 +217,7 @@ TEST_F(LiveStateFiles, ACommandSixtyOneSecondsOldIsDeletedAndNotObeyed) {
   LiveState::send(LiveState::Command::stop, clock_);
   group_.write("command.json", R"({"command": "start", "at": "2026-09-16T11:00:00.000Z"})");
   EXPECT_EQ(LiveState::takeCommand(clock_), LiveState::Command::stop);
-}
 
-TEST_F(LiveStateFiles, BrokenCommandsAreDeletedAndIgnored) {
   for (const char* text : {"", "not json", R"({"command": "dance", "at": "2026-09-16T12:00:00Z"})",
                            R"({"command": "stop"})"}) {
     group_.write("command.json", text);

@@ -257,30 +257,23 @@ TEST(DeepLink, JsonNamesTheCaseThenThePayloadFields) {
   EXPECT_THROW(Json::parse(R"({"case":"open","destination":"nowhere"})").get<DL>(), RecordError);
 }
 
+// The period folders and names are VaultPaths' to read; here only what the link adds to them.
 TEST(DeepLink, PageKeyOfAFileGoesByItsFolder) {
   const struct {
     const char* file;
     std::optional<std::string> key;
   } cases[] = {
       {"days/2026-09-16.md", "day:2026-09-16"},
-      {"weeks/2026-W38.org", "week:2026-W38"},
-      {"months/2026-09.md", "month:2026-09"},
-      {"quarters/2026-Q3.md", "quarter:2026-Q3"},
-      {"years/2026.md", "year:2026"},
       {"years/+2026.org", "year:2026"},
       {"inbox.md", "inbox"},
       {"inbox.org", "inbox"},
-      {"days/2026-9-16.md", std::nullopt},
       {"days/2026-09-16.txt", std::nullopt},
       {"days/2026-09-16", std::nullopt},
-      {"days/notes.md", std::nullopt},
       {"notes/2026-09-16.md", std::nullopt},
-      {"years/2026a.md", std::nullopt},
       {"days/x/2026-09-16.md", std::nullopt},
       {"/days/2026-09-16.md", std::nullopt},
       {"inbox", std::nullopt},
       {"drafts/inbox.md", std::nullopt},
-      {"calendar", std::nullopt},
   };
   for (const auto& c : cases) {
     EXPECT_EQ(DL::pageKey(c.file), c.key) << c.file;

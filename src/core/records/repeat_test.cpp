@@ -8,187 +8,179 @@
 namespace trivo {
 namespace {
 
-DayDate repeatDay(std::int64_t y, std::int64_t m, std::int64_t d) { return DayDate{y, m, d}; }
+using Kind = Repeat::Kind;
 
-std::vector<std::string> texts(const std::vector<DayDate>& dates) {
-  std::vector<std::string> out;
-  for (const auto& d : dates) out.push_back(d.isoString());
+DayDate repeatOn(const char* iso) { return *DayDate::parse(iso); }
+
+// Dates as one line of text, for comparing a whole run at once.
+std::string repeatDates(const std::vector<DayDate>& dates) {
+  std::string out;
+  for (const auto& d : dates) out += (out.empty() ? "" : " ") + d.isoString();
   return out;
 }
 
-// The dates of the rule started on `first` up to `through`, as text.
-std::vector<std::string> run(const Repeat& rule, DayDate first, DayDate through) {
-  return texts(rule.dates(first, through));
-}
-
 TEST(Repeat, NextIsNeverTheAnchorsOwnDayWhenAskedAfterItAndNeverBeforeTheAnchor) {
-  Repeat every3 = Repeat::daily(3);
-  const DayDate anchor = repeatDay(2026, 9, 16);
-  EXPECT_EQ(every3.next(anchor, anchor), repeatDay(2026, 9, 19));
-  EXPECT_EQ(every3.next(repeatDay(2026, 9, 1), anchor), anchor);
-  EXPECT_EQ(every3.next(repeatDay(2026, 9, 20), anchor), repeatDay(2026, 9, 22));
-  // Far past the anchor the start step is jumped to, not walked.
-  EXPECT_EQ(every3.next(repeatDay(2036, 9, 16), anchor), repeatDay(2036, 9, 17));
-
-  Repeat mondays = Repeat::weekly(1, {Weekday::monday});
-  // The anchor is a Wednesday: the Monday of its own week lies before it and is not a date.
-  EXPECT_EQ(mondays.next(repeatDay(2026, 9, 1), repeatDay(2026, 9, 16)), repeatDay(2026, 9, 21));
-}
-
-TEST(Repeat, EveryTwoWeeksOnMondayAndThursdayAcrossTheYearEnd) {
-  Repeat rule = Repeat::weekly(2, {Weekday::thursday, Weekday::monday});
-  EXPECT_EQ(run(rule, repeatDay(2026, 12, 14), repeatDay(2027, 1, 28)),
-            (std::vector<std::string>{"2026-12-14", "2026-12-17", "2026-12-28", "2026-12-31",
-                                      "2027-01-11", "2027-01-14", "2027-01-25", "2027-01-28"}));
-}
-
-TEST(Repeat, WeeklyWithoutWeekdaysKeepsTheAnchorsWeekday) {
-  Repeat rule = Repeat::weekly(1);
-  EXPECT_EQ(run(rule, repeatDay(2026, 9, 16), repeatDay(2026, 10, 7)),
-            (std::vector<std::string>{"2026-09-16", "2026-09-23", "2026-09-30", "2026-10-07"}));
-}
-
-TEST(Repeat, OrdinalsCountTheirKindOfDayInEachMonthOf2026) {
-  struct Case {
-    Repeat::OnThe onThe;
-    std::vector<std::int64_t> days;  // the repeatDay of the month in January … December
-  };
-  const Case cases[] = {
-      {{2, Repeat::Kind::of(Weekday::tuesday)}, {13, 10, 10, 14, 12, 9, 14, 11, 8, 13, 10, 8}},
-      {{-1, Repeat::Kind::workday()}, {30, 27, 31, 30, 29, 30, 31, 31, 30, 30, 30, 31}},
-      {{1, Repeat::Kind::weekend()}, {3, 1, 1, 4, 2, 6, 4, 1, 5, 3, 1, 5}},
-      {{-1, Repeat::Kind::anyDay()}, {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31}},
-      {{3, Repeat::Kind::anyDay()}, {3, 3, 3, 3, 3, 3, 3, 3, 3, 3, 3, 3}},
+  const struct {
+    Repeat rule;
+    const char* after;
+    const char* anchor;
+    std::optional<DayDate> next;
+  } cases[] = {
+      {Repeat::daily(3), "2026-09-16", "2026-09-16", repeatOn("2026-09-19")},
+      {Repeat::daily(3), "2026-09-01", "2026-09-16", repeatOn("2026-09-16")},
+      {Repeat::daily(3), "2026-09-20", "2026-09-16", repeatOn("2026-09-22")},
+      // Far past the anchor the start step is jumped to, not walked.
+      {Repeat::daily(3), "2036-09-16", "2026-09-16", repeatOn("2036-09-17")},
+      // The anchor is a Wednesday: the Monday of its own week lies before it and is not a date.
+      {Repeat::weekly(1, {Weekday::monday}), "2026-09-01", "2026-09-16", repeatOn("2026-09-21")},
+      {Repeat::yearly(1, {11}, {}, Repeat::OnThe{4, Kind::of(Weekday::thursday)}), "2026-11-26",
+       "2026-01-01", repeatOn("2027-11-25")},
+      // Steps below one step like one.
+      {Repeat::daily(0), "2026-09-16", "2026-09-16", repeatOn("2026-09-17")},
+      {Repeat::monthly(-3), "2026-09-16", "2026-09-16", repeatOn("2026-10-16")},
   };
   for (const auto& c : cases) {
-    std::vector<std::string> expected;
-    for (std::int64_t m = 1; m <= 12; ++m) {
-      expected.push_back(repeatDay(2026, m, c.days[static_cast<std::size_t>(m - 1)]).isoString());
-    }
-    EXPECT_EQ(run(Repeat::monthly(1, {}, c.onThe), repeatDay(2026, 1, 1), repeatDay(2026, 12, 31)), expected)
-        << Repeat::monthly(1, {}, c.onThe).phrase();
+    EXPECT_EQ(c.rule.next(repeatOn(c.after), repeatOn(c.anchor)), c.next)
+        << c.rule.phrase() << " after " << c.after;
   }
-}
-
-TEST(Repeat, AFifthFridaySkipsTheMonthsThatHaveOnlyFour) {
-  EXPECT_EQ(run(Repeat::monthly(1, {}, Repeat::OnThe{5, Repeat::Kind::of(Weekday::friday)}),
-                repeatDay(2026, 1, 1), repeatDay(2026, 12, 31)),
-            (std::vector<std::string>{"2026-01-30", "2026-05-29", "2026-07-31", "2026-10-30"}));
-}
-
-TEST(Repeat, MonthDaysBeyondTheMonthsEndMeanItsLastDayAndNegativeOnesCountFromTheEnd) {
-  EXPECT_EQ(run(Repeat::monthly(1, {31}), repeatDay(2026, 1, 1), repeatDay(2026, 4, 30)),
-            (std::vector<std::string>{"2026-01-31", "2026-02-28", "2026-03-31", "2026-04-30"}));
-  EXPECT_EQ(run(Repeat::monthly(1, {-2}), repeatDay(2026, 1, 1), repeatDay(2026, 3, 31)),
-            (std::vector<std::string>{"2026-01-30", "2026-02-27", "2026-03-30"}));
-  // 30 and 31 fall on the same repeatDay in February and count once there.
-  EXPECT_EQ(run(Repeat::monthly(1, {30, 1, 31}), repeatDay(2026, 2, 1), repeatDay(2026, 3, 2)),
-            (std::vector<std::string>{"2026-02-01", "2026-02-28", "2026-03-01"}));
-}
-
-TEST(Repeat, MonthDaysAndAnOrdinalTogetherPickBoth) {
-  EXPECT_EQ(run(Repeat::monthly(1, {1}, Repeat::OnThe{-1, Repeat::Kind::of(Weekday::friday)}),
-                repeatDay(2026, 9, 1), repeatDay(2026, 10, 31)),
-            (std::vector<std::string>{"2026-09-01", "2026-09-25", "2026-10-01", "2026-10-30"}));
-}
-
-TEST(Repeat, EveryMonthWithoutDaysKeepsTheAnchorsDayClampedToShortMonths) {
-  EXPECT_EQ(run(Repeat::monthly(), repeatDay(2026, 1, 31), repeatDay(2026, 5, 31)),
-            (std::vector<std::string>{"2026-01-31", "2026-02-28", "2026-03-31", "2026-04-30",
-                                      "2026-05-31"}));
-  Repeat quarterly = Repeat::monthly();
-  quarterly.every = 3;
-  EXPECT_EQ(run(quarterly, repeatDay(2026, 11, 15), repeatDay(2027, 8, 31)),
-            (std::vector<std::string>{"2026-11-15", "2027-02-15", "2027-05-15", "2027-08-15"}));
-}
-
-TEST(Repeat, YearlyOn29FebruaryFallsOnThe28thInCommonYears) {
-  Repeat rule = Repeat::yearly(1);
-  EXPECT_EQ(run(rule, repeatDay(2024, 2, 29), repeatDay(2028, 12, 31)),
-            (std::vector<std::string>{"2024-02-29", "2025-02-28", "2026-02-28", "2027-02-28",
-                                      "2028-02-29"}));
-}
-
-TEST(Repeat, YearlyInChosenMonthsOnChosenDaysEveryOtherYear) {
-  Repeat rule = Repeat::yearly(2, {9, 3}, {15});
-  EXPECT_EQ(run(rule, repeatDay(2026, 1, 1), repeatDay(2029, 12, 31)),
-            (std::vector<std::string>{"2026-03-15", "2026-09-15", "2028-03-15", "2028-09-15"}));
-  Repeat thanksgiving =
-      Repeat::yearly(1, {11}, {}, Repeat::OnThe{4, Repeat::Kind::of(Weekday::thursday)});
-  EXPECT_EQ(thanksgiving.next(repeatDay(2026, 11, 26), repeatDay(2026, 1, 1)), repeatDay(2027, 11, 25));
-}
-
-TEST(Repeat, RulesThatNeverMatchEndWithNothing) {
-  const Repeat never[] = {
-      Repeat::yearly(1, {2}, {}, Repeat::OnThe{30, Repeat::Kind::anyDay()}),
-      Repeat::yearly(1, {13}),
-      Repeat::monthly(1, {0}),
-      Repeat::monthly(1, {}, Repeat::OnThe{0, Repeat::Kind::of(Weekday::monday)}),
-      Repeat::monthly(1, {}, Repeat::OnThe{6, Repeat::Kind::of(Weekday::monday)}),
-      Repeat::monthly(1, {}, Repeat::OnThe{-24, Repeat::Kind::workday()}),
-  };
-  for (const auto& rule : never) {
-    EXPECT_EQ(rule.next(repeatDay(2026, 1, 1), repeatDay(2026, 1, 1)), std::nullopt) << rule.phrase();
-    EXPECT_TRUE(rule.dates(repeatDay(2026, 1, 1), repeatDay(2100, 1, 1)).empty()) << rule.phrase();
-    EXPECT_EQ(rule.firstDate(repeatDay(2026, 1, 1)), std::nullopt) << rule.phrase();
-  }
-}
-
-TEST(Repeat, StepsBelowOneStepLikeOneAndGiantStepsEndWithoutOverflow) {
-  Repeat zero = Repeat::daily(0);
-  EXPECT_EQ(zero.next(repeatDay(2026, 9, 16), repeatDay(2026, 9, 16)), repeatDay(2026, 9, 17));
-  Repeat negative = Repeat::monthly(-3);
-  EXPECT_EQ(negative.next(repeatDay(2026, 9, 16), repeatDay(2026, 9, 16)), repeatDay(2026, 10, 16));
+  // Giant steps end without overflow.
   for (auto unit :
        {Repeat::Unit::day, Repeat::Unit::week, Repeat::Unit::month, Repeat::Unit::year}) {
     Repeat giant = Repeat::daily(std::numeric_limits<std::int64_t>::max());
     giant.unit = unit;
-    EXPECT_EQ(giant.next(repeatDay(2026, 9, 16), repeatDay(2026, 9, 16)), std::nullopt);
+    EXPECT_EQ(giant.next(repeatOn("2026-09-16"), repeatOn("2026-09-16")), std::nullopt);
+  }
+}
+
+TEST(Repeat, DatesOfEachKindOfRule) {
+  Repeat quarterly = Repeat::monthly();
+  quarterly.every = 3;
+  const struct {
+    Repeat rule;
+    const char* first;
+    const char* through;
+    const char* dates;
+  } cases[] = {
+      // Across the year's end.
+      {Repeat::weekly(2, {Weekday::thursday, Weekday::monday}), "2026-12-14", "2027-01-28",
+       "2026-12-14 2026-12-17 2026-12-28 2026-12-31 2027-01-11 2027-01-14 2027-01-25 2027-01-28"},
+      // Without weekdays a week keeps the anchor's weekday.
+      {Repeat::weekly(1), "2026-09-16", "2026-10-07",
+       "2026-09-16 2026-09-23 2026-09-30 2026-10-07"},
+      // A fifth Friday skips the months that have only four.
+      {Repeat::monthly(1, {}, Repeat::OnThe{5, Kind::of(Weekday::friday)}), "2026-01-01",
+       "2026-12-31", "2026-01-30 2026-05-29 2026-07-31 2026-10-30"},
+      // A month day beyond the month's end means its last day; negative ones count from the end.
+      {Repeat::monthly(1, {31}), "2026-01-01", "2026-04-30",
+       "2026-01-31 2026-02-28 2026-03-31 2026-04-30"},
+      {Repeat::monthly(1, {-2}), "2026-01-01", "2026-03-31", "2026-01-30 2026-02-27 2026-03-30"},
+      // 30 and 31 fall on the same day in February and count once there.
+      {Repeat::monthly(1, {30, 1, 31}), "2026-02-01", "2026-03-02",
+       "2026-02-01 2026-02-28 2026-03-01"},
+      // Month days and an ordinal together pick both.
+      {Repeat::monthly(1, {1}, Repeat::OnThe{-1, Kind::of(Weekday::friday)}), "2026-09-01",
+       "2026-10-31", "2026-09-01 2026-09-25 2026-10-01 2026-10-30"},
+      // Without days a month keeps the anchor's day, clamped to short months.
+      {Repeat::monthly(), "2026-01-31", "2026-05-31",
+       "2026-01-31 2026-02-28 2026-03-31 2026-04-30 2026-05-31"},
+      {quarterly, "2026-11-15", "2027-08-31", "2026-11-15 2027-02-15 2027-05-15 2027-08-15"},
+      // 29 February falls on the 28th in common years.
+      {Repeat::yearly(1), "2024-02-29", "2028-12-31",
+       "2024-02-29 2025-02-28 2026-02-28 2027-02-28 2028-02-29"},
+      {Repeat::yearly(2, {9, 3}, {15}), "2026-01-01", "2029-12-31",
+       "2026-03-15 2026-09-15 2028-03-15 2028-09-15"},
+      {Repeat::daily(1), "2026-02-01", "2026-01-01", ""},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(repeatDates(c.rule.dates(repeatOn(c.first), repeatOn(c.through))), c.dates)
+        << c.rule.phrase() << " from " << c.first;
+  }
+}
+
+TEST(Repeat, OrdinalsCountTheirKindOfDayInEachMonthOf2026) {
+  const struct {
+    Repeat::OnThe onThe;
+    std::vector<std::int64_t> days;  // the day of the month in January … December
+  } cases[] = {
+      {{2, Kind::of(Weekday::tuesday)}, {13, 10, 10, 14, 12, 9, 14, 11, 8, 13, 10, 8}},
+      {{-1, Kind::workday()}, {30, 27, 31, 30, 29, 30, 31, 31, 30, 30, 30, 31}},
+      {{1, Kind::weekend()}, {3, 1, 1, 4, 2, 6, 4, 1, 5, 3, 1, 5}},
+      {{-1, Kind::anyDay()}, {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31}},
+      {{3, Kind::anyDay()}, {3, 3, 3, 3, 3, 3, 3, 3, 3, 3, 3, 3}},
+  };
+  for (const auto& c : cases) {
+    std::vector<DayDate> expected;
+    for (std::int64_t m = 1; m <= 12; ++m) {
+      expected.push_back(DayDate{2026, m, c.days[static_cast<std::size_t>(m - 1)]});
+    }
+    const Repeat rule = Repeat::monthly(1, {}, c.onThe);
+    EXPECT_EQ(rule.dates(repeatOn("2026-01-01"), repeatOn("2026-12-31")), expected)
+        << rule.phrase();
+  }
+}
+
+TEST(Repeat, RulesThatNeverMatchEndWithNothing) {
+  const Repeat never[] = {
+      Repeat::yearly(1, {2}, {}, Repeat::OnThe{30, Kind::anyDay()}),
+      Repeat::yearly(1, {13}),
+      Repeat::monthly(1, {0}),
+      Repeat::monthly(1, {}, Repeat::OnThe{0, Kind::of(Weekday::monday)}),
+      Repeat::monthly(1, {}, Repeat::OnThe{6, Kind::of(Weekday::monday)}),
+      Repeat::monthly(1, {}, Repeat::OnThe{-24, Kind::workday()}),
+  };
+  const DayDate start = repeatOn("2026-01-01");
+  for (const auto& rule : never) {
+    EXPECT_EQ(rule.next(start, start), std::nullopt) << rule.phrase();
+    EXPECT_TRUE(rule.dates(start, repeatOn("2100-01-01")).empty()) << rule.phrase();
+    EXPECT_EQ(rule.firstDate(start), std::nullopt) << rule.phrase();
   }
 }
 
 TEST(Repeat, FollowingCountsFromTheDueDateTheCompletionDayOrCatchesUp) {
-  const DayDate thursday = repeatDay(2026, 9, 10);
-  Repeat monThu = Repeat::weekly(1, {Weekday::thursday, Weekday::monday});
-  EXPECT_EQ(monThu.following(thursday, repeatDay(2026, 9, 16)), repeatDay(2026, 9, 14));
-  monThu.from = Repeat::From::done;
-  // Completed on Wednesday: the next of its days after that is the Thursday.
-  EXPECT_EQ(monThu.following(thursday, repeatDay(2026, 9, 16)), repeatDay(2026, 9, 17));
-
-  Repeat every3 = Repeat::daily(3);
-  every3.from = Repeat::From::done;
-  EXPECT_EQ(every3.following(thursday, repeatDay(2026, 9, 15)), repeatDay(2026, 9, 18));
-  // Completed early, the next date still counts from the completion repeatDay.
-  EXPECT_EQ(every3.following(thursday, repeatDay(2026, 9, 8)), repeatDay(2026, 9, 11));
-
-  Repeat weekly = Repeat::weekly(1);
-  weekly.from = Repeat::From::catchUp;
-  // Due Monday 7 September, ticked on Wednesday 23rd: the Mondays in between are skipped.
-  EXPECT_EQ(weekly.following(repeatDay(2026, 9, 7), repeatDay(2026, 9, 23)), repeatDay(2026, 9, 28));
-  // Ticked on the due repeatDay itself or early, it still moves on by one step.
-  EXPECT_EQ(weekly.following(repeatDay(2026, 9, 7), repeatDay(2026, 9, 7)), repeatDay(2026, 9, 14));
-  EXPECT_EQ(weekly.following(repeatDay(2026, 9, 7), repeatDay(2026, 9, 1)), repeatDay(2026, 9, 14));
-
-  Repeat monthlyDue = Repeat::monthly();
-  EXPECT_EQ(monthlyDue.following(repeatDay(2026, 1, 31), repeatDay(2026, 2, 3)), repeatDay(2026, 2, 28));
+  using From = Repeat::From;
+  const Repeat monThu = Repeat::weekly(1, {Weekday::thursday, Weekday::monday});
+  const struct {
+    Repeat rule;
+    const char* due;
+    const char* done;
+    const char* next;
+  } cases[] = {
+      {monThu, "2026-09-10", "2026-09-16", "2026-09-14"},
+      // Completed on Wednesday: the next of its days after that is the Thursday.
+      {monThu.counted(From::done), "2026-09-10", "2026-09-16", "2026-09-17"},
+      {Repeat::daily(3).counted(From::done), "2026-09-10", "2026-09-15", "2026-09-18"},
+      // Completed early, the next date still counts from the completion day.
+      {Repeat::daily(3).counted(From::done), "2026-09-10", "2026-09-08", "2026-09-11"},
+      // Due Monday 7 September, ticked on Wednesday 23rd: the Mondays in between are skipped.
+      {Repeat::weekly(1).counted(From::catchUp), "2026-09-07", "2026-09-23", "2026-09-28"},
+      // Ticked on the due day itself or early, it still moves on by one step.
+      {Repeat::weekly(1).counted(From::catchUp), "2026-09-07", "2026-09-07", "2026-09-14"},
+      {Repeat::weekly(1).counted(From::catchUp), "2026-09-07", "2026-09-01", "2026-09-14"},
+      {Repeat::monthly(), "2026-01-31", "2026-02-03", "2026-02-28"},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(c.rule.following(repeatOn(c.due), repeatOn(c.done)), repeatOn(c.next))
+        << c.rule.phrase() << ", due " << c.due << ", done " << c.done;
+  }
 }
 
-TEST(Repeat, FirstDateIsTheDayItselfWhenItMatches) {
-  Repeat monThu = Repeat::weekly(1, {Weekday::monday, Weekday::thursday});
-  EXPECT_EQ(monThu.firstDate(repeatDay(2026, 9, 16)), repeatDay(2026, 9, 17));
-  EXPECT_EQ(monThu.firstDate(repeatDay(2026, 9, 14)), repeatDay(2026, 9, 14));
-  EXPECT_EQ(Repeat::monthly(1, {1}).firstDate(repeatDay(2026, 9, 2)), repeatDay(2026, 10, 1));
-}
+TEST(Repeat, FirstDatesAndOccurrencesKeepTheAnchorsRhythm) {
+  const Repeat monThu = Repeat::weekly(1, {Weekday::monday, Weekday::thursday});
+  EXPECT_EQ(monThu.firstDate(repeatOn("2026-09-16")), repeatOn("2026-09-17"));
+  EXPECT_EQ(monThu.firstDate(repeatOn("2026-09-14")), repeatOn("2026-09-14"));
+  EXPECT_EQ(Repeat::monthly(1, {1}).firstDate(repeatOn("2026-09-02")), repeatOn("2026-10-01"));
 
-TEST(Repeat, DatesStopAtTheLimitAndOccurrencesKeepTheAnchorsRhythm) {
-  Repeat daily = Repeat::daily(1);
-  EXPECT_EQ(daily.dates(repeatDay(2026, 1, 1), repeatDay(2026, 12, 31), 3).size(), 3u);
-  EXPECT_EQ(daily.dates(repeatDay(2026, 1, 1), repeatDay(2026, 12, 31)).size(), 365u);
-  EXPECT_TRUE(daily.dates(repeatDay(2026, 2, 1), repeatDay(2026, 1, 1)).empty());
-  Repeat fortnightly = Repeat::weekly(2);
-  EXPECT_EQ(texts(fortnightly.occurrences(repeatDay(2026, 9, 2), repeatDay(2026, 9, 20), repeatDay(2026, 10, 20))),
-            (std::vector<std::string>{"2026-09-30", "2026-10-14"}));
-  EXPECT_TRUE(fortnightly.occurrences(repeatDay(2026, 9, 2), repeatDay(2026, 8, 1), repeatDay(2026, 9, 1)).empty());
+  const Repeat daily = Repeat::daily(1);
+  EXPECT_EQ(daily.dates(repeatOn("2026-01-01"), repeatOn("2026-12-31"), 3).size(), 3u);
+  EXPECT_EQ(daily.dates(repeatOn("2026-01-01"), repeatOn("2026-12-31")).size(), 365u);
+  const Repeat fortnightly = Repeat::weekly(2);
+  EXPECT_EQ(repeatDates(fortnightly.occurrences(repeatOn("2026-09-02"), repeatOn("2026-09-20"),
+                                                repeatOn("2026-10-20"))),
+            "2026-09-30 2026-10-14");
+  EXPECT_TRUE(
+      fortnightly
+          .occurrences(repeatOn("2026-09-02"), repeatOn("2026-08-01"), repeatOn("2026-09-01"))
+          .empty());
 }
 
 TEST(Repeat, OrgRepeatersReadAndWriteBothWays) {
@@ -214,7 +206,7 @@ TEST(Repeat, OrgRepeatersReadAndWriteBothWays) {
 }
 
 TEST(Repeat, OrgRepeaterForADueDateOnlyWhenOrgWouldGiveTheSameDates) {
-  const DayDate thursday = repeatDay(2026, 9, 17);
+  const DayDate thursday = repeatOn("2026-09-17");
   EXPECT_EQ((Repeat::weekly(1, {Weekday::thursday})).orgRepeater(thursday), "+1w");
   EXPECT_EQ((Repeat::weekly(1, {Weekday::monday, Weekday::thursday})).orgRepeater(thursday),
             std::nullopt);
@@ -232,7 +224,6 @@ TEST(Repeat, PhrasesReadBackAsTheSameRule) {
     Repeat rule;
     const char* phrase;
   };
-  using Kind = Repeat::Kind;
   const Case cases[] = {
       {Repeat{}, "every day"},
       {Repeat::daily(3), "every 3 days"},

@@ -1,5 +1,5 @@
-// The today model over a real vault folder in both page syntaxes: every change is read back from
-// the files by a store opened afresh.
+// The today model over a real vault folder in both page syntaxes: every change, and every
+// carry-over from an earlier day, is read back from the files by a store opened afresh.
 #include "core/today/today_model.h"
 
 #include <gtest/gtest.h>
@@ -17,7 +17,7 @@ using namespace std::chrono;
 DayDate d(std::int64_t y, std::int64_t m, std::int64_t day) { return *DayDate::make(y, m, day); }
 
 CarryItem carryItemOf(std::string text, bool done = false,
-               std::optional<CarryItem::Fate> fate = std::nullopt) {
+                      std::optional<CarryItem::Fate> fate = std::nullopt) {
   return CarryItem{std::move(text), done, {}, fate, std::nullopt, {}};
 }
 
@@ -250,8 +250,126 @@ TEST_P(TodayModelTest, AnUnreadablePageIsNamedAndNeverWritten) {
   EXPECT_EQ(dir.read("days/2026-09-16" + ext()), wrong);
 }
 
+// Carry-over: what is offered, where carried things land, what the old day records, and that
+// carrying again adds nothing.
+class CarryOver : public TodayModelTest {
+ protected:
+  using Kind = TodayModel::CarryOffer::Kind;
+
+  // A lived day: outcomes open, done and blocked, a checklist and a list for tomorrow.
+  void writeLivedDay(const DayDate& date) {
+    DayEntry entry;
+    entry.date = date;
+    entry.outcomes.outcomes = OutcomeSet::normalize({
+        Outcome::make("Ship the report", OutcomeState::planned, 2),
+        Outcome::make("Call the bank", OutcomeState::done),
+        Outcome::make("Fix the bike", OutcomeState::blocked),
+    });
+    entry.checklist = {carryItemOf("Book dentist"), carryItemOf("Pay rent", true),
+                       carryItemOf("Old idea", false, CarryItem::Fate::noted)};
+    entry.forTomorrow = {carryItemOf("Buy milk")};
+    writeDay(entry);
+  }
+  static std::vector<std::string> texts(const std::vector<TodayModel::CarryOffer>& offers) {
+    std::vector<std::string> out;
+    for (const auto& o : offers) out.push_back(o.text);
+    return out;
+  }
+};
+
+TEST_P(CarryOver, TheLatestLivedDayBeforeAGapOffersWhatItLeftOpen) {
+  writeLivedDay(d(2026, 9, 8));
+  writeLivedDay(d(2026, 9, 11));  // Friday; then four days without a page
+  DayEntry future;
+  future.date = d(2026, 9, 20);
+  future.forTomorrow = {carryItemOf("Not yet lived")};
+  writeDay(future);
+
+  EXPECT_EQ(model->carrySource(), d(2026, 9, 11));
+  const auto offers = model->offersForToday();
+  EXPECT_EQ(texts(offers),
+            (std::vector<std::string>{"Ship the report", "Book dentist", "Buy milk"}));
+  EXPECT_EQ(offers[0],
+            (TodayModel::CarryOffer{Kind::outcome, d(2026, 9, 11), 0, "Ship the report"}));
+  EXPECT_EQ(offers[1].kind, Kind::checklist);
+  EXPECT_EQ(offers[2], (TodayModel::CarryOffer{Kind::forTomorrow, d(2026, 9, 11), 0, "Buy milk"}));
+}
+
+TEST_P(CarryOver, CarryingWritesTodayAndRecordsTheFateOnTheOldDayOnce) {
+  writeLivedDay(d(2026, 9, 11));
+  EXPECT_EQ(model->carry({}).size(), 3u);
+  commitAndReopen();
+
+  const DayEntry today = model->page();
+  EXPECT_EQ(today.outcomes.outcomes[0].text, "Ship the report");
+  // Served the week of 11 September; today lies in the next week, so it serves nothing yet.
+  EXPECT_EQ(today.outcomes.outcomes[0].serves, std::nullopt);
+  EXPECT_EQ(today.checklist,
+            (std::vector<CarryItem>{carryItemOf("Book dentist"), carryItemOf("Buy milk")}));
+
+  const DayEntry old = store->peekDay(d(2026, 9, 11));
+  EXPECT_EQ(old.checklist[0].fate, CarryItem::Fate::today);
+  EXPECT_EQ(old.checklist[2].fate, CarryItem::Fate::noted);
+  EXPECT_EQ(old.forTomorrow[0].fate, CarryItem::Fate::today);
+  EXPECT_EQ(old.outcomes.outcomes[0].comments, std::vector<std::string>{"carried to 2026-09-16"});
+  EXPECT_EQ(old.outcomes.outcomes[0].state, OutcomeState::planned);  // history unchanged
+
+  const std::string todayText = dir.read("days/2026-09-16" + ext());
+  EXPECT_TRUE(model->carryOffers().empty());
+  EXPECT_TRUE(model->carry({}).empty());
+  commitAndReopen();
+  EXPECT_EQ(dir.read("days/2026-09-16" + ext()), todayText);
+}
+
+TEST_P(CarryOver, WhatTodayAlreadyHoldsIsNotOfferedEvenWithoutAFate) {
+  writeLivedDay(d(2026, 9, 11));
+  model->addChecklistItem("Book dentist");  // written in by hand before carrying
+  commitAndReopen();
+  EXPECT_EQ(texts(model->carryOffers()), (std::vector<std::string>{"Ship the report", "Buy milk"}));
+  // Today has a plan now, so nothing is pressed on it; `carry` still lists what is left.
+  EXPECT_TRUE(model->offersForToday().empty());
+}
+
+TEST_P(CarryOver, ChosenItemsOnlyAndOutcomesSpillToTheChecklistWhenTodayIsFull) {
+  writeLivedDay(d(2026, 9, 14));  // Monday of the same week
+  for (std::int64_t slot = 1; slot <= 3; ++slot) {
+    model->setOutcome(EntryKey::day(model->today()), slot, "Today " + std::to_string(slot));
+  }
+  model->carry({1, 3, 1});
+  commitAndReopen();
+  const DayEntry today = model->page();
+  EXPECT_EQ(today.outcomes.outcomes[0].text, "Today 1");
+  EXPECT_EQ(today.checklist,
+            (std::vector<CarryItem>{carryItemOf("Ship the report"), carryItemOf("Buy milk")}));
+  EXPECT_EQ(texts(model->carryOffers()), std::vector<std::string>{"Book dentist"});
+}
+
+TEST_P(CarryOver, AnOutcomeCarriedWithinItsWeekKeepsWhatItServes) {
+  writeLivedDay(d(2026, 9, 14));
+  model->carry({1});
+  commitAndReopen();
+  EXPECT_EQ(model->page().outcomes.outcomes[0].serves, 2);
+}
+
+TEST_P(CarryOver, ANumberNotOfferedIsRefusedAndNothingIsWritten) {
+  writeLivedDay(d(2026, 9, 11));
+  const std::string before = dir.read("days/2026-09-11" + ext());
+  EXPECT_THROW(model->carry({1, 4}), TodayError);
+  commitAndReopen();
+  EXPECT_FALSE(std::filesystem::exists(dir.path() / ("days/2026-09-16" + ext())));
+  EXPECT_EQ(dir.read("days/2026-09-11" + ext()), before);
+}
+
+TEST_P(CarryOver, WithoutAnEarlierPageThereIsNothingToOffer) {
+  dir.write("days/notes.md", "not a day page\n");
+  EXPECT_EQ(model->carrySource(), std::nullopt);
+  EXPECT_TRUE(model->carryOffers().empty());
+  EXPECT_TRUE(model->carry({}).empty());
+}
+
 INSTANTIATE_TEST_SUITE_P(BothSyntaxes, TodayModelTest, testing::bothSyntaxes(),
                          testing::syntaxName);
+INSTANTIATE_TEST_SUITE_P(BothSyntaxes, CarryOver, testing::bothSyntaxes(), testing::syntaxName);
 
 }  // namespace
 }  // namespace trivo

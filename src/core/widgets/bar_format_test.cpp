@@ -30,12 +30,11 @@ TEST(BarFormat, EachFormatEscapesWhatItsBarReadsAsMarkupOrCommands) {
 }
 
 TEST(BarFormat, NamesAreTheFourBars) {
-  EXPECT_EQ(barFormatFromName("waybar"), BarFormat::waybar);
-  EXPECT_EQ(barFormatFromName("i3blocks"), BarFormat::i3blocks);
-  EXPECT_EQ(barFormatFromName("polybar"), BarFormat::polybar);
-  EXPECT_EQ(barFormatFromName("tmux"), BarFormat::tmux);
-  EXPECT_EQ(barFormatFromName("Waybar"), std::nullopt);
-  EXPECT_EQ(barFormatFromName(""), std::nullopt);
+  const std::pair<const char*, std::optional<BarFormat>> cases[] = {
+      {"waybar", BarFormat::waybar},   {"i3blocks", BarFormat::i3blocks},
+      {"polybar", BarFormat::polybar}, {"tmux", BarFormat::tmux},
+      {"Waybar", std::nullopt},        {"", std::nullopt}};
+  for (const auto& [name, format] : cases) EXPECT_EQ(barFormatFromName(name), format) << name;
 }
 
 TEST(BarFormat, AStaleRenderingSaysSoInTextClassAndTooltip) {

@@ -267,6 +267,7 @@ TEST(DeepLink, PageKeyOfAFileGoesByItsFolder) {
       {"years/+2026.org", "year:2026"},
       {"inbox.md", "inbox"},
       {"inbox.org", "inbox"},
+      {"notes.md", std::nullopt},
       {"days/2026-09-16.txt", std::nullopt},
       {"days/2026-09-16", std::nullopt},
       {"notes/2026-09-16.md", std::nullopt},

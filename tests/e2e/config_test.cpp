@@ -31,7 +31,6 @@ TEST_F(ConfigCommand, GetPrintsValuesAsJsonWithDefaultsFilledIn) {
   EXPECT_EQ(r.out, "2\n");
   EXPECT_EQ(trivo({"config", "get", "focus.cueSet.finished.sound"}).out, "\"Glass\"\n");
   EXPECT_EQ(trivo({"config", "get", "firstDay"}).out, "null\n");
-  EXPECT_EQ(trivo({"config", "get", "tagColors.work"}).out, "null\n");
   const Json all = Json::parse(trivo({"config", "get"}).out);
   EXPECT_EQ(all["font"], "rounded");
 }

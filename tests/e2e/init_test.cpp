@@ -61,10 +61,9 @@ TEST_F(InitCommand, SampleVaultsInBothSyntaxesRoundTripAndTheLatestIsTheDefault)
   EXPECT_EQ(answer["format"], "org");
   EXPECT_EQ(answer["root"], path("org").string());
 
+  // What the pages hold is the sample's own test; here, that each is in its syntax.
   EXPECT_TRUE(fs::exists(path("elsewhere/md/days/2026-11-19.md")));
-  EXPECT_TRUE(fs::exists(path("elsewhere/md/weeks/2026-W47.md")));
   EXPECT_TRUE(fs::exists(path("org/inbox.org")));
-  EXPECT_TRUE(fs::exists(path("org/months/2026-11.org")));
   EXPECT_FALSE(fs::exists(path("org/inbox.md")));
   EXPECT_EQ(Json::parse(dir.read("org/.trivo/config.json"))["fileFormat"], "org");
 
@@ -123,6 +122,7 @@ TEST(HelpTexts, HelpExplainsTrivoOrOneCommandAndUnknownWordsAreNamed) {
   // version has, so that a new command does not break this test.
   const std::string prefix = "trivo: name a command; ";
   const auto bare = testing::runTrivo({});
+  EXPECT_EQ(bare.exitCode, 2);
   ASSERT_EQ(bare.err.rfind(prefix, 0), 0u) << bare.err;
   const std::string list = bare.err.substr(prefix.size(), bare.err.find('\n') + 1 - prefix.size());
   EXPECT_EQ(list.rfind("the commands are plan, path, open, config, ", 0), 0u) << list;
@@ -138,9 +138,7 @@ TEST(HelpTexts, HelpExplainsTrivoOrOneCommandAndUnknownWordsAreNamed) {
   auto unknownTopic = testing::runTrivo({"help", "frobnicate"});
   EXPECT_EQ(unknownTopic.exitCode, 2);
   EXPECT_EQ(unknownTopic.err, "trivo: \"frobnicate\" is not a command; " + list + usage);
-  auto nothing = testing::runTrivo({});
-  EXPECT_EQ(nothing.exitCode, 2);
-  EXPECT_EQ(nothing.err, "trivo: name a command; " + list + usage);
+  EXPECT_EQ(bare.err, prefix + list + usage);
   // A bad option of a known command is still CLI11's own message.
   auto badOption = testing::runTrivo({"plan", "--nope"});
   EXPECT_EQ(badOption.exitCode, 2);

@@ -41,7 +41,7 @@ TEST_F(PathCommand, JsonNamesTheKeyAndPath) {
   EXPECT_EQ(j["path"], vault() + "/days/2027-01-01.md");
 }
 
-TEST_F(PathCommand, RefusesBadAddressesViewsAndAMissingVault) {
+TEST_F(PathCommand, RefusesBadAddressesAndViews) {
   auto bad = trivo({"path", "2026-9-16"});
   EXPECT_EQ(bad.exitCode, 1);
   EXPECT_EQ(bad.out, "");
@@ -49,13 +49,6 @@ TEST_F(PathCommand, RefusesBadAddressesViewsAndAMissingVault) {
   auto view = trivo({"path", "agenda"});
   EXPECT_EQ(view.exitCode, 1);
   EXPECT_EQ(view.err, "trivo: \"agenda\" names the agenda view, which has no file of its own.\n");
-  testing::ProcessOptions nowhere;
-  nowhere.env["TRIVO_VAULT"] = std::nullopt;
-  nowhere.env["XDG_CONFIG_HOME"] = (dir.path() / "config").string();
-  nowhere.cwd = dir.path().string();
-  auto missing = testing::runTrivo({"path", "today"}, nowhere);
-  EXPECT_EQ(missing.exitCode, 1);
-  EXPECT_NE(missing.err.find("No vault found"), std::string::npos) << missing.err;
   EXPECT_EQ(trivo({"path"}).exitCode, 2);
 }
 

@@ -54,7 +54,7 @@ TEST_F(RefusedCommand, AFailedWriteSaysSoInOneSentenceAndTheTextIsKept) {
 }
 
 TEST_F(RefusedCommand, ARefusedEditMergesWithTheOutsideEditInTheEditor) {
-  const fs::path page = dir.write("vault/days/2026-09-16.md", "a\nb\nc\n");
+  dir.write("vault/days/2026-09-16.md", "a\nb\nc\n");
   {
     VaultStore::Options options;
     options.debounce = std::chrono::hours(1);
@@ -84,7 +84,6 @@ TEST_F(RefusedCommand, ARefusedEditMergesWithTheOutsideEditInTheEditor) {
   EXPECT_NE(copy.err.find("still holds conflict markers"), std::string::npos) << copy.err;
   EXPECT_EQ(trivo({"refused", "drop", "1"}).exitCode, 0);
   EXPECT_FALSE(fs::exists(vault() / "days/2026-09-16.sync-conflict-20260916-101010-ABCDEFG.md"));
-  (void)page;
 }
 
 }  // namespace

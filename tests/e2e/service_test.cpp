@@ -81,17 +81,24 @@ class Service : public ::testing::Test {
 
   // Starts the service with its standard error in a file; waits until it says it is up.
   std::unique_ptr<testing::BackgroundProcess> start(pid_t* pid = nullptr) {
+    auto service = startWith(options(), errFile_);
+    EXPECT_TRUE(waitFor([&] { return fs::exists(group_.path() / "live.json"); }, 5s));
+    if (pid) *pid = pid_;
+    return service;
+  }
+  std::unique_ptr<testing::BackgroundProcess> startWith(const testing::ProcessOptions& options,
+                                                        const fs::path& errFile) {
     auto service = std::make_unique<testing::BackgroundProcess>(
         "/bin/sh",
         std::vector<std::string>{"-c", "exec \"$0\" app 2>>\"$1\"", testing::builtProgram("trivo"),
-                                 errFile_.string()},
-        options());
+                                 errFile.string()},
+        options);
     const auto line = service->readLine(10000);
     EXPECT_TRUE(line && line->rfind("Trivo serves ", 0) == 0) << line.value_or("(nothing)");
-    if (pid && line) *pid = std::stoi(line->substr(line->find("process ") + 8));
-    EXPECT_TRUE(waitFor([&] { return fs::exists(group_.path() / "live.json"); }, 5s));
+    if (line) pid_ = std::stoi(line->substr(line->find("process ") + 8));
     return service;
   }
+  pid_t pid_ = 0;
 
   testing::ProcessResult trivo(const std::vector<std::string>& args) const {
     return testing::runTrivo(args, options());
@@ -115,7 +122,7 @@ class Service : public ::testing::Test {
   }
 };
 
-TEST_F(Service, AnOutcomeWrittenIntoTheDayPageReachesLiveStateWithinASecond) {
+TEST_F(Service, PagesAndDraftsReachLiveStateWithinASecondAndLinksStartSessions) {
   auto service = start();
   ASSERT_EQ(live().set, 0);
   const auto written = std::chrono::steady_clock::now();
@@ -132,43 +139,36 @@ TEST_F(Service, AnOutcomeWrittenIntoTheDayPageReachesLiveStateWithinASecond) {
   ASSERT_EQ(day->outcomes.size(), 2u);
   EXPECT_EQ(day->outcomes[0], (LiveState::Line{"Ship the release", "done"}));
   EXPECT_TRUE(state.appIsUp(SystemClock::shared()));
-  EXPECT_EQ(service->stop(5000), 0);
-  // A stopped service says so at once: its record is no longer fresh.
-  EXPECT_FALSE(live().appIsUp(SystemClock::shared()));
-}
 
-TEST_F(Service, FocusStartThroughTheServiceLogsAOneMinuteSession) {
-  scale_ = 60;  // the minute, the grace window and the automatic log pass in about 2 s
-  auto service = start();
-  const auto r = trivo({"focus", "start", "1", "Write"});
-  ASSERT_EQ(r.exitCode, 0) << r.err;
-  EXPECT_EQ(r.out.rfind("Focusing on Write", 0), 0u) << r.out;
-  ASSERT_TRUE(waitFor([&] { return readWhole(dayPage()).find("· 1m · Write") != std::string::npos; },
-                      10s))
-      << readWhole(dayPage()) << log();
-  EXPECT_TRUE(waitFor([&] { return live().todayMinutes == 1; }, 2s));
-  EXPECT_EQ(live().phase, LiveState::Phase::idle);
-  EXPECT_EQ(countOf(readWhole(dayPage()), "Write"), 1u);
-  // Other devices learn about the session through the vault, and about its end too.
-  EXPECT_TRUE(fs::is_empty(vault_.path() / ".trivo" / "live"));
-  EXPECT_EQ(service->stop(5000), 0);
-}
+  // Drafts reach it when written and when pinned.
+  EXPECT_TRUE(live().drafts.empty());
+  vault_.write("drafts/Garden.md", "# Plant tulips\n");
+  vault_.write("drafts/Trip.md", "Book the train\n");
+  ASSERT_TRUE(waitFor([&] { return live().drafts.size() == 2; }, 3s)) << log();
+  ASSERT_EQ(trivo({"config", "set", "draftPins", R"(["Trip"])"}).exitCode, 0);
+  ASSERT_TRUE(waitFor([&] { return live().drafts.size() == 1; }, 3s)) << log();
+  EXPECT_EQ(live().drafts.front().title, "Trip");
+  vault_.write("drafts/Trip.md", "Pack the bags\n");
+  EXPECT_TRUE(waitFor([&] { return live().drafts.front().preview == "Pack the bags"; }, 3s));
 
-TEST_F(Service, AWidgetLinkStartsASessionWithItsMinutesAndSubject) {
-  auto service = start();
+  // A widget's link starts a session with its minutes and subject.
   const auto r = trivo({"open", "trivo://focus/start?minutes=7&subject=Deep%20work"});
   ASSERT_EQ(r.exitCode, 0) << r.err;
   ASSERT_TRUE(waitFor([&] { return live().phase == LiveState::Phase::running; }, 1s)) << log();
   EXPECT_EQ(live().planned, 7);
   EXPECT_EQ(live().subject, std::optional<std::string>("Deep work"));
   EXPECT_EQ(service->stop(5000), 0);
+  // A stopped service says so at once: its record is no longer fresh.
+  EXPECT_FALSE(live().appIsUp(SystemClock::shared()));
 }
 
-TEST_F(Service, ASessionSurvivesSigkillAndARestart) {
+TEST_F(Service, ASessionStartedThroughTheServiceSurvivesSigkillAndIsLoggedOnce) {
   scale_ = 20;  // 3 s of real time is a minute of session
   pid_t pid = 0;
   auto first = start(&pid);
-  ASSERT_EQ(trivo({"focus", "start", "1", "Write"}).exitCode, 0);
+  const auto r = trivo({"focus", "start", "1", "Write"});
+  ASSERT_EQ(r.exitCode, 0) << r.err;
+  EXPECT_EQ(r.out.rfind("Focusing on Write", 0), 0u) << r.out;
   const LiveState before = live();
   ASSERT_EQ(before.phase, LiveState::Phase::running);
   std::this_thread::sleep_for(1s);
@@ -188,33 +188,14 @@ TEST_F(Service, ASessionSurvivesSigkillAndARestart) {
                       15s))
       << log();
   EXPECT_EQ(countOf(readWhole(dayPage()), "Write"), 1u);
+  EXPECT_TRUE(waitFor([&] { return live().todayMinutes == 1; }, 2s));
+  EXPECT_EQ(live().phase, LiveState::Phase::idle);
+  // Other devices learn about the session through the vault, and about its end too.
+  EXPECT_TRUE(fs::is_empty(vault_.path() / ".trivo" / "live"));
   EXPECT_EQ(second->stop(5000), 0);
 }
 
-TEST_F(Service, CommandsOlderThanAMinuteOrBrokenAreDroppedWithOneLine) {
-  auto service = start();
-  LiveState::Order stale{LiveState::Command::start, std::chrono::system_clock::now() - 61s, 5,
-                         std::string("Late")};
-  group_.write("command.json", Json(stale).dump());
-  ASSERT_TRUE(waitFor([&] { return !fs::exists(group_.path() / "command.json"); }, 1s));
-  group_.write("command.json", "{\"command\": \"start\", \"at\": ");
-  ASSERT_TRUE(waitFor([&] { return !fs::exists(group_.path() / "command.json"); }, 1s));
-  std::this_thread::sleep_for(200ms);
-  EXPECT_EQ(live().phase, LiveState::Phase::idle);
-  const std::string err = log();
-  EXPECT_EQ(countOf(err, "is older than a minute; it is dropped.\n"), 1u) << err;
-  EXPECT_EQ(countOf(err, "is not a command; it is dropped.\n"), 1u) << err;
-
-  // An order without minutes or subject, as older widgets write it, is still obeyed.
-  group_.write("command.json",
-               "{\"command\": \"start\", \"at\": \"" +
-                   isoInstantString(std::chrono::system_clock::now()) + "\"}");
-  EXPECT_TRUE(waitFor([&] { return live().phase == LiveState::Phase::running; }, 1s));
-  EXPECT_EQ(live().planned, 25);
-  EXPECT_EQ(service->stop(5000), 0);
-}
-
-TEST_F(Service, DamagedFilesAreReportedInOneLineEachAndNeverStopIt) {
+TEST_F(Service, DamagedFilesAndStaleCommandsAreReportedInOneLineEachAndNeverStopIt) {
   group_.write("live.json", "{\"phase\": \"sleeping\"");
   vault_.write(".trivo/config.json", "[1, 2");
   {
@@ -227,14 +208,30 @@ TEST_F(Service, DamagedFilesAreReportedInOneLineEachAndNeverStopIt) {
   }
   auto service = start();
   ASSERT_TRUE(waitFor([&] { return live().vault.has_value(); }, 2s));
+  LiveState::Order stale{LiveState::Command::start, std::chrono::system_clock::now() - 61s, 5,
+                         std::string("Late")};
+  group_.write("command.json", Json(stale).dump());
+  ASSERT_TRUE(waitFor([&] { return !fs::exists(group_.path() / "command.json"); }, 1s));
+  group_.write("command.json", "{\"command\": \"start\", \"at\": ");
+  ASSERT_TRUE(waitFor([&] { return !fs::exists(group_.path() / "command.json"); }, 1s));
+  std::this_thread::sleep_for(200ms);
+  EXPECT_EQ(live().phase, LiveState::Phase::idle);
   const std::string err = log();
   EXPECT_EQ(countOf(err, "cannot be read; it is replaced.\n"), 1u) << err;
   EXPECT_EQ(countOf(err, "cannot be read; it is ignored.\n"), 1u) << err;
   EXPECT_EQ(countOf(err, "config.json cannot be read"), 1u) << err;
-  EXPECT_EQ(countOf(err, "\n"), 3u) << err;
+  EXPECT_EQ(countOf(err, "is older than a minute; it is dropped.\n"), 1u) << err;
+  EXPECT_EQ(countOf(err, "is not a command; it is dropped.\n"), 1u) << err;
+  EXPECT_EQ(countOf(err, "\n"), 5u) << err;
   // The settings file is the user's: it is reported, never rewritten.
   EXPECT_EQ(readWhole(vault_.path() / ".trivo" / "config.json"), "[1, 2");
-  EXPECT_EQ(trivo({"focus", "start", "5"}).exitCode, 0);
+
+  // An order without minutes or subject, as older widgets write it, is still obeyed.
+  group_.write("command.json",
+               "{\"command\": \"start\", \"at\": \"" +
+                   isoInstantString(std::chrono::system_clock::now()) + "\"}");
+  EXPECT_TRUE(waitFor([&] { return live().phase == LiveState::Phase::running; }, 1s));
+  EXPECT_EQ(live().planned, 25);
   EXPECT_EQ(service->stop(5000), 0);
 }
 
@@ -264,14 +261,26 @@ TEST_F(Service, ASecondServiceNamesTheProcessThatHoldsTheVault) {
   EXPECT_EQ(next->stop(5000), 0);
 }
 
-TEST_F(Service, WithoutAServiceFocusStartRunsInTheForegroundAndLogs) {
+TEST_F(Service, WithoutAServiceFocusStartRunsInTheForegroundAndOrdersAreRefused) {
   scale_ = 60;
+  EXPECT_EQ(trivo({"focus"}).out, "No focus session is under way; 0 minutes focused today.\n");
   const auto r = trivo({"focus", "start", "1", "Read", "the", "paper"});
   ASSERT_EQ(r.exitCode, 0) << r.err;
   EXPECT_NE(r.out.find("Logged 1 minute of Read the paper into today's page."), std::string::npos)
       << r.out;
   EXPECT_NE(readWhole(dayPage()).find("· 1m · Read the paper"), std::string::npos);
   EXPECT_FALSE(fs::exists(snapshotFile()));
+
+  // Orders for a session need the service that runs it.
+  const auto stop = trivo({"focus", "stop"});
+  EXPECT_EQ(stop.exitCode, 1);
+  EXPECT_EQ(stop.err,
+            "trivo: No service runs for this vault, so no session is under way; start one with: "
+            "trivo focus start.\n");
+  const auto bad = trivo({"focus", "start", "121"});
+  EXPECT_EQ(bad.exitCode, 1);
+  EXPECT_EQ(bad.err,
+            "trivo: \"121\" is not a length in minutes; give a whole number from 1 to 120.\n");
 }
 
 TEST_F(Service, AForegroundSessionEndedEarlyLogsWhatWasFocused) {
@@ -304,19 +313,6 @@ TEST_F(Service, CtrlCAtATerminalAsksBeforeLoggingTheSession) {
   EXPECT_NE(page.find("m · Kept"), std::string::npos) << page;
 }
 
-TEST_F(Service, FocusOrdersWithoutAServiceAreRefused) {
-  const auto r = trivo({"focus", "stop"});
-  EXPECT_EQ(r.exitCode, 1);
-  EXPECT_EQ(r.err,
-            "trivo: No service runs for this vault, so no session is under way; start one with: "
-            "trivo focus start.\n");
-  const auto bad = trivo({"focus", "start", "121"});
-  EXPECT_EQ(bad.exitCode, 1);
-  EXPECT_EQ(bad.err,
-            "trivo: \"121\" is not a length in minutes; give a whole number from 1 to 120.\n");
-  EXPECT_EQ(trivo({"focus"}).out, "No focus session is under way; 0 minutes focused today.\n");
-}
-
 TEST_F(Service, OneVaultFeedsTheWidgetsAndAnotherTakesOverWhenItStops) {
   auto first = start();
   testing::TempDir other;
@@ -324,12 +320,7 @@ TEST_F(Service, OneVaultFeedsTheWidgetsAndAnotherTakesOverWhenItStops) {
   auto otherOptions = options();
   otherOptions.env["TRIVO_VAULT"] = other.path().string();
   const fs::path otherErr = state_.path() / "other.err";
-  auto second = std::make_unique<testing::BackgroundProcess>(
-      "/bin/sh",
-      std::vector<std::string>{"-c", "exec \"$0\" app 2>>\"$1\"", testing::builtProgram("trivo"),
-                               otherErr.string()},
-      otherOptions);
-  ASSERT_TRUE(second->readLine(10000));
+  auto second = startWith(otherOptions, otherErr);
   ASSERT_TRUE(waitFor([&] { return readWhole(otherErr).find("feeds the widgets") != std::string::npos; },
                       5s))
       << readWhole(otherErr);
@@ -344,24 +335,6 @@ TEST_F(Service, OneVaultFeedsTheWidgetsAndAnotherTakesOverWhenItStops) {
   ASSERT_EQ(first->stop(5000), 0);
   EXPECT_TRUE(waitFor([&] { return live().vault == other.path().filename().string(); }, 8s));
   EXPECT_NE(readWhole(otherErr).find("This service feeds the widgets now."), std::string::npos);
-}
-
-TEST_F(Service, PinnedDraftsReachTheLiveStateWhenWrittenOrPinned) {
-  auto service = start();
-  EXPECT_TRUE(live().drafts.empty());
-  fs::create_directories(vault_.path() / "drafts");
-  std::ofstream(vault_.path() / "drafts" / "Garden.md") << "# Plant tulips\n";
-  std::ofstream(vault_.path() / "drafts" / "Trip.md") << "Book the train\n";
-  ASSERT_TRUE(waitFor([&] { return live().drafts.size() == 2; }, 3s)) << log();
-
-  ASSERT_EQ(trivo({"config", "set", "draftPins", R"(["Trip"])"}).exitCode, 0);
-  ASSERT_TRUE(waitFor([&] { return live().drafts.size() == 1; }, 3s)) << log();
-  EXPECT_EQ(live().drafts.front().title, "Trip");
-  std::ofstream(vault_.path() / "drafts" / "Trip.md") << "Pack the bags\n";
-  EXPECT_TRUE(waitFor([&] {
-    const auto d = live().drafts;
-    return d.size() == 1 && d.front().preview == "Pack the bags";
-  }, 3s));
 }
 
 TEST_F(Service, PrintsAUserUnitThatRunsThisProgramForTheVault) {

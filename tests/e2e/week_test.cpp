@@ -1,7 +1,8 @@
 // A week lived in a fresh vault through the commands alone, in each page syntax: outcomes that
 // serve the week, ticks, checklist, journal, captures with dates and a repeating item, carry-over
 // across a day without a page, a pulled item and the Friday reflection. Then every page file is
-// compared line by line with what a person should find in it, and the vault reads back clean.
+// compared line by line with what a person should find in it (the Org vault once converted to
+// Markdown), and the vault reads back clean.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -205,162 +206,6 @@ type: inbox
 )"},
 };
 
-const std::map<std::string, std::string> kOrgPages = {
-    {"weeks/2026-W47.org", R"(#+title: Week 47, 2026
-#+week: 2026-W47
-#+type: week
-#+target_friday: 2026-11-20
-#+TODO: TODO NEXT INPROCESS WAITING | DONE CANCELLED
-* Outcomes
-
-** DONE Ship the release
-DEADLINE: <2026-11-22 Sun>
-- State "DONE"       from "TODO"       [2026-11-22 Sun]
-** CANCELLED Run three times
-DEADLINE: <2026-11-22 Sun>
-** TODO Call the family
-DEADLINE: <2026-11-22 Sun>
-
-* Checklist
-
-* Reflection
-
-** What went well
-Shipped the release
-
-** What to improve
-Morning runs
-
-** What mattered most
-The family call
-)"},
-    {"days/2026-11-16.org", R"(#+title: Monday, 16 November 2026
-#+date: 2026-11-16
-#+type: day
-#+TODO: TODO NEXT INPROCESS WAITING | DONE CANCELLED
-* Outcomes
-
-** DONE Fix the last bug → #1
-SCHEDULED: <2026-11-16 Mon>
-- State "DONE"       from "TODO"       [2026-11-16 Mon]
-** TODO Run 5 km → #2
-SCHEDULED: <2026-11-16 Mon>
-> carried to 2026-11-17
-** TODO Draft the release notes → #1
-SCHEDULED: <2026-11-16 Mon>
-> carried to 2026-11-17
-
-* Checklist
-- [ ] Book the dentist @@trivo:fate: today@@
-- [x] Pay rent @@trivo:fate: done · closed: 2026-11-16 HH:MM@@
-
-* From the inbox
-
-* Notes
-
-* Journal
-- [2026-11-16 Mon 09:30] Found the bug in the parser
-- [2026-11-16 Mon 12:15] Lunch with Sam
-
-* For tomorrow
-- [ ] Buy milk @@trivo:fate: today@@
-
-* Sessions
-)"},
-    {"days/2026-11-17.org", R"(#+title: Tuesday, 17 November 2026
-#+date: 2026-11-17
-#+type: day
-#+TODO: TODO NEXT INPROCESS WAITING | DONE CANCELLED
-* Outcomes
-
-** DONE Run 5 km → #2
-SCHEDULED: <2026-11-17 Tue>
-- State "DONE"       from "TODO"       [2026-11-17 Tue]
-** TODO Draft the release notes → #1
-SCHEDULED: <2026-11-17 Tue>
-> carried to 2026-11-19
-** TODO
-SCHEDULED: <2026-11-17 Tue>
-
-* Checklist
-- [ ] Book the dentist @@trivo:fate: today@@
-- [ ] Buy milk @@trivo:fate: today@@
-
-* From the inbox
-
-* Notes
-
-* Journal
-- [2026-11-17 Tue 07:10] Ran in the rain
-
-* For tomorrow
-
-* Sessions
-)"},
-    {"days/2026-11-19.org", R"(#+title: Thursday, 19 November 2026
-#+date: 2026-11-19
-#+type: day
-#+TODO: TODO NEXT INPROCESS WAITING | DONE CANCELLED
-* Outcomes
-
-** DONE Draft the release notes → #1
-SCHEDULED: <2026-11-19 Thu>
-- State "DONE"       from "TODO"       [2026-11-19 Thu]
-** TODO
-SCHEDULED: <2026-11-19 Thu>
-** TODO Pack for the weekend
-SCHEDULED: <2026-11-19 Thu>
-
-* Checklist
-- [ ] Book the dentist
-- [ ] Buy milk
-
-* From the inbox
-- [x] call mum due:2026-11-20 @18:00 alert:30m → #2 @@trivo:id: ID · captured: 2026-11-16 · pulled: 2026-11-19 · closed: 2026-11-19 HH:MM@@
-
-* Notes
-
-* Journal
-
-* For tomorrow
-
-* Sessions
-)"},
-    {"days/2026-11-20.org", R"(#+title: Friday, 20 November 2026
-#+date: 2026-11-20
-#+type: day
-#+TODO: TODO NEXT INPROCESS WAITING | DONE CANCELLED
-* Outcomes
-
-** DONE Celebrate with the team
-SCHEDULED: <2026-11-20 Fri>
-- State "DONE"       from "TODO"       [2026-11-20 Fri]
-** TODO
-SCHEDULED: <2026-11-20 Fri>
-** TODO
-SCHEDULED: <2026-11-20 Fri>
-
-* Checklist
-
-* From the inbox
-
-* Notes
-
-* Journal
-- [2026-11-20 Fri 17:45] Release is out
-
-* For tomorrow
-
-* Sessions
-)"},
-    {"inbox.org", R"(#+title: Inbox
-#+type: inbox
-#+TODO: TODO NEXT INPROCESS WAITING | DONE CANCELLED
-- [ ] standup due:2026-11-17 @09:00 @@trivo:id: ID · captured: 2026-11-16 · repeat: every weekday · done: 2026-11-17@@
-- [ ] read Dune @@trivo:id: ID · captured: 2026-11-16 · someday@@
-)"},
-};
-
 class LivedWeek : public ::testing::TestWithParam<bool> {};
 
 TEST_P(LivedWeek, ThePageFilesHoldExactlyTheWeek) {
@@ -383,7 +228,17 @@ TEST_P(LivedWeek, ThePageFilesHoldExactlyTheWeek) {
     ASSERT_EQ(r.exitCode, 0) << step.day << " " << step.args.front() << ": " << r.err;
   }
 
-  const auto& expected = org ? kOrgPages : kMarkdownPages;
+  const auto check = testing::runTrivo({"--vault", vault, "check", "--roundtrip"}, options);
+  EXPECT_EQ(check.exitCode, 0) << check.out << check.err;
+
+  // The Org pages hold the same week: converted to Markdown they are the Markdown pages, line by
+  // line. How each record is spelled in Org is the page format's own test.
+  if (org) {
+    const auto converted =
+        testing::runTrivo({"--vault", vault, "convert", "--to", "markdown"}, options);
+    ASSERT_EQ(converted.exitCode, 0) << converted.err;
+  }
+  const auto& expected = kMarkdownPages;
   std::map<std::string, std::string> found;
   for (const auto& e : fs::recursive_directory_iterator(vault)) {
     const std::string rel = fs::relative(e.path(), vault).generic_string();
@@ -404,10 +259,6 @@ TEST_P(LivedWeek, ThePageFilesHoldExactlyTheWeek) {
     }
     EXPECT_FALSE(std::getline(have, h)) << file << " has more lines: " << h;
   }
-
-  options.env["TRIVO_TODAY"] = "2026-11-20";
-  const auto check = testing::runTrivo({"--vault", vault, "check", "--roundtrip"}, options);
-  EXPECT_EQ(check.exitCode, 0) << check.out << check.err;
 }
 
 INSTANTIATE_TEST_SUITE_P(BothSyntaxes, LivedWeek, ::testing::Values(false, true),

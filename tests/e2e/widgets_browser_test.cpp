@@ -12,6 +12,7 @@
 
 #include <chrono>
 #include <filesystem>
+#include <optional>
 #include <regex>
 
 #include "core/focus/live_state.h"
@@ -26,6 +27,19 @@ using namespace std::chrono_literals;
 namespace fs = std::filesystem;
 
 constexpr const char* kChromium = "/usr/bin/chromium";
+
+// Chromium headless with a profile of its own, quiet on the network but for the board.
+std::vector<std::string> chromiumFlags(const fs::path& profile) {
+  return {"--headless",
+          "--no-sandbox",
+          "--disable-gpu",
+          "--disable-quic",
+          "--no-first-run",
+          "--disable-background-networking",
+          "--disable-sync",
+          "--disable-component-update",
+          "--user-data-dir=" + profile.string()};
+}
 
 // Sends one raw HTTP request and returns the whole answer (empty when none came).
 std::string rawAnswer(int port, const std::string& request) {
@@ -49,26 +63,10 @@ std::string rawAnswer(int port, const std::string& request) {
   return answer;
 }
 
-// Sends one raw HTTP request and returns the status code of the answer (0 when none came).
+// The status code of the answer to one raw HTTP request (0 when none came).
 int rawStatus(int port, const std::string& request) {
-  const int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  if (fd < 0) return 0;
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_port = htons(static_cast<std::uint16_t>(port));
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  timeval timeout{10, 0};
-  setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof timeout);
-  int status = 0;
-  if (connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 &&
-      ::write(fd, request.data(), request.size()) == static_cast<ssize_t>(request.size())) {
-    char buffer[256] = {};
-    if (read(fd, buffer, sizeof buffer - 1) > 12) {
-      status = std::atoi(buffer + 9);  // "HTTP/1.1 403 ..."
-    }
-  }
-  close(fd);
-  return status;
+  const std::string answer = rawAnswer(port, request);
+  return answer.size() > 12 ? std::atoi(answer.c_str() + 9) : 0;  // "HTTP/1.1 403 ..."
 }
 
 class WidgetBoard : public ::testing::Test {
@@ -94,22 +92,31 @@ class WidgetBoard : public ::testing::Test {
                     {"TRIVO_TODAY", "2026-09-16"}};
   }
 
+  // Starts the board on a free port; its address, or nothing when it printed none.
+  std::optional<std::string> serve() {
+    server_.emplace(testing::builtProgram("trivo-widgets"),
+                    std::vector<std::string>{"serve", "--port", "0"}, options_);
+    const auto first = server_->readLine(30000);
+    std::smatch match;
+    if (!first ||
+        !std::regex_match(*first, match, std::regex(R"(serving (http://127\.0\.0\.1:(\d+)/))"))) {
+      return std::nullopt;
+    }
+    port_ = std::stoi(match[2]);
+    return match[1];
+  }
+
   testing::TempDir group_;
   testing::TempDir state_;
   testing::ProcessOptions options_;
+  std::optional<testing::BackgroundProcess> server_;
+  int port_ = 0;
 };
 
 TEST_F(WidgetBoard, ChromiumShowsTheNineWidgetsWithTheirLinks) {
-  testing::BackgroundProcess server(testing::builtProgram("trivo-widgets"),
-                                    {"serve", "--port", "0"}, options_);
-  const auto first = server.readLine(30000);
-  ASSERT_TRUE(first) << "the server printed no address";
-  std::smatch match;
-  ASSERT_TRUE(
-      std::regex_match(*first, match, std::regex(R"(serving (http://127\.0\.0\.1:(\d+)/))")))
-      << *first;
-  const std::string url = match[1];
-  const int port = std::stoi(match[2]);
+  const auto url = serve();
+  ASSERT_TRUE(url) << "the server printed no address";
+  const int port = port_;
 
   // Foreign hosts (a rebinding attack) and writes are refused before any page is made.
   EXPECT_EQ(rawStatus(port, "GET / HTTP/1.1\r\nHost: evil.example\r\nConnection: close\r\n\r\n"),
@@ -125,17 +132,8 @@ TEST_F(WidgetBoard, ChromiumShowsTheNineWidgetsWithTheirLinks) {
                  << "); scripts/install-deps installs it. Skipping the browser half.";
   }
   testing::TempDir profile;
-  const std::vector<std::string> flags = {
-      "--headless",
-      "--no-sandbox",
-      "--disable-gpu",
-      "--disable-quic",
-      "--no-first-run",
-      "--disable-background-networking",
-      "--disable-sync",
-      "--disable-component-update",
-      "--user-data-dir=" + (profile.path() / "profile").string(),
-      "--window-size=1200,1400"};
+  std::vector<std::string> flags = chromiumFlags(profile.path() / "profile");
+  flags.emplace_back("--window-size=1200,1400");
   auto withFlags = [&](std::vector<std::string> extra) {
     std::vector<std::string> args{"60", kChromium};
     args.insert(args.end(), flags.begin(), flags.end());
@@ -144,14 +142,14 @@ TEST_F(WidgetBoard, ChromiumShowsTheNineWidgetsWithTheirLinks) {
   };
 
   const fs::path shot = profile.path() / "board.png";
-  const auto screenshot =
-      testing::runExecutable("/usr/bin/timeout", withFlags({"--screenshot=" + shot.string(), url}));
+  const auto screenshot = testing::runExecutable(
+      "/usr/bin/timeout", withFlags({"--screenshot=" + shot.string(), *url}));
   ASSERT_EQ(screenshot.exitCode, 0) << screenshot.err;
   ASSERT_TRUE(fs::exists(shot)) << screenshot.err;
   EXPECT_GT(fs::file_size(shot), 10000u);
   EXPECT_EQ(profile.read("board.png").substr(1, 3), "PNG");
 
-  const auto dom = testing::runExecutable("/usr/bin/timeout", withFlags({"--dump-dom", url}));
+  const auto dom = testing::runExecutable("/usr/bin/timeout", withFlags({"--dump-dom", *url}));
   ASSERT_EQ(dom.exitCode, 0) << dom.err;
   const std::vector<std::string> kinds = {"TrivoFocus",        "TrivoKeys",  "TrivoAgenda",
                                           "TrivoDrafts",       "TrivoWeek",  "TrivoDay",
@@ -168,7 +166,7 @@ TEST_F(WidgetBoard, ChromiumShowsTheNineWidgetsWithTheirLinks) {
   }
   // The subject came from the live state: the browser shows it as text, never as markup.
   EXPECT_NE(dom.out.find("Write &lt;the&gt; essay"), std::string::npos);
-  EXPECT_EQ(server.stop(5000), 0);
+  EXPECT_EQ(server_->stop(5000), 0);
 }
 
 // Headless Chromium driven over the DevTools protocol on a pipe (file descriptors 3 and 4 of the
@@ -179,6 +177,13 @@ class DevToolsBrowser {
     int toBrowser[2];
     int fromBrowser[2];
     if (pipe2(toBrowser, O_CLOEXEC) != 0 || pipe2(fromBrowser, O_CLOEXEC) != 0) return;
+    std::vector<std::string> args = chromiumFlags(profile);
+    args.insert(args.begin(), kChromium);
+    args.emplace_back("--remote-debugging-pipe");
+    args.push_back(url);
+    std::vector<char*> argv;
+    for (auto& arg : args) argv.push_back(arg.data());
+    argv.push_back(nullptr);
     pid_ = fork();
     if (pid_ == 0) {
       // Move both ends out of the way first: one of them may already sit on 3 or 4.
@@ -189,11 +194,7 @@ class DevToolsBrowser {
       const int null = open("/dev/null", O_WRONLY);
       dup2(null, 1);
       dup2(null, 2);
-      const std::string dataDir = "--user-data-dir=" + profile.string();
-      execl(kChromium, kChromium, "--headless", "--no-sandbox", "--disable-gpu", "--disable-quic",
-            "--no-first-run", "--disable-background-networking", "--disable-sync",
-            "--disable-component-update", "--remote-debugging-pipe", dataDir.c_str(), url.c_str(),
-            static_cast<char*>(nullptr));
+      execv(kChromium, argv.data());
       _exit(127);
     }
     close(toBrowser[0]);
@@ -290,14 +291,9 @@ class DevToolsBrowser {
 };
 
 TEST_F(WidgetBoard, AnOpenPageFollowsLiveJsonWithoutAReload) {
-  testing::BackgroundProcess server(testing::builtProgram("trivo-widgets"),
-                                    {"serve", "--port", "0"}, options_);
-  const auto first = server.readLine(30000);
-  ASSERT_TRUE(first) << "the server printed no address";
-  std::smatch match;
-  ASSERT_TRUE(std::regex_match(*first, match, std::regex(R"(serving (http://127\.0\.0\.1:(\d+)/))")));
-  const std::string url = match[1];
-  const int port = std::stoi(match[2]);
+  const auto url = serve();
+  ASSERT_TRUE(url) << "the server printed no address";
+  const int port = port_;
 
   // Every answer carries the policy; the stream itself is read-only like the rest.
   const std::string page = rawAnswer(port, "GET / HTTP/1.1\r\nHost: 127.0.0.1\r\nConnection: close\r\n\r\n");
@@ -312,7 +308,7 @@ TEST_F(WidgetBoard, AnOpenPageFollowsLiveJsonWithoutAReload) {
                  << "); scripts/install-deps installs it. Skipping the browser half.";
   }
   testing::TempDir profile;
-  DevToolsBrowser browser(profile.path() / "profile", url);
+  DevToolsBrowser browser(profile.path() / "profile", *url);
   const std::string session = browser.attachToPage();
   ASSERT_FALSE(session.empty()) << "no page to attach to";
   ASSERT_TRUE(browser.waitFor(session, "document.body && document.body.dataset.live === 'open'", 30000))
@@ -337,7 +333,7 @@ TEST_F(WidgetBoard, AnOpenPageFollowsLiveJsonWithoutAReload) {
   EXPECT_EQ(browser.evaluate(session, "Number(document.body.dataset.updates) >= 1"), Json(true));
   EXPECT_EQ(browser.evaluate(session, "document.querySelector('main').innerText.includes('Write <the> essay')"),
             Json(false));
-  EXPECT_EQ(server.stop(10000), 0);
+  EXPECT_EQ(server_->stop(10000), 0);
 }
 
 TEST(WidgetBoardPolicy, OnlyLoopbackHostsAndReadingMethodsAreServed) {

@@ -1,9 +1,7 @@
 // Runs `trivo-widgets` against a temporary shared folder, as a status bar or a terminal would.
 #include <gtest/gtest.h>
-#include <poll.h>
-#include <signal.h>
-#include <sys/wait.h>
-#include <unistd.h>
+
+#include <filesystem>
 
 #include "core/focus/live_state.h"
 #include "testing/process.h"
@@ -19,16 +17,27 @@ class WidgetHostCommands : public ::testing::Test {
   testing::TempDir group_;
   testing::TempDir state_;
 
-  testing::ProcessResult run(const std::vector<std::string>& args) const {
+  testing::ProcessOptions options() const {
     testing::ProcessOptions options;
     options.env = {{"TRIVO_GROUP_DIR", group_.path().string()},
                    {"XDG_STATE_HOME", state_.path().string()},
                    {"XDG_RUNTIME_DIR", std::nullopt},
                    {"TRIVO_TODAY", "2026-09-16"}};
-    return testing::runProgram("trivo-widgets", args, options);
+    return options;
+  }
+  testing::ProcessResult run(const std::vector<std::string>& args) const {
+    return testing::runProgram("trivo-widgets", args, options());
+  }
+  std::unique_ptr<testing::BackgroundProcess> bar(const std::vector<std::string>& args) const {
+    return std::make_unique<testing::BackgroundProcess>(testing::builtProgram("trivo-widgets"),
+                                                        args, options());
   }
 
-  void writeLive(const LiveState& state) const { group_.write("live.json", Json(state).dump()); }
+  // Written the way the app writes: beside the target, then renamed over it.
+  void writeLive(const LiveState& state) const {
+    group_.write(".live.json.tmp", Json(state).dump());
+    std::filesystem::rename(group_.path() / ".live.json.tmp", group_.path() / "live.json");
+  }
 
   static LiveState running() {
     LiveState s;
@@ -44,7 +53,7 @@ class WidgetHostCommands : public ::testing::Test {
   }
 };
 
-TEST_F(WidgetHostCommands, ListsTheNineKindsInOrder) {
+TEST_F(WidgetHostCommands, ListsTheNineKindsInOrderAndRefusesUnknownKindsAndBadUsage) {
   auto r = run({"list"});
   ASSERT_EQ(r.exitCode, 0) << r.err;
   EXPECT_EQ(r.out.rfind("TrivoFocus ", 0), 0u) << r.out;
@@ -57,19 +66,24 @@ TEST_F(WidgetHostCommands, ListsTheNineKindsInOrder) {
   ASSERT_EQ(all.size(), 9u);
   EXPECT_EQ(all[8]["kind"], "TrivoYear");
   EXPECT_EQ(all[8]["cardKey"], "year");
+
+  auto unknown = run({"show", "TrivoNope"});
+  EXPECT_EQ(unknown.exitCode, 1);
+  EXPECT_EQ(unknown.err,
+            "trivo-widgets: There is no widget of kind \"TrivoNope\"; run `trivo-widgets list` "
+            "to see the kinds.\n");
+  EXPECT_EQ(run({"show"}).exitCode, 2);
+  EXPECT_EQ(run({"bar", "TrivoFocus", "--size", "huge"}).exitCode, 2);
+  EXPECT_EQ(run({"bar", "TrivoFocus", "--format", "xmobar"}).exitCode, 2);
 }
 
-TEST_F(WidgetHostCommands, ShowsTheDefaultRecordWhenNothingWasWritten) {
-  auto r = run({"show", "TrivoFocus"});
-  ASSERT_EQ(r.exitCode, 0) << r.err;
-  EXPECT_EQ(r.out,
+TEST_F(WidgetHostCommands, ShowsTheDefaultRecordThenWhatTheAppWroteWithoutColour) {
+  auto idle = run({"show", "TrivoFocus"});
+  ASSERT_EQ(idle.exitCode, 0) << idle.err;
+  EXPECT_EQ(idle.out,
             "Trivo\nNo session\nToday: 0 of 0 · 0 min focused\n[Start] trivo://widget/start\n"
             "trivo://open?page=focus\n");
-  auto drafts = run({"show", "TrivoDrafts", "--size", "small"});
-  EXPECT_NE(drafts.out.find("Pin a draft and it waits here."), std::string::npos) << drafts.out;
-}
 
-TEST_F(WidgetHostCommands, ShowsWhatTheAppWroteWithoutColourOffATerminal) {
   writeLive(running());
   auto focus = run({"show", "TrivoFocus", "--size", "large"});
   ASSERT_EQ(focus.exitCode, 0) << focus.err;
@@ -104,60 +118,20 @@ TEST_F(WidgetHostCommands, BarOncePrintsOneStatusLine) {
   EXPECT_EQ(Json::parse(agenda.out)["class"], "empty");
 }
 
-// Reads one line from a pipe, waiting at most a few seconds; empty when none came.
-std::string readLine(int fd, std::string& buffer) {
-  for (;;) {
-    if (auto end = buffer.find('\n'); end != std::string::npos) {
-      std::string line = buffer.substr(0, end);
-      buffer.erase(0, end + 1);
-      return line;
-    }
-    pollfd p{fd, POLLIN, 0};
-    if (poll(&p, 1, 5000) <= 0) return {};
-    char chunk[4096];
-    const ssize_t n = read(fd, chunk, sizeof chunk);
-    if (n <= 0) return {};
-    buffer.append(chunk, static_cast<std::size_t>(n));
-  }
-}
-
 TEST_F(WidgetHostCommands, BarPrintsANewLineWhenTheRecordChanges) {
-  const std::string program = testing::builtProgram("trivo-widgets");
-  int out[2];
-  ASSERT_EQ(pipe(out), 0);
-  const pid_t child = fork();
-  ASSERT_GE(child, 0);
-  if (child == 0) {
-    dup2(out[1], STDOUT_FILENO);
-    close(out[0]);
-    close(out[1]);
-    setenv("TRIVO_GROUP_DIR", group_.path().c_str(), 1);
-    setenv("XDG_STATE_HOME", state_.path().c_str(), 1);
-    unsetenv("XDG_RUNTIME_DIR");
-    execl(program.c_str(), "trivo-widgets", "bar", "TrivoFocus", static_cast<char*>(nullptr));
-    _exit(127);
-  }
-  close(out[1]);
-  std::string buffer;
-  const std::string first = readLine(out[0], buffer);
+  auto watching = bar({"bar", "TrivoFocus"});
+  const auto first = watching->readLine(5000);
+  ASSERT_TRUE(first);
+  EXPECT_EQ(Json::parse(*first)["class"], "idle");
   LiveState paused;
   paused.phase = LiveState::Phase::paused;
   paused.subject = "Essay";
   paused.stamp = std::chrono::system_clock::now();
-  // Written the way the app writes: beside the target, then renamed over it.
-  group_.write(".live.json.tmp", Json(paused).dump());
-  std::filesystem::rename(group_.path() / ".live.json.tmp", group_.path() / "live.json");
-  const std::string second = readLine(out[0], buffer);
-  kill(child, SIGTERM);
-  int status = 0;
-  waitpid(child, &status, 0);
-  close(out[0]);
-
-  ASSERT_FALSE(first.empty());
-  EXPECT_EQ(Json::parse(first)["class"], "idle");
-  ASSERT_FALSE(second.empty()) << "no line after the record changed";
-  EXPECT_EQ(Json::parse(second)["class"], "paused");
-  EXPECT_EQ(Json::parse(second)["text"], "Paused Essay");
+  writeLive(paused);
+  const auto second = watching->readLine(5000);
+  ASSERT_TRUE(second) << "no line after the record changed";
+  EXPECT_EQ(Json::parse(*second)["class"], "paused");
+  EXPECT_EQ(Json::parse(*second)["text"], "Paused Essay");
 }
 
 // Bytes a terminal or a bar would act on: C0 and C1 controls, DEL, a bidirectional override.
@@ -200,22 +174,16 @@ TEST_F(WidgetHostCommands, NoEscapeSequenceFromTheRecordReachesTheTerminal) {
 }
 
 TEST_F(WidgetHostCommands, BarCountsDownEachSecondOfTheLastMinute) {
-  testing::ProcessOptions options;
-  options.env = {{"TRIVO_GROUP_DIR", group_.path().string()},
-                 {"XDG_STATE_HOME", state_.path().string()},
-                 {"XDG_RUNTIME_DIR", std::nullopt}};
-  testing::BackgroundProcess bar(testing::builtProgram("trivo-widgets"),
-                                 {"bar", "TrivoFocus", "--format", "i3blocks"}, options);
-  ASSERT_TRUE(bar.readLine(10000)) << "no first line";
+  auto counting = bar({"bar", "TrivoFocus", "--format", "i3blocks"});
+  ASSERT_TRUE(counting->readLine(10000)) << "no first line";
   // A session with 63.5 s left starts once the bar runs: "2:00" (minutes count up), "1:00" at
   // the last minute, then a line each second. A slow start may cost the "2:00", nothing else.
   LiveState s = running();
   s.ends = std::chrono::system_clock::now() + 63500ms;
-  group_.write(".live.json.tmp", Json(s).dump());
-  std::filesystem::rename(group_.path() / ".live.json.tmp", group_.path() / "live.json");
+  writeLive(s);
   std::vector<std::string> lines;
   while (lines.empty() || lines.back() != "0:58 Essay") {
-    const auto line = bar.readLine(4000);
+    const auto line = counting->readLine(4000);
     if (!line) break;
     lines.push_back(*line);
   }
@@ -223,17 +191,6 @@ TEST_F(WidgetHostCommands, BarCountsDownEachSecondOfTheLastMinute) {
   EXPECT_EQ(std::vector<std::string>(lines.end() - 3, lines.end()),
             (std::vector<std::string>{"1:00 Essay", "0:59 Essay", "0:58 Essay"}));
   for (std::size_t i = 0; i + 3 < lines.size(); ++i) EXPECT_EQ(lines[i], "2:00 Essay");
-}
-
-TEST_F(WidgetHostCommands, RefusesUnknownKindsAndBadUsage) {
-  auto unknown = run({"show", "TrivoNope"});
-  EXPECT_EQ(unknown.exitCode, 1);
-  EXPECT_EQ(unknown.err,
-            "trivo-widgets: There is no widget of kind \"TrivoNope\"; run `trivo-widgets list` "
-            "to see the kinds.\n");
-  EXPECT_EQ(run({"show"}).exitCode, 2);
-  EXPECT_EQ(run({"bar", "TrivoFocus", "--size", "huge"}).exitCode, 2);
-  EXPECT_EQ(run({"bar", "TrivoFocus", "--format", "xmobar"}).exitCode, 2);
 }
 
 }  // namespace

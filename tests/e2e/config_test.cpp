@@ -58,6 +58,7 @@ TEST_F(ConfigCommand, SetTakesJsonOrAPlainWordAndKeepsUnknownKeys) {
 }
 
 TEST_F(ConfigCommand, WrongTypesAndUnknownKeysAreRefusedWithTheFileUntouched) {
+  // Which values each setting takes is the settings' own test; here, how a refusal is said.
   const std::string before = settings();
   struct Case {
     std::vector<std::string> args;
@@ -66,10 +67,6 @@ TEST_F(ConfigCommand, WrongTypesAndUnknownKeysAreRefusedWithTheFileUntouched) {
   const Case cases[] = {
       {{"config", "set", "quoteEvery", "often"},
        "trivo: often is not a valid value for quoteEvery.\n"},
-      {{"config", "set", "quoteEvery", "1.5"}, "trivo: 1.5 is not a valid value for quoteEvery.\n"},
-      {{"config", "set", "orgAgenda", "yes"}, "trivo: yes is not a valid value for orgAgenda.\n"},
-      {{"config", "set", "weekStart", "tuesday"},
-       "trivo: tuesday is not a valid value for weekStart.\n"},
       {{"config", "set", "focus", "3"}, "trivo: 3 is not a valid value for focus.\n"},
       {{"config", "set", "focus.nope", "3"},
        "trivo: \"focus.nope\" is not a setting; `trivo config get` lists them all.\n"},

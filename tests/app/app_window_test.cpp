@@ -244,30 +244,14 @@ void AppWindowTest::aDayPlannedWithKeysAndMouseIsWhatThePagesHold() {
   };
   QTRY_VERIFY_WITH_TIMEOUT(logged(), 8000);
 
-  QCOMPARE(desk.page("days/2026-09-16.md"), std::string("---\n"
-                                                        "date: 2026-09-16\n"
-                                                        "type: day\n"
-                                                        "---\n"
-                                                        "# Wednesday, 16 September 2026\n"
-                                                        "\n"
-                                                        "## Outcomes\n"
-                                                        "- [x] Ship the beta\n"
-                                                        "- [ ] Call the printer\n"
-                                                        "- [ ] Run 5 km\n"
-                                                        "\n"
-                                                        "## Checklist\n"
-                                                        "\n"
-                                                        "## From the inbox\n"
-                                                        "\n"
-                                                        "## Notes\n"
-                                                        "\n"
-                                                        "## Journal\n"
-                                                        "- 09:30 — Planned the launch\n"
-                                                        "\n"
-                                                        "## For tomorrow\n"
-                                                        "\n"
-                                                        "## Sessions\n"
-                                                        "- 09:30–09:31 · 1m\n"));
+  // The page's layout is the page format's; what the window put in it, once, is checked here.
+  const std::string day = desk.page("days/2026-09-16.md");
+  for (const char* part : {"## Outcomes\n- [x] Ship the beta\n- [ ] Call the printer\n"
+                           "- [ ] Run 5 km\n\n",
+                           "## Journal\n- 09:30 — Planned the launch\n\n"}) {
+    QVERIFY2(day.find(part) != std::string::npos, day.c_str());
+  }
+  QVERIFY2(day.ends_with("\n## Sessions\n- 09:30–09:31 · 1m\n"), day.c_str());
   // The item's id is fresh each run; everything around it is fixed.
   const QString inbox = QString::fromStdString(desk.page("inbox.md"));
   const QRegularExpression item(

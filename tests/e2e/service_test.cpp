@@ -149,7 +149,12 @@ TEST_F(Service, PagesAndDraftsReachLiveStateWithinASecondAndLinksStartSessions) 
   ASSERT_TRUE(waitFor([&] { return live().drafts.size() == 1; }, 3s)) << log();
   EXPECT_EQ(live().drafts.front().title, "Trip");
   vault_.write("drafts/Trip.md", "Pack the bags\n");
-  EXPECT_TRUE(waitFor([&] { return live().drafts.front().preview == "Pack the bags"; }, 3s));
+  EXPECT_TRUE(waitFor(
+      [&] {
+        const auto d = live().drafts;
+        return d.size() == 1 && d.front().preview == "Pack the bags";
+      },
+      3s));
 
   // A widget's link starts a session with its minutes and subject.
   const auto r = trivo({"open", "trivo://focus/start?minutes=7&subject=Deep%20work"});

@@ -50,6 +50,14 @@ TEST(MarkupConverter, OtherSpellingsComeBackInOneForm) {
   EXPECT_EQ(MarkupConverter::fromOrgMark("_under_"), "_under_");
 }
 
+TEST(MarkupConverter, WrappedIsBoldOrItalicOfAtLeastThreeCharacters) {
+  for (const char* yes : {"*a*", "/ab/", "*a b*"})
+    EXPECT_TRUE(MarkupConverter::wrapped(yes)) << yes;
+  for (const char* no : {"**", "*a", "**a**", "//a//", "/", "a/b/", "_a_"}) {
+    EXPECT_FALSE(MarkupConverter::wrapped(no)) << no;
+  }
+}
+
 TEST(MarkupConverter, TextsConvertHeadingsBlocksAndListsLineByLine) {
   const std::string markdown =
       "### Part\n"

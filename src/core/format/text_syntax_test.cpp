@@ -297,5 +297,27 @@ TEST(TextSyntax, OrgTaskHeadingsWriteTheOwnKeywordWhileItStillFits) {
   }
 }
 
+TEST(TextSyntax, LinksConvertBetweenTheSyntaxesAndBack) {
+  struct Case {
+    const char* markdown;
+    const char* org;
+  };
+  const Case cases[] = {
+      {"![](media/cat.png)", "[[file:media/cat.png]]"},
+      {"see ![](../media/a-b.jpg) here", "see [[file:../media/a-b.jpg]] here"},
+      {"[the site](https://example.org/a?b=c)", "[[https://example.org/a?b=c][the site]]"},
+      {"[mail](mailto://x) and [app](trivo://open/day) ok",
+       "[[mailto://x][mail]] and [[trivo://open/day][app]] ok"},
+      {"[[page link]] and [x](notes.md)", "[[page link]] and [x](notes.md)"},
+      {"![alt](https://x.org/i.png)", "![alt](https://x.org/i.png)"},
+      {"→ [ünï](https://x.org/ü)", "→ [[https://x.org/ü][ünï]]"},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(TextSyntax::orgLinks(c.markdown), c.org) << c.markdown;
+    EXPECT_EQ(TextSyntax::markdownLinks(c.org), c.markdown) << c.org;
+  }
+  EXPECT_EQ(TextSyntax::markdownLinks("[[file:media/a b.png]]"), "[[file:media/a b.png]]");
+}
+
 }  // namespace
 }  // namespace trivo

@@ -4,12 +4,12 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
-#include <charconv>
 #include <cmath>
 #include <iostream>
 #include <ostream>
 #include <thread>
 
+#include "cli/cmd_today_support.h"
 #include "cli/command.h"
 #include "cli/vault_settings.h"
 #include "core/focus/audio_sink.h"
@@ -32,11 +32,8 @@ std::string clockText(double seconds) {
   return std::to_string(s / 60) + ":" + (s % 60 < 10 ? "0" : "") + std::to_string(s % 60);
 }
 
-std::optional<std::int64_t> wholeNumber(const std::string& text) {
-  std::int64_t value = 0;
-  auto [ptr, ec] = std::from_chars(text.data(), text.data() + text.size(), value);
-  if (ec != std::errc() || ptr != text.data() + text.size()) return std::nullopt;
-  return value;
+std::string minutesText(std::int64_t minutes) {
+  return std::to_string(minutes) + (minutes == 1 ? " minute" : " minutes");
 }
 
 // One line for people about the record's session.
@@ -50,8 +47,8 @@ std::string describe(const LiveState& state, const Clock& clock) {
   };
   switch (state.phase) {
     case LiveState::Phase::idle:
-      return "No focus session is under way; " + std::to_string(state.todayMinutes) +
-             " minutes focused today.";
+      return "No focus session is under way; " + minutesText(state.todayMinutes) +
+             " focused today.";
     case LiveState::Phase::running:
       return "Focusing" + (state.subject ? " on" + subject : std::string()) + left() + ".";
     case LiveState::Phase::paused:
@@ -128,12 +125,14 @@ class FocusCommand final : public Command {
   }
 
   int status(Context& context, bool serviceUp) const {
-    LiveState state = LiveState::read();
+    LiveState state = serviceUp ? LiveState::read() : LiveState{};
     if (!serviceUp) {
-      // A record left by a service that is gone tells nothing about a session under way.
-      LiveState idle;
-      idle.todayMinutes = state.todayMinutes;
-      state = idle;
+      // A record left by a service that is gone tells nothing about a session under way, nor
+      // about today's minutes: sessions run in the foreground since then, or another vault's
+      // service, wrote them elsewhere. The day page holds them all.
+      DailyVault vault(context);
+      vault.run([&] { state.todayMinutes = vault.model().focusMinutes(vault.today()); },
+                /*writes=*/false);
     }
     if (context.json) {
       context.out << Json(state).dump(2) << "\n";
@@ -223,8 +222,8 @@ class FocusCommand final : public Command {
       options.keepEndedEarly = [&out, &declined](const TimerModel& timer) {
         const std::int64_t minutes = timer.pendingMinutes();
         if (minutes < 1) return true;  // nothing would be logged either way
-        out << "\r\x1b[2KLog the " << minutes << (minutes == 1 ? " minute" : " minutes")
-            << " focused" << (timer.subject() ? " on " + *timer.subject() : std::string())
+        out << "\r\x1b[2KLog the " << minutesText(minutes) << " focused"
+            << (timer.subject() ? " on " + *timer.subject() : std::string())
             << " into today's page? [Y/n] " << std::flush;
         std::string answer;
         if (!std::getline(std::cin, answer)) return true;
@@ -240,7 +239,7 @@ class FocusCommand final : public Command {
       } else {
         service.obey(order);
       }
-      out << "Focusing for " << timer.minutes() << " minutes"
+      out << "Focusing for " << minutesText(timer.minutes())
           << (timer.subject() ? " on " + *timer.subject() : std::string())
           << (terminal && isatty(STDIN_FILENO) != 0
                   ? "; Ctrl-C ends the session early and asks whether to log it."
@@ -251,7 +250,7 @@ class FocusCommand final : public Command {
       if (declined) {
         out << "The session was not logged." << std::endl;
       } else if (const auto& logged = timer.lastLogged()) {
-        out << "Logged " << logged->minutes << (logged->minutes == 1 ? " minute" : " minutes")
+        out << "Logged " << minutesText(logged->minutes)
             << (logged->outcome.empty() ? std::string() : " of " + logged->outcome)
             << " into today's page." << std::endl;
       } else {

@@ -271,10 +271,17 @@ TEST_F(Service, WithoutAServiceFocusStartRunsInTheForegroundAndOrdersAreRefused)
   EXPECT_EQ(trivo({"focus"}).out, "No focus session is under way; 0 minutes focused today.\n");
   const auto r = trivo({"focus", "start", "1", "Read", "the", "paper"});
   ASSERT_EQ(r.exitCode, 0) << r.err;
+  EXPECT_NE(r.out.find("Focusing for 1 minute on Read the paper;"), std::string::npos) << r.out;
   EXPECT_NE(r.out.find("Logged 1 minute of Read the paper into today's page."), std::string::npos)
       << r.out;
   EXPECT_NE(readWhole(dayPage()).find("· 1m · Read the paper"), std::string::npos);
   EXPECT_FALSE(fs::exists(snapshotFile()));
+  // The day's minutes come from the page, where the foreground session logged its own (the
+  // command is put on the session's day: the service's clock runs on a day of its own here).
+  auto onServiceDay = options();
+  onServiceDay.env["TRIVO_TODAY"] = std::string(kServiceDay);
+  EXPECT_EQ(testing::runTrivo({"focus"}, onServiceDay).out,
+            "No focus session is under way; 1 minute focused today.\n");
 
   // Orders for a session need the service that runs it.
   const auto stop = trivo({"focus", "stop"});

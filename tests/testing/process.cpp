@@ -2,22 +2,42 @@
 #include "testing/process.h"
 
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <poll.h>
+#include <pty.h>
 #include <signal.h>
 #include <sys/wait.h>
-#include <pty.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <chrono>
 #include <cstdlib>
-#include <stdexcept>
 #include <sstream>
+#include <stdexcept>
 #include <thread>
 
 extern char** environ;
 
 namespace trivo::testing {
+
+pid_t runInChild(const std::function<void()>& work) {
+  const pid_t child = ::fork();
+  if (child == 0) {
+    try {
+      work();
+    } catch (...) {
+      ::_exit(1);
+    }
+    ::_exit(0);
+  }
+  return child;
+}
+
+void expectExitedCleanly(pid_t child) {
+  int status = 0;
+  ASSERT_EQ(::waitpid(child, &status, 0), child);
+  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "status " << status;
+}
 
 std::string builtProgram(const std::string& program) {
   return std::string(TRIVO_BINARY_DIR) + "/" + program;

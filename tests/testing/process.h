@@ -1,7 +1,10 @@
 // Runs the built programs in a child process and captures what they print.
 #pragma once
 
+#include <sys/types.h>
+
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -36,6 +39,12 @@ std::optional<std::filesystem::path> onPath(const std::string& name);
 // Runs any executable by absolute path.
 ProcessResult runExecutable(const std::string& path, const std::vector<std::string>& args,
                             const ProcessOptions& options = {});
+
+// Runs `work` in a forked copy of this test process, which exits 0 when `work` returns and 1
+// when it throws; the child's id, negative when no child could be made.
+pid_t runInChild(const std::function<void()>& work);
+// Waits for a child of runInChild and expects it to have exited 0.
+void expectExitedCleanly(pid_t child);
 
 // A child process that runs while the test goes on, stopped with SIGTERM (then SIGKILL) when the
 // object goes away. Its standard output can be read line by line.

@@ -1,15 +1,13 @@
 #include "core/config/config_store.h"
 
 #include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <array>
 #include <fstream>
-#include <functional>
 
 #include "core/platform/device_identity.h"
 #include "core/store/atomic_write.h"
+#include "testing/process.h"
 #include "testing/scoped_env.h"
 
 namespace trivo {
@@ -17,26 +15,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using testing::TempDir;
-
-// Runs `work` in a child process and returns its id.
-pid_t inChild(const std::function<void()>& work) {
-  const pid_t child = ::fork();
-  if (child == 0) {
-    try {
-      work();
-    } catch (...) {
-      ::_exit(1);
-    }
-    ::_exit(0);
-  }
-  return child;
-}
-
-void expectExitedCleanly(pid_t child) {
-  int status = 0;
-  ASSERT_EQ(::waitpid(child, &status, 0), child);
-  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "status " << status;
-}
 
 class ConfigStoreTest : public ::testing::Test {
  protected:
@@ -225,10 +203,10 @@ TEST_F(ConfigStoreTest, TwoProcessesChangingDifferentKeysKeepBoth) {
       store().save(c);
     }
   };
-  const pid_t child = inChild([&] { work(false); });
+  const pid_t child = testing::runInChild([&] { work(false); });
   ASSERT_GE(child, 0);
   work(true);
-  expectExitedCleanly(child);
+  testing::expectExitedCleanly(child);
   const VaultConfig end = store().load();
   EXPECT_EQ(end.quoteEvery, kRounds);
   EXPECT_EQ(end.draftsFillColumn, 100 + kRounds);
@@ -262,7 +240,7 @@ TEST_F(ConfigStoreTest, SavesNeverDropAKeyAnEditorAddedMeanwhile) {
   writeSettings("{}\n");
   constexpr int kRounds = 100;
   const fs::path file = vault() / ".trivo" / "config.json";
-  const pid_t editor = inChild([&] {
+  const pid_t editor = testing::runInChild([&] {
     for (int i = 0; i < kRounds; ++i) {
       Json j = Json::parse(Coordinated::read(file), nullptr, false);
       if (!j.is_object()) j = Json::object();
@@ -287,7 +265,7 @@ TEST_F(ConfigStoreTest, SavesNeverDropAKeyAnEditorAddedMeanwhile) {
       // Caught the editor halfway through an in-place write: not a settings object yet.
     }
   }
-  expectExitedCleanly(editor);
+  testing::expectExitedCleanly(editor);
   store().save(config);
   const Json j = settings();
   int missing = 0;

@@ -3,7 +3,6 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -12,6 +11,7 @@
 #include <functional>
 #include <utility>
 
+#include "testing/process.h"
 #include "testing/scoped_env.h"
 
 namespace trivo {
@@ -268,20 +268,10 @@ TEST(Coordinated, LockSerialisesReadModifyWriteAcrossProcesses) {
       AtomicWrite::write(std::to_string(n + 1), counter, {.mode = std::nullopt, .durable = false});
     }
   };
-  const pid_t child = ::fork();
+  const pid_t child = testing::runInChild(work);
   ASSERT_GE(child, 0);
-  if (child == 0) {
-    try {
-      work();
-    } catch (...) {
-      ::_exit(1);
-    }
-    ::_exit(0);
-  }
   work();
-  int status = 0;
-  ASSERT_EQ(::waitpid(child, &status, 0), child);
-  ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+  testing::expectExitedCleanly(child);
   EXPECT_EQ(Coordinated::read(counter), std::to_string(2 * kRounds));
   EXPECT_TRUE(fs::exists(dir.path() / ".trivo" / "write.lock"));
 }

@@ -28,8 +28,7 @@ class AgendaCommand final : public Command {
   int run(Context& context) override {
     if (days_ < 1 || days_ > kMostDays) {
       throw UserError("An agenda shows 1 to " + std::to_string(kMostDays) + " days, not " +
-                          std::to_string(days_) + ".",
-                      2);
+                      std::to_string(days_) + ".");
     }
     const DayDate today = DayDate::today(context.clock);
     InboxVault vault = InboxVault::open(context, true);

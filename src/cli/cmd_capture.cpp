@@ -33,13 +33,11 @@ class CaptureCommand final : public Command {
     if (dryRun_) {
       // The same refusals as a real capture, without needing a vault.
       if (trimmedWhitespace(phrase.text).empty()) {
-        throw UserError("There is nothing to capture; write the item's words after the command.",
-                        2);
+        throw UserError("There is nothing to capture; write the item's words after the command.");
       }
       if (phrase.due && *phrase.due < today) {
         throw UserError("The day " + phrase.due->isoString() + " is before today, " +
-                            today.isoString() + "; name a day from today on, nothing was written.",
-                        2);
+                        today.isoString() + "; name a day from today on, nothing was written.");
       }
     } else {
       InboxVault vault = InboxVault::open(context, false);

@@ -48,13 +48,13 @@ class ConvertCommand final : public Command {
     const auto progress = [&bar](std::size_t done, std::size_t total) { bar.update(done, total); };
     try {
       if (undo_) {
-        if (to_ || dryRun_) throw UserError("--undo takes neither --to nor --dry-run.", 2);
+        if (to_ || dryRun_) throw UserError("--undo takes neither --to nor --dry-run.");
         const std::size_t pages = converter.undo(progress);
         bar.finish();
         context.out << "Put back " << pages << " pages as they were before the conversion.\n";
         return 0;
       }
-      if (!to_) throw UserError("Name the syntax to convert to with --to org or --to markdown.", 2);
+      if (!to_) throw UserError("Name the syntax to convert to with --to org or --to markdown.");
       const VaultFormat to = *to_ == "org" ? VaultFormat::org : VaultFormat::markdown;
       const char* name = to == VaultFormat::org ? "Org" : "Markdown";
       if (dryRun_) {

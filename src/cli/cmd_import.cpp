@@ -62,7 +62,7 @@ class ImportCommand final : public Command {
     const fs::path source = fs::absolute(file_);
     std::error_code ec;
     if (!fs::exists(source, ec)) {
-      throw UserError("There is no file " + file_ + " to import.", 2);
+      throw UserError("There is no file " + file_ + " to import.");
     }
     std::vector<ImportedEntry> entries;
     std::vector<std::string> notes;
@@ -98,7 +98,7 @@ class ImportCommand final : public Command {
         }
       }
     } catch (const ImportError& e) {
-      throw UserError(std::string(e.what()), 2);
+      throw UserError(std::string(e.what()));
     }
 
     JournalImporter::Result result;

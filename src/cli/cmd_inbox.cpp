@@ -33,9 +33,8 @@ class InboxCommand final : public Command {
       const auto named = InboxModel::listNamed(*list_);
       if (!named) {
         throw UserError("There is no inbox list \"" + *list_ +
-                            "\"; the lists are captured, later, someday, waiting, routine, "
-                            "overdue and today.",
-                        2);
+                        "\"; the lists are captured, later, someday, waiting, routine, "
+                        "overdue and today.");
       }
       lists = {*named};
     }

@@ -69,15 +69,13 @@ void guarded(const InboxVault& vault, const std::function<void()>& work) {
   } catch (const InboxError& e) {
     switch (e.kind()) {
       case InboxError::Kind::emptyText:
-        throw UserError("There is nothing to capture; write the item's words after the command.",
-                        2);
+        throw UserError("There is nothing to capture; write the item's words after the command.");
       case InboxError::Kind::pastDay:
-        throw UserError(
-            "The day " + std::string(e.what()) + "; name a day from today on, nothing was written.",
-            2);
+        throw UserError("The day " + std::string(e.what()) +
+                        "; name a day from today on, nothing was written.");
       case InboxError::Kind::unknownItem:
       case InboxError::Kind::unknownList:
-        throw UserError("Nothing was changed: " + std::string(e.what()) + ".", 2);
+        throw UserError("Nothing was changed: " + std::string(e.what()) + ".");
     }
   } catch (const FileError& e) {
     throw UserError(std::string(e.what()) +

@@ -40,8 +40,7 @@ class OnThisDayCommand final : public Command {
   int run(Context& context) override {
     if (weeks_ < 0 || weeks_ > kMostWeeks) {
       throw UserError("--weeks takes 0 to " + std::to_string(kMostWeeks) + ", not " +
-                          std::to_string(weeks_) + ".",
-                      2);
+                      std::to_string(weeks_) + ".");
     }
     const DayDate today = DayDate::today(context.clock);
     const DayDate day = day_ ? dayArgument(*day_, today) : today;

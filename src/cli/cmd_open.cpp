@@ -41,7 +41,7 @@ std::string inQuotes(std::string_view text) { return "\"" + std::string(text) + 
 // written; line breaks and tabs are only layout and become blanks.
 std::string linkWords(std::string_view text) {
   if (!isValidUtf8(text)) {
-    throw UserError("The link's text is not valid UTF-8, so nothing was captured.", 2);
+    throw UserError("The link's text is not valid UTF-8, so nothing was captured.");
   }
   std::string words;
   words.reserve(text.size());
@@ -54,8 +54,7 @@ std::string linkWords(std::string_view text) {
       words += ' ';
     } else if (c < 0x20 || c == 0x7F || c1) {
       throw UserError(
-          "The link's text holds a control character, so nothing was captured; send plain text.",
-          2);
+          "The link's text holds a control character, so nothing was captured; send plain text.");
     } else {
       words += static_cast<char>(c);
     }

@@ -57,12 +57,11 @@ class RefusedCommand final : public Command {
     const fs::path root = commandVault(context);
     RefusedResolver resolver(Vault{root, detectVaultFormat(root), "en", std::nullopt});
     if (action_.empty()) return list(resolver, root, context);
-    if (!number_) throw UserError("Name the text by the number trivo refused lists.", 2);
+    if (!number_) throw UserError("Name the text by the number trivo refused lists.");
     auto entry = resolver.entry(*number_);
     if (!entry) {
       throw UserError("There is no kept text " + std::to_string(*number_) +
-                          "; trivo refused lists them.",
-                      2);
+                      "; trivo refused lists them.");
     }
     const std::string page = entry->page.lexically_relative(root).string();
     if (action_ == "show") {

@@ -43,10 +43,21 @@ class SearchCommand final : public Command {
   }
 
   int run(Context& context) override {
+    try {
+      return search(context);
+    } catch (const UserError& e) {
+      // 1 would read as "nothing matched".
+      if (e.exitCode() == 1) throw UserError(e.what(), kSearchFailed);
+      throw;
+    }
+  }
+
+ private:
+  int search(Context& context) {
     if (context_ < 0 || context_ > kMostContext) {
       throw UserError("--context takes 0 to " + std::to_string(kMostContext) + " lines, not " +
                           std::to_string(context_) + ".",
-                      2);
+                      kSearchFailed);
     }
     std::string asked;
     std::vector<std::string> words = words_;
@@ -68,13 +79,14 @@ class SearchCommand final : public Command {
     SearchQuery query;
     if (saved_) {
       if (!asked.empty()) {
-        throw UserError("Give either a query or --saved NAME, not both.", 2);
+        throw UserError("Give either a query or --saved NAME, not both.", kSearchFailed);
       }
       query = savedQuery(vault.settings(), *saved_);
       asked = "the saved search \"" + *saved_ + "\"";
     } else {
       if (text::trim(asked).empty()) {
-        throw UserError("Give something to search for, as in: trivo search coffee tag:friends.", 2);
+        throw UserError("Give something to search for, as in: trivo search coffee tag:friends.",
+                        kSearchFailed);
       }
       query = parseQuery(asked);
       asked = "\"" + asked + "\"";
@@ -85,7 +97,6 @@ class SearchCommand final : public Command {
                           orgFiles);
   }
 
- private:
   static SearchQuery savedQuery(const VaultConfig& config, const std::string& name) {
     try {
       for (int pass = 0; pass < 2; ++pass) {
@@ -103,7 +114,7 @@ class SearchCommand final : public Command {
         }
       }
     } catch (const SearchQueryError& e) {
-      throw UserError(e.what(), 2);
+      throw UserError(e.what(), kSearchFailed);
     }
     std::string names;
     for (const SavedSearch& search : config.savedSearches) {
@@ -115,7 +126,7 @@ class SearchCommand final : public Command {
     throw UserError("There is no saved search or filter \"" + name + "\"" +
                         (names.empty() ? std::string("; the settings hold none.")
                                        : "; the saved ones are " + names + "."),
-                    2);
+                    kSearchFailed);
   }
 
   CLI::App* app_ = nullptr;

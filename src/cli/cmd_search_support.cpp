@@ -84,7 +84,7 @@ SearchQuery parseQuery(const std::string& text) {
   try {
     return SearchQuery::parse(text);
   } catch (const SearchQueryError& e) {
-    throw UserError(e.what(), 2);
+    throw UserError(e.what(), kSearchFailed);
   }
 }
 

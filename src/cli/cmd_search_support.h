@@ -28,6 +28,10 @@ struct SearchVault {
   [[nodiscard]] const VaultConfig& settings() const;
 };
 
+// Search exits as grep does, so that a script can tell the two apart: 1 when no line matched,
+// 2 when the search could not run (a bad query, no vault, unreadable settings).
+inline constexpr int kSearchFailed = 2;
+
 // A query read from the person's words; a bad one is refused with its sentence (exit 2).
 SearchQuery parseQuery(const std::string& text);
 

@@ -31,8 +31,7 @@ class TasksCommand final : public Command {
       const auto found = std::find(kTaskStatusNames.begin(), kTaskStatusNames.end(), *status_);
       if (found == kTaskStatusNames.end()) {
         throw UserError("There is no task status \"" + *status_ +
-                            "\"; the statuses are todo, inprocess, waiting and done (or all).",
-                        2);
+                        "\"; the statuses are todo, inprocess, waiting and done (or all).");
       }
       shown = {static_cast<TaskStatus>(found - kTaskStatusNames.begin())};
     }

@@ -23,11 +23,6 @@ namespace trivo::cli {
 
 DailyVault::DailyVault(const Context& context) : context_(context) {
   root_ = commandVault(context);
-  std::error_code ec;
-  if (!fs::is_directory(root_, ec)) {
-    throw UserError("There is no vault folder at " + root_.string() +
-                    "; create it with trivo init or name another with --vault.");
-  }
   store_ = openCommandStore(root_, context, StoreWrites::whenDone);
   model_ = std::make_unique<TodayModel>(*store_, context.clock,
                                         std::make_shared<FolderDayPageIndex>(store_->paths()));

@@ -16,9 +16,10 @@
 
 namespace trivo::cli {
 
-// Exit codes of the daily commands: 2 for input the command cannot act on, 3 for a page that
-// cannot be read (it is never written then), 4 for a page changed on disk under the command.
-inline constexpr int kBadInput = 2;
+// Exit codes of the daily commands: 1 for input the command cannot act on (2 is left to the
+// parser's usage errors), 3 for a page that cannot be read (it is never written then), 4 for a
+// page changed on disk under the command.
+inline constexpr int kBadInput = 1;
 inline constexpr int kUnreadablePage = 3;
 inline constexpr int kChangedPage = 4;
 
@@ -35,7 +36,7 @@ class DailyVault {
   // The page's file relative to the vault, as the person sees it: "days/2026-09-16.md".
   [[nodiscard]] std::string fileOf(const EntryKey& key) const;
   // A page named on the command line (a day, week, month, quarter or year); refuses anything
-  // else with one sentence (exit 2).
+  // else with one sentence (exit 1).
   [[nodiscard]] EntryKey periodPage(const std::string& text) const;
 
   // Runs `work`, then writes what it queued when `writes`. Every failure becomes a UserError
@@ -51,7 +52,7 @@ class DailyVault {
   std::unique_ptr<TodayModel> model_;
 };
 
-// A day named on the command line, refused with one sentence (exit 2).
+// A day named on the command line, refused with one sentence (exit 1).
 DayDate dayArgument(const std::string& text, const DayDate& today);
 // A whole number written in digits, or nothing.
 std::optional<std::int64_t> wholeNumber(std::string_view text);

@@ -23,11 +23,20 @@ YearMode yearModeOf(const std::filesystem::path& root) {
 }
 
 std::filesystem::path commandVault(const Context& context) {
+  std::filesystem::path root;
   try {
-    return locateVault(VaultSearch::fromProcess(context.vault));
+    root = locateVault(VaultSearch::fromProcess(context.vault));
   } catch (const VaultNotFound& e) {
     throw UserError(e.what());
   }
+  // A mistyped --vault or TRIVO_VAULT must not quietly start a second vault with the capture
+  // that was meant for the first, nor show an empty one as if it were the person's.
+  std::error_code ec;
+  if (!std::filesystem::is_directory(root, ec)) {
+    throw UserError("There is no vault folder at " + root.string() +
+                    "; create it with trivo init or name another with --vault.");
+  }
+  return root;
 }
 
 std::unique_ptr<VaultStore> openCommandStore(const std::filesystem::path& root,

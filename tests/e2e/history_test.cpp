@@ -53,11 +53,11 @@ TEST_F(HistoryCommand, ARestoreBringsBackAVersionAndCanBeRestoredAway) {
   EXPECT_EQ(page(), second);
 
   const auto unknown = trivo({"restore", "today", "ffff0000"});
-  EXPECT_EQ(unknown.exitCode, 2);
+  EXPECT_EQ(unknown.exitCode, 1);
   EXPECT_EQ(unknown.err,
             "trivo: No kept version of days/2026-03-14.md is named \"ffff0000\"; trivo history "
             "today lists them.\n");
-  EXPECT_EQ(trivo({"history", "someday"}).exitCode, 2);
+  EXPECT_EQ(trivo({"history", "someday"}).exitCode, 1);
   EXPECT_EQ(page(), second);
 }
 

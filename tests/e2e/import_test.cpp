@@ -127,13 +127,13 @@ TEST_F(ImportCommand, DamagedInputIsRefusedWithNothingWritten) {
   const ImportedFiles before = filesOf("a");
   dir_.write("broken.zip", std::string("PK\x03\x04", 4) + "cut short");
   const auto zip = in("a", {"import", "dayone", (dir_.path() / "broken.zip").string()});
-  EXPECT_EQ(zip.exitCode, 2);
+  EXPECT_EQ(zip.exitCode, 1);
   EXPECT_EQ(zip.err,
             "trivo: broken.zip is not a zip archive that can be read; import Day One's JSON "
             "export (.zip, .json or its unpacked folder).\n");
   dir_.write("tasks.org", "* <2026-03-10 Tue> Call Ana\nSCHEDULED: <2026-03-1 Tue>\n");
   const auto org = in("a", {"import", "journal", (dir_.path() / "tasks.org").string()});
-  EXPECT_EQ(org.exitCode, 2);
+  EXPECT_EQ(org.exitCode, 1);
   EXPECT_EQ(org.err,
             "trivo: tasks.org:2: the planning line \"SCHEDULED: <2026-03-1 Tue>\" does not read "
             "as Org stamps; correct it, then import again.\n");

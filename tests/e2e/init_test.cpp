@@ -36,6 +36,18 @@ TEST_F(InitCommand, TheMissingVaultSentenceNamesInitWhichMakesTheDefaultVault) {
   EXPECT_EQ(missing.err,
             "trivo: No vault found: run trivo init DIR to make one (add --sample to try it with "
             "sample pages), pass --vault DIR, or set TRIVO_VAULT.\n");
+  // A folder named that does not exist is refused too, rather than started as a new vault.
+  for (const auto& args :
+       std::vector<std::vector<std::string>>{{"capture", "--vault", "typo", "buy milk"},
+                                             {"inbox", "--vault", "typo"},
+                                             {"tags", "--vault", "typo"},
+                                             {"search", "--vault", "typo", "milk"}}) {
+    const auto typo = trivo(args);
+    EXPECT_EQ(typo.exitCode, args.front() == "search" ? 2 : 1) << args.front();
+    EXPECT_EQ(typo.err, "trivo: There is no vault folder at " + path("elsewhere/typo").string() +
+                            "; create it with trivo init or name another with --vault.\n");
+  }
+  EXPECT_FALSE(fs::exists(path("elsewhere/typo")));
 
   auto made = trivo({"init", path("planner").string()});
   ASSERT_EQ(made.exitCode, 0) << made.err;

@@ -98,10 +98,10 @@ TEST_F(TrivoOpen, CaptureGoesAmongTheInboxItemsAboveTheOwnersOwnSection) {
             std::string::npos)
       << page;
 
-  // A vault folder that is not there yet gets its inbox.
+  // A vault folder that is not there (a sync folder not mounted yet) is not started afresh.
   std::filesystem::remove_all(vault());
-  ASSERT_EQ(open("trivo://capture?text=First").exitCode, 0);
-  EXPECT_NE(dir.read("vault/inbox.md").find("- [ ] First <!-- id: "), std::string::npos);
+  EXPECT_EQ(open("trivo://capture?text=First").exitCode, 1);
+  EXPECT_FALSE(std::filesystem::exists(vault()));
 }
 
 TEST_F(TrivoOpen, ControlCharactersInACaptureLinkAreRefusedAndNothingIsWritten) {
@@ -110,7 +110,7 @@ TEST_F(TrivoOpen, ControlCharactersInACaptureLinkAreRefusedAndNothingIsWritten) 
   for (const std::string text : {"a%00b", "bell%07", "esc%1B%5B2J", "del%7F", "c1%C2%9B"}) {
     for (const std::string pull : {"", "&pull=true"}) {
       auto r = open("trivo://capture?text=" + text + pull);
-      EXPECT_EQ(r.exitCode, 2) << text << pull << r.err;
+      EXPECT_EQ(r.exitCode, 1) << text << pull << r.err;
       EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1) << r.err;
     }
   }

@@ -50,7 +50,7 @@ TEST_F(RefusedCommand, AFailedWriteSaysSoInOneSentenceAndTheTextIsKept) {
   EXPECT_EQ(keep.exitCode, 0) << keep.err;
   EXPECT_NE(dir.read("vault/inbox.md").find("Buy milk"), std::string::npos);
   EXPECT_EQ(trivo({"refused"}).out, "Nothing is waiting: every text Trivo was given is on disk.\n");
-  EXPECT_EQ(trivo({"refused", "show", "1"}).exitCode, 2);
+  EXPECT_EQ(trivo({"refused", "show", "1"}).exitCode, 1);
 }
 
 TEST_F(RefusedCommand, ARefusedEditMergesWithTheOutsideEditInTheEditor) {

@@ -134,7 +134,7 @@ TEST_F(SearchCommands, RefusalsAreOneSentence) {
   refused({"search", "--saved", "Nope"}, 2,
           "There is no saved search or filter \"Nope\"; the saved ones are Runs, Kin.");
   refused({"search"}, 2, "Give something to search for, as in: trivo search coffee tag:friends.");
-  refused({"tasks", "blocked"}, 2,
+  refused({"tasks", "blocked"}, 1,
           "There is no task status \"blocked\"; the statuses are todo, inprocess, waiting and "
           "done (or all).");
   const auto none = trivo({"search", "zebra"});

@@ -143,7 +143,7 @@ TEST_P(DailyCommands, CarryOverCrossesAGapOfDaysAndCarryingTwiceNeverDuplicates)
   EXPECT_EQ(check.exitCode, 0) << check.out << check.err;
 }
 
-TEST_P(DailyCommands, BadInputIsOneSentenceWithExitTwoAndWritesNothing) {
+TEST_P(DailyCommands, BadInputIsOneSentenceWithExitOneAndWritesNothing) {
   const std::string day = "2026-09-16";
   ok(day, {"capture", "call mum"});
   dir.write(file("days/2026-09-11"), org() ? kFridayOrg : kFridayMarkdown);
@@ -168,7 +168,7 @@ TEST_P(DailyCommands, BadInputIsOneSentenceWithExitTwoAndWritesNothing) {
   };
   for (const auto& [args, sentence] : cases) {
     const auto r = trivo(day, args);
-    EXPECT_EQ(r.exitCode, 2) << args.front() << " " << args.at(1) << ": " << r.err;
+    EXPECT_EQ(r.exitCode, 1) << args.front() << " " << args.at(1) << ": " << r.err;
     EXPECT_NE(r.err.find(sentence), std::string::npos) << r.err;
     EXPECT_TRUE(r.err.starts_with("trivo: ") && r.err.ends_with(".\n") &&
                 std::count(r.err.begin(), r.err.end(), '\n') == 1)
@@ -178,7 +178,7 @@ TEST_P(DailyCommands, BadInputIsOneSentenceWithExitTwoAndWritesNothing) {
   // Several targets: the bad one refuses the good ones with it.
   ok(day, {"outcome", "1", "Write"});
   const auto planned = pages();
-  EXPECT_EQ(trivo(day, {"done", "1", "3"}).exitCode, 2);
+  EXPECT_EQ(trivo(day, {"done", "1", "3"}).exitCode, 1);
   EXPECT_EQ(pages(), planned);
   EXPECT_NE(before, planned);
 }

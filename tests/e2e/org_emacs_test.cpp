@@ -77,9 +77,10 @@ class OrgInEmacs : public ::testing::Test {
     return entry;
   }
 
+  testing::TempDir dir_;
+
  private:
   std::optional<fs::path> emacs_;
-  testing::TempDir dir_;
 };
 
 bool has(const std::string& text, const std::string& part) {
@@ -197,6 +198,33 @@ TEST_F(OrgInEmacs, PagesTrivoWritesReadInOrgAsTrivoMeantThem) {
   // Read again, the page is what was written.
   const std::string text = this->read("days/2026-09-11.org");
   EXPECT_EQ(org_.renderDay(org_.parseDay(text, friday_)), text);
+}
+
+// An outcome of the week ticked in Trivo on Wednesday shows in Org's agenda log on Wednesday,
+// not on the Sunday the week is due; opened again, it leaves no state change behind.
+TEST_F(OrgInEmacs, AWeekOutcomeTickedInTrivoIsLoggedOnTheDayItWasTicked) {
+  const fs::path vault = dir_.path() / "vault";
+  const auto trivo = [&](const char* day, std::vector<std::string> args) {
+    testing::ProcessOptions options;
+    options.env["TRIVO_TODAY"] = day;
+    args.insert(args.begin(), {"--vault", vault.string()});
+    const auto r = testing::runTrivo(args, options);
+    EXPECT_EQ(r.exitCode, 0) << r.err;
+  };
+  trivo("2026-09-07", {"init", "--org", vault.string()});
+  trivo("2026-09-07", {"outcome", "wo", "1", "Launch the site"});
+  trivo("2026-09-09", {"done", "wo:1"});
+  const std::string agenda = emacs("report", vault / "weeks/2026-W37.org");
+  EXPECT_TRUE(has(agenda,
+                  "Wednesday   9 September 2026\n"
+                  "  2026-W37:   State:     (DONE) DONE Launch the site\n"))
+      << agenda;
+  EXPECT_EQ(agenda.find("State:", agenda.find("Thursday")), std::string::npos) << agenda;
+
+  trivo("2026-09-10", {"undone", "wo:1"});
+  const std::string reopened = emacs("report", vault / "weeks/2026-W37.org");
+  EXPECT_TRUE(has(reopened, "** TODO Launch the site | closed - |")) << reopened;
+  EXPECT_EQ(reopened.find("State:"), std::string::npos) << reopened;
 }
 
 }  // namespace

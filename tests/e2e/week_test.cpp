@@ -251,7 +251,17 @@ TEST_P(LivedWeek, ThePageFilesHoldExactlyTheWeek) {
     std::stringstream got;
     got << in.rdbuf();
     // Line by line, so a failure names the first line that differs.
-    std::istringstream want(text), have(masked(got.str()));
+    std::string converted = masked(got.str());
+    if (org && file == "weeks/2026-W47.md") {
+      // The Org week logged the Friday its outcome was ticked, which a Markdown page has no place
+      // for; the conversion keeps the note as a line under the outcome.
+      const std::string note = "- State \"DONE\"       from \"TODO\"       [2026-11-20 Fri]\n";
+      const std::string outcome = "- [x] Ship the release\n";
+      const auto at = converted.find(outcome + note);
+      ASSERT_NE(at, std::string::npos) << converted;
+      converted.erase(at + outcome.size(), note.size());
+    }
+    std::istringstream want(text), have(converted);
     std::string w, h;
     for (int line = 1; std::getline(want, w); ++line) {
       ASSERT_TRUE(std::getline(have, h)) << file << " ends before line " << line << ": " << w;

@@ -5,7 +5,7 @@
 ;;   tick-week  ticks, clocks and re-dates the outcomes of a week page
 ;;   report     prints what Org reads from the page: every heading's keyword, planning stamps,
 ;;              properties and clocked minutes, the file's clock total and the agenda of the
-;;              page's weeks with closed items and clocks shown
+;;              page's weeks with closed items, clocks and state changes shown
 ;; Time is pinned to 2026-09-11 10:02, so that CLOSED stamps and notes are the same on every run.
 
 (require 'org)
@@ -109,6 +109,7 @@
         (org-agenda-start-day "2026-09-07")
         (org-agenda-start-on-weekday nil)
         (org-agenda-start-with-log-mode t)
+        (org-agenda-log-mode-items '(closed clock state))
         (org-agenda-window-setup 'current-window))
     (org-agenda-list)
     (princ (buffer-substring-no-properties (point-min) (point-max)))))

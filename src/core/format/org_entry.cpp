@@ -120,6 +120,19 @@ bool OrgEntry::isLogNote(std::string_view line) {
                      [&](std::string_view head) { return t.starts_with(head); });
 }
 
+std::vector<std::string> OrgEntry::ticked(std::vector<std::string> kept, std::string note) {
+  const auto at = static_cast<std::ptrdiff_t>(metaEnd(kept));
+  kept.insert(kept.begin() + at, std::move(note));
+  return kept;
+}
+
+std::vector<std::string> OrgEntry::unticked(std::vector<std::string> kept) {
+  const std::size_t at = metaEnd(kept);
+  if (at < kept.size() && isDoneNote(kept[at]))
+    kept.erase(kept.begin() + static_cast<std::ptrdiff_t>(at));
+  return kept;
+}
+
 std::string OrgEntry::withoutClosed(std::string_view line) {
   static const Regex closed(R"([ \t]*CLOSED:[ \t]*\[[^\]]*\])");
   const std::string rest = closed.replaceAll(line, "");

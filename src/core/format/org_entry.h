@@ -55,6 +55,14 @@ struct OrgEntry {
   // …", "- CLOSING NOTE …", "- Rescheduled from …" and the other note headings).
   static bool isLogNote(std::string_view line);
 
+  // The kept lines of an item ticked now: `note` (its state-change note, dated when the tick
+  // happened) put where Org puts a new note, after the planning line and property drawer, above
+  // older notes. A kept note stops the serializer from writing its own, dated by the page.
+  static std::vector<std::string> ticked(std::vector<std::string> kept, std::string note);
+  // The kept lines of an item opened again: the done note on top of its log, which recorded the
+  // completion now undone, is taken out; older notes stay.
+  static std::vector<std::string> unticked(std::vector<std::string> kept);
+
   // The planning line with its CLOSED stamp taken out (when an item is opened again); empty when
   // nothing else was on it.
   static std::string withoutClosed(std::string_view line);

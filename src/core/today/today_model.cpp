@@ -4,7 +4,9 @@
 #include <algorithm>
 #include <numeric>
 
+#include "core/format/org_entry.h"
 #include "core/format/serializer_error.h"
+#include "core/format/text_syntax.h"
 
 namespace trivo {
 namespace {
@@ -172,8 +174,19 @@ void TodayModel::setOutcomeState(const EntryKey& page, std::int64_t slot, Outcom
                                                  page.description() +
                                                  " is not set, so there is nothing to tick.");
   }
+  // An Org page logs the day an outcome was ticked, as Org does; without a note of its own the
+  // page would date it by its period (the last day of a week, month or quarter). A note that says
+  // the page's own day is the one the page writes anyway, and is read back as such.
+  const bool org = store_.paths().fileExtension() == fileExtension(VaultFormat::org);
   editOutcomes(page, [&](std::vector<Outcome>& list) {
-    list[static_cast<std::size_t>(slot - 1)].state = state;
+    Outcome& outcome = list[static_cast<std::size_t>(slot - 1)];
+    const bool wasDone = outcome.state == OutcomeState::done;
+    outcome.state = state;
+    if (!org || wasDone == (state == OutcomeState::done)) return;
+    outcome.trailingLines = wasDone
+                                ? OrgEntry::unticked(std::move(outcome.trailingLines))
+                                : OrgEntry::ticked(std::move(outcome.trailingLines),
+                                                   TextSyntax::orgDoneLine(today(), std::nullopt));
   });
 }
 

@@ -139,6 +139,44 @@ TEST_P(TodayModelTest, ChecklistTickStampsTheItemAndUntickTakesTheStampAway) {
   EXPECT_EQ(model->page().checklist, std::vector<CarryItem>{carryItemOf("Call the bank")});
 }
 
+TEST_P(TodayModelTest, AnOrgOutcomeLogsTheDayItWasTickedAndLosesTheNoteWhenOpenedAgain) {
+  const bool org = GetParam() == VaultFormat::org;
+  const EntryKey week = EntryKey::week({2026, 38});
+  const EntryKey today = EntryKey::day(model->today());
+  model->setOutcome(week, 1, "Chapter 3");
+  model->setOutcome(today, 1, "Write 2k");
+  commitAndReopen();
+  const std::string weekFile = "weeks/2026-W38" + ext();
+  const std::string open = dir.read(weekFile);
+
+  // Ticked on Wednesday, not on the Sunday the week is due; a day's own outcome, ticked on its
+  // day, has the one note its page writes anyway.
+  model->setOutcomeState(week, 1, OutcomeState::done);
+  model->setOutcomeState(today, 1, OutcomeState::done);
+  commitAndReopen();
+  const std::string note = "- State \"DONE\"       from \"TODO\"       [2026-09-16 Wed]";
+  const auto count = [&](const std::string& text) {
+    std::size_t n = 0;
+    for (auto at = text.find(note); at != std::string::npos; at = text.find(note, at + 1)) ++n;
+    return n;
+  };
+  const std::string ticked = dir.read(weekFile);
+  EXPECT_EQ(count(ticked), org ? 1U : 0U) << ticked;
+  EXPECT_EQ(ticked.find("[2026-09-20 Sun]"), std::string::npos) << ticked;
+  const std::string day = dir.read("days/2026-09-16" + ext());
+  EXPECT_EQ(count(day), org ? 1U : 0U) << day;
+  EXPECT_EQ(model->outcomes(today).outcomes[0].trailingLines, std::vector<std::string>{});
+
+  // Saved again unchanged, the note stays once; opened again, the page is as it was.
+  model->setOutcome(week, 1, "Chapter 3, revised");
+  commitAndReopen();
+  EXPECT_EQ(count(dir.read(weekFile)), org ? 1U : 0U);
+  model->setOutcome(week, 1, "Chapter 3");
+  model->setOutcomeState(week, 1, OutcomeState::planned);
+  commitAndReopen();
+  EXPECT_EQ(dir.read(weekFile), open);
+}
+
 TEST_P(TodayModelTest, PulledItemsLeaveTheInboxServeASlotAndGoBack) {
   Inbox inbox;
   inbox.items.push_back(InboxItem::make("Print notes", d(2026, 9, 10)));

@@ -19,8 +19,8 @@ namespace fs = std::filesystem;
 // Pages whose every detail the new syntax cannot hold; their full text stays in the kept copies.
 void warnIncomplete(Context& context, const VaultConverter::Plan& plan) {
   if (plan.incomplete.empty()) return;
-  context.err << "trivo: " << plan.incomplete.size() << " pages hold details that "
-              << (plan.to == VaultFormat::org ? "Org" : "Markdown")
+  context.err << "trivo: " << counted(plan.incomplete.size(), "page holds", "pages hold")
+              << " details that " << (plan.to == VaultFormat::org ? "Org" : "Markdown")
               << " has no place for (such as the drawers and notes of Org heading items); their "
                  "full text stays in the kept copies:\n";
   for (const auto& page : plan.incomplete) context.err << "  " << page.generic_string() << "\n";
@@ -51,7 +51,8 @@ class ConvertCommand final : public Command {
         if (to_ || dryRun_) throw UserError("--undo takes neither --to nor --dry-run.");
         const std::size_t pages = converter.undo(progress);
         bar.finish();
-        context.out << "Put back " << pages << " pages as they were before the conversion.\n";
+        context.out << "Put back " << counted(pages, "page", "pages")
+                    << " as they were before the conversion.\n";
         return 0;
       }
       if (!to_) throw UserError("Name the syntax to convert to with --to org or --to markdown.");
@@ -67,7 +68,7 @@ class ConvertCommand final : public Command {
           context.out << move.from.generic_string() << " → " << move.to.generic_string() << "\n";
         }
         warnIncomplete(context, plan);
-        context.out << plan.pages.size() << " pages would be converted"
+        context.out << counted(plan.pages.size(), "page", "pages") << " would be converted"
                     << (plan.resumes ? " (finishing an earlier conversion)" : "")
                     << "; nothing was written.\n";
         return 0;
@@ -79,8 +80,8 @@ class ConvertCommand final : public Command {
         return 0;
       }
       warnIncomplete(context, outcome.plan);
-      context.out << "Converted " << outcome.plan.pages.size() << " pages to " << name
-                  << "; the old pages are kept in "
+      context.out << "Converted " << counted(outcome.plan.pages.size(), "page", "pages") << " to "
+                  << name << "; the old pages are kept in "
                   << outcome.kept.lexically_relative(root).generic_string()
                   << " (trivo convert --undo puts them back).\n";
       return 0;
@@ -89,10 +90,10 @@ class ConvertCommand final : public Command {
       throw UserError(e.what(), 3);
     } catch (const FileError& e) {
       bar.finish();
-      throw UserError(std::string(e.what()) + " Run trivo convert again to finish.", 4);
+      throw UserError(std::string(e.what()) + " Run trivo convert again to finish.");
     } catch (const ConfigError& e) {
       bar.finish();
-      throw UserError(std::string(e.what()) + " Run trivo convert again to finish.", 4);
+      throw UserError(std::string(e.what()) + " Run trivo convert again to finish.");
     }
   }
 

@@ -74,9 +74,13 @@ class HistoryCommand final : public Command {
         throw UserError(std::string(e.what()));
       }
       bar.finish();
-      context.out << "Backed up " << done.pages << " pages (" << done.newBlobs
-                  << " texts not kept before) to " << done.file.string();
-      if (done.pruned > 0) context.out << "; " << done.pruned << " older snapshots removed";
+      context.out << "Backed up " << counted(done.pages, "page", "pages") << " ("
+                  << counted(done.newBlobs, "text", "texts") << " not kept before) to "
+                  << done.file.string();
+      if (done.pruned > 0) {
+        context.out << "; " << counted(done.pruned, "older snapshot", "older snapshots")
+                    << " removed";
+      }
       context.out << ".\n";
       return 0;
     }

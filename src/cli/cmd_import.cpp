@@ -74,8 +74,9 @@ class ImportCommand final : public Command {
         auto read = DayOneExport::read(source, format, zones, scratch->path());
         entries = std::move(read.entries);
         if (read.missingPhotos > 0) {
-          notes.push_back(std::to_string(read.missingPhotos) +
-                          " photos named by entries are not in the export and were left out.");
+          notes.push_back(counted(read.missingPhotos, "photo", "photos") + " named by entries " +
+                          (read.missingPhotos == 1 ? "is" : "are") + " not in the export and " +
+                          (read.missingPhotos == 1 ? "was" : "were") + " left out.");
         }
         for (const auto& zone : read.unknownZones) {
           notes.push_back("The time zone \"" + zone +
@@ -123,9 +124,13 @@ class ImportCommand final : public Command {
                   << "\n";
       return 0;
     }
-    context.out << "Imported " << result.added << " entries into " << result.days << " days";
-    if (result.media > 0) context.out << " with " << result.media << " photos";
-    if (result.skipped > 0) context.out << "; " << result.skipped << " were there already";
+    context.out << "Imported " << counted(result.added, "entry", "entries") << " into "
+                << counted(result.days, "day", "days");
+    if (result.media > 0) context.out << " with " << counted(result.media, "photo", "photos");
+    if (result.skipped > 0) {
+      context.out << "; " << result.skipped << (result.skipped == 1 ? " was" : " were")
+                  << " there already";
+    }
     context.out << ".\n";
     return 0;
   }

@@ -27,6 +27,11 @@ class UserError : public std::runtime_error {
   int exitCode_;
 };
 
+// "1 page", "3 pages": a count with the word that fits it.
+inline std::string counted(std::size_t n, const char* one, const char* many) {
+  return std::to_string(n) + " " + (n == 1 ? one : many);
+}
+
 // What every command is given: streams, the clock and the options shared by all commands.
 struct Context {
   std::ostream& out;

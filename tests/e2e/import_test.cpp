@@ -56,8 +56,7 @@ TEST_F(ImportCommand, DayOneFolderAndZipImportEachEntryOnce) {
   const auto first = in("a", {"import", "dayone", kDayOne.string()});
   EXPECT_EQ(first.exitCode, 0) << first.err;
   EXPECT_EQ(first.out, "Imported 4 entries into 3 days with 2 photos.\n");
-  EXPECT_EQ(first.err,
-            "trivo: 1 photos named by entries are not in the export and were left out.\n");
+  EXPECT_EQ(first.err, "trivo: 1 photo named by entries is not in the export and was left out.\n");
   const ImportedFiles once = filesOf("a");
   EXPECT_NE(once.at("days/2026-03-15.md")
                 .find("- 08:40 — Ramen in Shibuya after the flight #travel #food\n"

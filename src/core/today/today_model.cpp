@@ -149,7 +149,9 @@ void TodayModel::clearOutcome(const EntryKey& page, std::int64_t slot) {
       page,
       [&](std::vector<Outcome>& list) {
         Outcome& outcome = list[static_cast<std::size_t>(slot - 1)];
-        // Lines of the person's own under the outcome (Org drawers, notes) stay where they were.
+        // Lines of the person's own under the outcome (Org drawers, notes) stay where they were;
+        // the note of its tick goes with the tick.
+        changeState(outcome, OutcomeState::planned);
         std::vector<std::string> kept = std::move(outcome.trailingLines);
         outcome = blankOutcome();
         outcome.trailingLines = std::move(kept);
@@ -174,20 +176,23 @@ void TodayModel::setOutcomeState(const EntryKey& page, std::int64_t slot, Outcom
                                                  page.description() +
                                                  " is not set, so there is nothing to tick.");
   }
+  editOutcomes(page, [&](std::vector<Outcome>& list) {
+    changeState(list[static_cast<std::size_t>(slot - 1)], state);
+  });
+}
+
+void TodayModel::changeState(Outcome& outcome, OutcomeState state) const {
+  const bool wasDone = outcome.state == OutcomeState::done;
+  outcome.state = state;
   // An Org page logs the day an outcome was ticked, as Org does; without a note of its own the
   // page would date it by its period (the last day of a week, month or quarter). A note that says
   // the page's own day is the one the page writes anyway, and is read back as such.
   const bool org = store_.paths().fileExtension() == fileExtension(VaultFormat::org);
-  editOutcomes(page, [&](std::vector<Outcome>& list) {
-    Outcome& outcome = list[static_cast<std::size_t>(slot - 1)];
-    const bool wasDone = outcome.state == OutcomeState::done;
-    outcome.state = state;
-    if (!org || wasDone == (state == OutcomeState::done)) return;
-    outcome.trailingLines = wasDone
-                                ? OrgEntry::unticked(std::move(outcome.trailingLines))
-                                : OrgEntry::ticked(std::move(outcome.trailingLines),
-                                                   TextSyntax::orgDoneLine(today(), std::nullopt));
-  });
+  if (!org || wasDone == (state == OutcomeState::done)) return;
+  outcome.trailingLines = wasDone
+                              ? OrgEntry::unticked(std::move(outcome.trailingLines))
+                              : OrgEntry::ticked(std::move(outcome.trailingLines),
+                                                 TextSyntax::orgDoneLine(today(), std::nullopt));
 }
 
 // --- Today's lists.

@@ -119,6 +119,8 @@ class TodayModel {
   void save(const Inbox& inbox);
   template <class Change>
   void editOutcomes(const EntryKey& page, Change change, bool emptying = false);
+  // Sets an outcome's state; on an Org page its log says the day it was ticked.
+  void changeState(Outcome& outcome, OutcomeState state) const;
   [[nodiscard]] std::string stamp() const;
 
   VaultStore& store_;

@@ -175,6 +175,11 @@ TEST_P(TodayModelTest, AnOrgOutcomeLogsTheDayItWasTickedAndLosesTheNoteWhenOpene
   model->setOutcomeState(week, 1, OutcomeState::planned);
   commitAndReopen();
   EXPECT_EQ(dir.read(weekFile), open);
+  // Nor does an outcome cleared after its tick leave the note under the empty place.
+  model->setOutcomeState(week, 1, OutcomeState::done);
+  model->clearOutcome(week, 1);
+  commitAndReopen();
+  EXPECT_EQ(count(dir.read(weekFile)), 0U);
 }
 
 TEST_P(TodayModelTest, PulledItemsLeaveTheInboxServeASlotAndGoBack) {

@@ -23,6 +23,14 @@ class TasksCommand final : public Command {
                    "todo, inprocess, waiting, done, or all (without it: every open task)");
   }
 
+  [[nodiscard]] std::string emptyListSentence() const {
+    if (status_ == "all") return "No task is written in the journal yet.";
+    if (status_ == "todo") return "No journal task is to do.";
+    if (status_ == "inprocess") return "No journal task is in process.";
+    if (status_) return "No journal task is " + *status_ + ".";
+    return "No journal task is open.";
+  }
+
   int run(Context& context) override {
     std::vector<TaskStatus> shown = {TaskStatus::todo, TaskStatus::inprocess, TaskStatus::waiting};
     if (status_ == "all") {
@@ -70,9 +78,7 @@ class TasksCommand final : public Command {
       }
     }
     if (!any) {
-      context.out << (status_ ? "No journal task is " + *status_ + "."
-                              : std::string("No journal task is open."))
-                  << "\n";
+      context.out << emptyListSentence() << "\n";
     }
     return 0;
   }

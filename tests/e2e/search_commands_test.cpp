@@ -153,6 +153,7 @@ TEST_F(SearchCommands, TagsTasksAndOnThisDay) {
             "  2026-11-25 07:30  [ ] WAITING for Ana's reply  (Morning run by the river)\n");
   EXPECT_EQ(ok({"tasks", "done"}),
             "done\n  2026-11-25 07:30  [x] stretch  (Morning run by the river)\n");
+  EXPECT_EQ(ok({"tasks", "inprocess"}), "No journal task is in process.\n");
 
   EXPECT_EQ(ok({"onthisday"}),
             "Tuesday 2025-11-25  a year ago\n"

@@ -109,8 +109,9 @@ class OpenCommand final : public Command {
   int run(Context& context) override {
     const auto link = DeepLink::parse(url_);
     if (!link) {
-      context.err << "not a trivo link: " << url_ << "\n";
-      return 1;
+      throw UserError(url_ +
+                      " is not a link Trivo follows; write one such as trivo://open?page=journal, "
+                      "trivo://capture?text=milk or trivo://find?q=coffee.");
     }
     if (dryRun_) {
       context.out << Json(*link).dump(2) << "\n";

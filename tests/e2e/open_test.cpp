@@ -38,7 +38,10 @@ TEST_F(TrivoOpen, DryRunPrintsTheLinkAsJsonAndALinkThatDoesNotParseIsRefusedWith
     for (bool dryRun : {true, false}) {
       auto bad = open(url, dryRun);
       EXPECT_EQ(bad.exitCode, 1) << url;
-      EXPECT_EQ(bad.err, std::string("not a trivo link: ") + url + "\n");
+      EXPECT_EQ(bad.err, std::string("trivo: ") + url +
+                             " is not a link Trivo follows; write one such as "
+                             "trivo://open?page=journal, trivo://capture?text=milk or "
+                             "trivo://find?q=coffee.\n");
       EXPECT_EQ(bad.out, "");
     }
   }

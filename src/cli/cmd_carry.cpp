@@ -23,14 +23,13 @@ class CarryCommand final : public Command {
 
   int run(Context& context) override {
     if (all_ && !items_.empty()) {
-      throw UserError("Give either --all or item numbers, not both.", kBadInput);
+      throw UserError("Give either --all or item numbers, not both.");
     }
     std::vector<std::size_t> numbers;
     for (const std::string& item : items_) {
       const auto n = wholeNumber(item);
       if (!n || *n < 1) {
-        throw UserError("\"" + item + "\" is not an item number; trivo carry lists the numbers.",
-                        kBadInput);
+        throw UserError("\"" + item + "\" is not an item number; trivo carry lists the numbers.");
       }
       numbers.push_back(static_cast<std::size_t>(*n));
     }

@@ -43,13 +43,12 @@ std::string badTarget(const std::string& text) {
 Target parseTarget(const std::string& text, const DailyVault& vault) {
   if (const auto n = wholeNumber(text)) {
     if (*n >= 1 && *n <= 3) return OutcomeTarget{EntryKey::day(vault.today()), *n};
-    throw UserError(
-        "Today has outcomes 1, 2 and 3, not " + text + "; an inbox item is written i" + text + ".",
-        kBadInput);
+    throw UserError("Today has outcomes 1, 2 and 3, not " + text + "; an inbox item is written i" +
+                    text + ".");
   }
   if (const auto colon = text.rfind(':'); colon != std::string::npos) {
     const auto n = wholeNumber(std::string_view(text).substr(colon + 1));
-    if (!n || colon == 0) throw UserError(badTarget(text), kBadInput);
+    if (!n || colon == 0) throw UserError(badTarget(text));
     return OutcomeTarget{vault.periodPage(text.substr(0, colon)), *n};
   }
   if (text.size() > 1) {
@@ -67,7 +66,7 @@ Target parseTarget(const std::string& text, const DailyVault& vault) {
       }
     }
   }
-  throw UserError(badTarget(text), kBadInput);
+  throw UserError(badTarget(text));
 }
 
 class TickCommand final : public Command {
@@ -95,8 +94,7 @@ class TickCommand final : public Command {
     if (blocked_) {
       for (std::size_t i = 0; i < targets.size(); ++i) {
         if (!std::holds_alternative<OutcomeTarget>(targets[i])) {
-          throw UserError("Only outcomes can be blocked, and " + targets_[i] + " is none.",
-                          kBadInput);
+          throw UserError("Only outcomes can be blocked, and " + targets_[i] + " is none.");
         }
       }
     }

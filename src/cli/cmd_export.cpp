@@ -6,6 +6,7 @@
 #include "cli/cmd_inbox_vault.h"
 #include "cli/cmd_today_support.h"
 #include "cli/command.h"
+#include "cli/day_argument.h"
 #include "core/convert/markup_converter.h"
 #include "core/imports/journal_file.h"
 
@@ -37,12 +38,12 @@ class ExportCommand final : public Command {
     VaultStore& store = *vault.store;
     const DayDate today = DayDate::today(context.clock);
     const std::optional<DayDate> from =
-        from_ ? std::optional(dayArgument(*from_, today)) : std::nullopt;
-    const std::optional<DayDate> to = to_ ? std::optional(dayArgument(*to_, today)) : std::nullopt;
+        from_ ? std::optional(parseDayArgument(*from_, today)) : std::nullopt;
+    const std::optional<DayDate> to =
+        to_ ? std::optional(parseDayArgument(*to_, today)) : std::nullopt;
     if (from && to && *to < *from) {
       throw UserError("--to " + to->isoString() + " comes before --from " + from->isoString() +
-                          "; name the first day first.",
-                      kBadInput);
+                      "; name the first day first.");
     }
     // The days with a page, in order, within the range.
     std::vector<DayDate> days;

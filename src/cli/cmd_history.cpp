@@ -31,9 +31,8 @@ HistoryPage historyPage(const fs::path& root, const std::string& text, const Con
   const EntryKey* key = target ? target->asPage() : nullptr;
   if (!key) {
     throw UserError("\"" + text +
-                        "\" is not a page; name a day, week, month, quarter, year or the inbox, "
-                        "such as 2026-09-16, 2026-W38 or inbox.",
-                    kBadInput);
+                    "\" is not a page; name a day, week, month, quarter, year or the inbox, "
+                    "such as 2026-09-16, 2026-W38 or inbox.");
   }
   VaultPaths paths(root, detectVaultFormat(root));
   const fs::path relative = paths.urlFor(*key).lexically_relative(root);
@@ -64,7 +63,7 @@ class HistoryCommand final : public Command {
     const fs::path root = commandVault(context);
     BackupStore backups = backupsOf(root, context);
     if (snapshot_) {
-      if (page_) throw UserError("--snapshot backs up every page; leave out the page.", kBadInput);
+      if (page_) throw UserError("--snapshot backs up every page; leave out the page.");
       ProgressBar bar(context.err, "Backing up", ProgressBar::forTerminal());
       BackupStore::SnapshotResult done;
       try {

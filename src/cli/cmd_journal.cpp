@@ -28,12 +28,11 @@ class JournalCommand final : public Command {
     if (at_) {
       at = ClockTime::parse(*at_);
       if (!at) {
-        throw UserError("\"" + *at_ + "\" is not a time of day; write it as HH:MM, such as 09:30.",
-                        kBadInput);
+        throw UserError("\"" + *at_ + "\" is not a time of day; write it as HH:MM, such as 09:30.");
       }
     }
     if (text.empty() && at) {
-      throw UserError("A journal entry needs words; write them after trivo journal.", kBadInput);
+      throw UserError("A journal entry needs words; write them after trivo journal.");
     }
     DailyVault vault(context);
     std::optional<JournalEntry> added;

@@ -7,6 +7,7 @@
 #include "cli/cmd_inbox_vault.h"
 #include "cli/cmd_today_support.h"
 #include "cli/command.h"
+#include "cli/day_argument.h"
 #include "core/indexes/on_this_day.h"
 #include "core/search/search_sources.h"
 
@@ -43,7 +44,7 @@ class OnThisDayCommand final : public Command {
                       std::to_string(weeks_) + ".");
     }
     const DayDate today = DayDate::today(context.clock);
-    const DayDate day = day_ ? dayArgument(*day_, today) : today;
+    const DayDate day = day_ ? parseDayArgument(*day_, today) : today;
     InboxVault vault = InboxVault::open(context, true);
     std::set<DayDate> written;
     for (const SearchSource& source :

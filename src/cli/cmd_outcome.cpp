@@ -37,8 +37,7 @@ class OutcomeCommand final : public Command {
     if (next < args_.size()) {
       slot = wholeNumber(args_[next]);
       if (!slot) {
-        throw UserError("\"" + args_[next] + "\" is not an outcome number; write 1, 2 or 3.",
-                        kBadInput);
+        throw UserError("\"" + args_[next] + "\" is not an outcome number; write 1, 2 or 3.");
       }
       ++next;
     }
@@ -47,10 +46,10 @@ class OutcomeCommand final : public Command {
 
     const bool changes = !text.empty() || serves_ || clear_ || moveTo_;
     if (changes && !slot) {
-      throw UserError("Name the outcome to change by its number 1, 2 or 3.", kBadInput);
+      throw UserError("Name the outcome to change by its number 1, 2 or 3.");
     }
     if (clear_ && !text.empty()) {
-      throw UserError("Give either new words or --clear, not both.", kBadInput);
+      throw UserError("Give either new words or --clear, not both.");
     }
     const std::optional<std::optional<std::int64_t>> served = servedOutcome();
 
@@ -80,8 +79,7 @@ class OutcomeCommand final : public Command {
     if (!serves_) return std::nullopt;
     if (*serves_ == "none" || *serves_ == "-") return std::optional<std::int64_t>{};
     if (const auto n = wholeNumber(*serves_)) return std::optional<std::int64_t>{*n};
-    throw UserError("\"" + *serves_ + "\" is not an outcome to serve; write 1, 2, 3 or none.",
-                    kBadInput);
+    throw UserError("\"" + *serves_ + "\" is not an outcome to serve; write 1, 2, 3 or none.");
   }
 
   std::vector<std::string> args_;

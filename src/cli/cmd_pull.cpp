@@ -20,8 +20,7 @@ std::int64_t itemNumber(const std::string& text, char prefix) {
                                         "prints it, such as 4 or i4."
                                   : "\"" + text +
                                         "\" is not a pulled item; write its number as trivo "
-                                        "today prints it, such as p1.",
-                    kBadInput);
+                                        "today prints it, such as p1.");
   }
   return *n;
 }
@@ -42,8 +41,7 @@ class PullCommand final : public Command {
 
   int run(Context& context) override {
     if (back_ && slot_) {
-      throw UserError("An item sent back to the inbox serves no outcome; leave out --slot.",
-                      kBadInput);
+      throw UserError("An item sent back to the inbox serves no outcome; leave out --slot.");
     }
     const std::int64_t number = itemNumber(item_, back_ ? 'p' : 'i');
     DailyVault vault(context);

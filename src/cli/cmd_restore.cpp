@@ -39,17 +39,15 @@ class RestoreCommand final : public Command {
     if (auto number = wholeNumber(version_); number && *number >= 1 && version_.size() < 4) {
       if (static_cast<std::size_t>(*number) > versions.size()) {
         throw UserError("There is no version " + version_ + " of " +
-                            page.relative.generic_string() + "; trivo history " + page_ +
-                            " lists them.",
-                        kBadInput);
+                        page.relative.generic_string() + "; trivo history " + page_ +
+                        " lists them.");
       }
       blob = versions[static_cast<std::size_t>(*number - 1)].blob;
     }
     const auto text = backups.text(blob);
     if (!text) {
       throw UserError("No kept version of " + page.relative.generic_string() + " is named \"" +
-                          version_ + "\"; trivo history " + page_ + " lists them.",
-                      kBadInput);
+                      version_ + "\"; trivo history " + page_ + " lists them.");
     }
 
     const Vault vault{root, detectVaultFormat(root), "en", std::nullopt};

@@ -4,6 +4,7 @@
 #include <ostream>
 
 #include "cli/cmd_today_support.h"
+#include "cli/day_argument.h"
 
 namespace trivo::cli {
 namespace {
@@ -24,7 +25,7 @@ class TodayCommand final : public Command {
 
   int run(Context& context) override {
     DailyVault vault(context);
-    const DayDate date = dayArgument(day_, vault.today());
+    const DayDate date = parseDayArgument(day_, vault.today());
     DayEntry entry;
     std::int64_t minutes = 0;
     std::vector<TodayModel::CarryOffer> offers;

@@ -4,7 +4,6 @@
 #include <chrono>
 #include <cstdlib>
 
-#include "cli/day_argument.h"
 #include "cli/vault_settings.h"
 #include "core/backup/backup_store.h"
 #include "core/format/serializer_error.h"
@@ -37,9 +36,8 @@ EntryKey DailyVault::periodPage(const std::string& text) const {
   const EntryKey* key = target ? target->asPage() : nullptr;
   if (!key || key->isInbox()) {
     throw UserError("\"" + text +
-                        "\" is not a period page; name a day, week, month, quarter or year such "
-                        "as 2026-09-16, 2026-W38, 2026-09, 2026-Q3, 2026, yesterday or wo.",
-                    kBadInput);
+                    "\" is not a period page; name a day, week, month, quarter or year such "
+                    "as 2026-09-16, 2026-W38, 2026-09, 2026-Q3, 2026, yesterday or wo.");
   }
   return *key;
 }
@@ -50,10 +48,10 @@ void DailyVault::run(const std::function<void()>& work, bool writes) {
     if (writes) model_->commit();
   } catch (const TodayError& e) {
     discard();
-    throw UserError(e.what(), kBadInput);
+    throw UserError(e.what());
   } catch (const InboxError& e) {
     discard();
-    throw UserError("Nothing was changed: " + std::string(e.what()) + ".", kBadInput);
+    throw UserError("Nothing was changed: " + std::string(e.what()) + ".");
   } catch (const UserError&) {
     discard();
     throw;
@@ -83,14 +81,6 @@ void DailyVault::run(const std::function<void()>& work, bool writes) {
   } catch (const FileError& e) {
     discard();
     throw UserError(std::string(e.what()) + "; the page was left as it was.");
-  }
-}
-
-DayDate dayArgument(const std::string& text, const DayDate& today) {
-  try {
-    return parseDayArgument(text, today);
-  } catch (const UserError& e) {
-    throw UserError(e.what(), kBadInput);
   }
 }
 

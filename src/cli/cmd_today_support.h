@@ -16,10 +16,9 @@
 
 namespace trivo::cli {
 
-// Exit codes of the daily commands: 1 for input the command cannot act on (2 is left to the
-// parser's usage errors), 3 for a page that cannot be read (it is never written then), 4 for a
-// page changed on disk under the command.
-inline constexpr int kBadInput = 1;
+// Exit codes of the daily commands besides 1 (input the command cannot act on, UserError's own):
+// 3 for a page that cannot be read (it is never written then), 4 for a page changed on disk
+// under the command.
 inline constexpr int kUnreadablePage = 3;
 inline constexpr int kChangedPage = 4;
 
@@ -52,8 +51,6 @@ class DailyVault {
   std::unique_ptr<TodayModel> model_;
 };
 
-// A day named on the command line, refused with one sentence (exit 1).
-DayDate dayArgument(const std::string& text, const DayDate& today);
 // A whole number written in digits, or nothing.
 std::optional<std::int64_t> wholeNumber(std::string_view text);
 // Prints a period's outcomes, one numbered line each.

@@ -163,8 +163,7 @@ class FmtCommand final : public PageCommand {
       reports.push_back({{"path", page.relative}, {"formatted", true}});
     }
     if (context.json) context.out << reports.dump(2) << "\n";
-    context.err << "Formatted " << written << " of " << found.size()
-                << (found.size() == 1 ? " page" : " pages")
+    context.err << "Formatted " << written << " of " << counted(found.size(), "page", "pages")
                 << (problems ? "; " + std::to_string(problems) + " cannot be read" : "") << ".\n";
     return problems ? 3 : 0;
   }

@@ -32,9 +32,7 @@ std::string clockText(double seconds) {
   return std::to_string(s / 60) + ":" + (s % 60 < 10 ? "0" : "") + std::to_string(s % 60);
 }
 
-std::string minutesText(std::int64_t minutes) {
-  return std::to_string(minutes) + (minutes == 1 ? " minute" : " minutes");
-}
+std::string minutesText(std::int64_t minutes) { return counted(minutes, "minute", "minutes"); }
 
 // One line for people about the record's session.
 std::string describe(const LiveState& state, const Clock& clock) {

@@ -136,7 +136,7 @@ class ReflectCommand final : public Command {
         out["reflection"] = after;
         context.out << out.dump(2) << "\n";
       } else {
-        context.out << "Wrote " << answered << (answered == 1 ? " answer" : " answers") << " to "
+        context.out << "Wrote " << counted(answered, "answer", "answers") << " to "
                     << relative.string() << ".\n";
       }
       return 0;

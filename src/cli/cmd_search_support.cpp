@@ -202,8 +202,8 @@ class PagePrinter {
       context_.out << "No line matches " << asked << ".\n";
       return 1;
     }
-    out_ += "\n" + std::to_string(lines_) + (lines_ == 1 ? " line" : " lines") + " in " +
-            std::to_string(pages_) + (pages_ == 1 ? " file" : " files") + ".\n";
+    out_ +=
+        "\n" + counted(lines_, "line", "lines") + " in " + counted(pages_, "file", "files") + ".\n";
     context_.out << out_;
     return 0;
   }

@@ -1,6 +1,7 @@
 // The commands of `trivo`: each is one class with its metadata, registered in one list.
 #pragma once
 
+#include <concepts>
 #include <iosfwd>
 #include <memory>
 #include <optional>
@@ -28,7 +29,8 @@ class UserError : public std::runtime_error {
 };
 
 // "1 page", "3 pages": a count with the word that fits it.
-inline std::string counted(std::size_t n, const char* one, const char* many) {
+template <std::integral N>
+std::string counted(N n, const char* one, const char* many) {
   return std::to_string(n) + " " + (n == 1 ? one : many);
 }
 

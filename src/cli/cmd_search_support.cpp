@@ -168,7 +168,11 @@ class PagePrinter {
     if (pages_ > 0) out_ += "\n";
     ++pages_;
     lines_ += page.matches.size();
-    out_ += paint_.bold(page.file) + "  " + paint_.dim(pageTitle(page)) + "\n";
+    if (paint_.on) {
+      out_ += paint_.bold(page.file) + "  " + paint_.dim(pageTitle(page)) + "\n";
+    } else {
+      out_.append(page.file).append("  ").append(pageTitle(page)).push_back('\n');
+    }
     std::optional<std::size_t> previous;
     for (const SearchPage::Line& line : page.lines) {
       const std::size_t number = line.number;

@@ -28,7 +28,7 @@ class TagsCommand final : public Command {
     TagIndex index;
     for (const SearchSource& source : searchSources(vault.root, vault.format, config.orgInFind,
                                                     config.orgSkip, config.orgPins)) {
-      if (const auto read = TextCache::shared().read(source.file)) {
+      if (const auto read = TextCache::shared().read(vault.root / source.relative)) {
         index.add(read->text, source.page ? vault.format : VaultFormat::org);
       }
     }

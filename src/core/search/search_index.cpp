@@ -549,7 +549,7 @@ SearchIndex::Refresh SearchIndex::refreshOnce(const std::vector<SearchSource>& s
       const SearchStamp* stamp = &change.stamp;
       // The stamp is taken before reading, so a change made while the file is read shows as a
       // newer stamp next time and is read then.
-      const auto text = readFile(source.file);
+      const auto text = readFile(options_.vault / source.relative);
       if (!text) continue;
       if (change.replaces) forget(*change.replaces);
       addFile.bind(1, source.relative).bind(2, stamp->size).bind(3, stamp->mtime);
@@ -595,10 +595,11 @@ SearchIndex::Refresh SearchIndex::refreshOnce(const std::vector<SearchSource>& s
 
 void SearchIndex::search(const SearchQuery& query, const std::function<void(SearchPage&&)>& each) {
   if (readsFiles(query)) {
-    scanFiles(options_.vault,
-              searchSources(options_.vault, options_.format, options_.orgFiles, options_.orgSkip,
-                            options_.orgPins),
-              options_.format, query, options_.context, each);
+    const auto list = [this](SourceShare share) {
+      return searchSources(options_.vault, options_.format, options_.orgFiles, options_.orgSkip,
+                           options_.orgPins, false, share);
+    };
+    scanFiles(options_.vault, list, options_.format, query, options_.context, each);
     return;
   }
   for (SearchPage& page : searchIndex(query)) each(std::move(page));

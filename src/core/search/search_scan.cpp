@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <cstring>
 #include <exception>
+#include <memory>
 #include <mutex>
 #include <numeric>
 #include <optional>
@@ -299,8 +300,8 @@ class FileScanner {
 
 }  // namespace
 
-void scanFiles(const std::filesystem::path& vault, const std::vector<SearchSource>& sources,
-               VaultFormat format, const SearchQuery& query, std::size_t context,
+void scanFiles(const std::filesystem::path& vault, const SourceLister& list, VaultFormat format,
+               const SearchQuery& query, std::size_t context,
                const std::function<void(SearchPage&&)>& each) {
   const int root = ::open(vault.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
   if (root < 0) return;  // no vault, no pages: as the listing of a missing folder finds none
@@ -309,65 +310,123 @@ void scanFiles(const std::filesystem::path& vault, const std::vector<SearchSourc
     ~Closer() { ::close(fd); }
   } closer{root};
 
+  // The files: those this thread lists, then the day pages. Listing the day pages is the
+  // longest stretch of work before the order of the files is known, so the first helper lists
+  // them while this thread reads the others; each file keeps its index in `rest` or after it.
+  std::vector<SearchSource> rest;
+  std::vector<SearchSource> days;
+  std::vector<ShownPlace> restPlaces;
+  auto sourceAt = [&](std::size_t index) -> const SearchSource& {
+    return index < rest.size() ? rest[index] : days[index - rest.size()];
+  };
+  auto placeOf = [](const SearchSource& source) {
+    const auto period = source.page ? periodDays(*source.page) : std::nullopt;
+    return shownPlace(period ? std::optional(period->first) : std::nullopt,
+                      period ? std::optional(period->second) : std::nullopt,
+                      source.page.has_value(), source.pinned);
+  };
+  // Reads one file; nothing when no line of it matches.
+  auto readOne = [&](FileScanner& scanner, const SearchSource& source) {
+    std::optional<SearchPage> page(std::in_place);
+    page->page = source.page;
+    page->pinned = source.pinned;
+    if (const auto period = page->page ? periodDays(*page->page) : std::nullopt) {
+      page->first = period->first;
+      page->last = period->second;
+    }
+    if (!scanner.scan(source, *page)) return std::optional<SearchPage>();
+    page->file = source.relative;
+    return page;
+  };
+
   // The files in the order they are shown: they are read in that order, so that each page is
   // handed on as soon as those before it are done, while the rest are read, and let go of then.
-  std::vector<ShownPlace> places;
-  places.reserve(sources.size());
-  for (const SearchSource& source : sources) {
-    const auto days = source.page ? periodDays(*source.page) : std::nullopt;
-    places.push_back(shownPlace(days ? std::optional(days->first) : std::nullopt,
-                                days ? std::optional(days->second) : std::nullopt,
-                                source.page.has_value(), source.pinned));
-  }
-  std::vector<std::size_t> order(sources.size());
-  std::iota(order.begin(), order.end(), std::size_t{0});
-  std::sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) {
-    if (places[a] != places[b]) return places[a] < places[b];
-    return sources[a].relative < sources[b].relative;
-  });
-
   // Files are handed out a few at a time: pages differ in size, and a share fixed in advance
   // would leave one core waiting for the other.
   constexpr std::size_t kBatch = 16;
-  const std::size_t batches = (sources.size() + kBatch - 1) / kBatch;
-  std::vector<std::vector<SearchPage>> found(batches);  // the pages of each batch that match
-  std::atomic<std::size_t> next{0};                     // the next batch to read
-  std::atomic<std::size_t> handed{0};                   // batches handed on so far
+  std::vector<std::size_t> order;
+  std::size_t batches = 0;
+  std::vector<std::vector<SearchPage>> found;  // the pages of each batch that match
+  std::vector<char> done;                      // under `lock`
+  // Sets up the order once both listings are in, on whichever thread has the second.
+  auto arrange = [&] {
+    std::vector<ShownPlace> places = restPlaces;
+    places.reserve(rest.size() + days.size());
+    for (const SearchSource& source : days) places.push_back(placeOf(source));
+    order.resize(places.size());
+    std::iota(order.begin(), order.end(), std::size_t{0});
+    std::sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) {
+      if (places[a] != places[b]) return places[a] < places[b];
+      return sourceAt(a).relative < sourceAt(b).relative;
+    });
+    batches = (order.size() + kBatch - 1) / kBatch;
+    found.resize(batches);
+    done.assign(batches, 0);
+  };
+
+  // What this thread read while the day pages were listed, by index in `rest`. A flag is set
+  // once its file is read; a reader that finds it unset reads the file itself.
+  std::vector<std::optional<SearchPage>> early;
+  std::unique_ptr<std::atomic<bool>[]> earlyDone;
+
+  std::atomic<std::size_t> next{0};    // the next batch to read
+  std::atomic<std::size_t> handed{0};  // batches handed on so far
+  std::atomic<bool> arranged{false};   // the order is set up
+  std::atomic<bool> stopping{false};   // a reader failed: the others stop
   auto read = [&](FileScanner& scanner, std::size_t batch) {
-    const std::size_t end = std::min((batch + 1) * kBatch, sources.size());
+    const std::size_t end = std::min((batch + 1) * kBatch, order.size());
     for (std::size_t at = batch * kBatch; at < end; ++at) {
-      const SearchSource& source = sources[order[at]];
-      SearchPage page;
-      page.page = source.page;
-      page.pinned = source.pinned;
-      if (const auto days = page.page ? periodDays(*page.page) : std::nullopt) {
-        page.first = days->first;
-        page.last = days->second;
+      const std::size_t index = order[at];
+      std::optional<SearchPage> page;
+      if (index < rest.size() && earlyDone[index].load(std::memory_order_acquire)) {
+        page = std::move(early[index]);
+      } else {
+        page = readOne(scanner, sourceAt(index));
       }
-      if (scanner.scan(source, page)) {
-        page.file = source.relative;
-        found[batch].push_back(std::move(page));
-      }
+      if (page) found[batch].push_back(std::move(*page));
     }
   };
   // Frees what is left of the pages of a batch that has been handed on.
   auto release = [&](std::size_t batch) { std::vector<SearchPage>().swap(found[batch]); };
 
   std::mutex lock;
-  std::condition_variable finished;
-  std::vector<char> done(batches, 0);  // under `lock`
-  bool waiting = false;                // under `lock`: the caller's thread waits for a batch
-  std::exception_ptr failure;          // under `lock`
+  std::condition_variable changed;
+  bool restListed = false;     // under `lock`
+  bool waiting = false;        // under `lock`: the caller's thread waits for a batch
+  std::exception_ptr failure;  // under `lock`
+  auto fail = [&](std::exception_ptr what) {
+    const std::lock_guard guard(lock);
+    if (!failure) failure = std::move(what);
+    stopping = true;
+    changed.notify_all();
+  };
+  auto publish = [&] {
+    const std::lock_guard guard(lock);
+    arranged.store(true, std::memory_order_release);
+    changed.notify_all();
+  };
   // The other cores read batches and leave them; the caller's thread hands them on.
-  auto help = [&] {
+  auto help = [&](bool listsDays) {
     try {
+      if (listsDays) {
+        days = list(SourceShare::days);
+        {
+          std::unique_lock guard(lock);
+          changed.wait(guard, [&] { return restListed || failure; });
+        }
+        if (!stopping) arrange();
+        publish();
+      } else {
+        std::unique_lock guard(lock);
+        changed.wait(guard, [&] { return arranged.load() || failure; });
+      }
       FileScanner scanner(root, format, query, context);
       // A page is let go of by the thread that read it. Freed by another thread, its memory goes
       // back to this thread's arena under the arena's lock, which the two threads then fight
       // over for every page: that cost more than the reading.
       std::vector<std::size_t> mine;  // the batches this thread read, in order
       std::size_t kept = 0;           // the first of them not yet let go of
-      for (std::size_t batch = next++; batch < batches; batch = next++) {
+      for (std::size_t batch = next++; batch < batches && !stopping; batch = next++) {
         for (const std::size_t upTo = handed.load(std::memory_order_acquire);
              kept < mine.size() && mine[kept] < upTo; ++kept) {
           release(mine[kept]);
@@ -376,24 +435,22 @@ void scanFiles(const std::filesystem::path& vault, const std::vector<SearchSourc
         read(scanner, batch);
         const std::lock_guard guard(lock);
         done[batch] = 1;
-        if (waiting) finished.notify_one();
+        if (waiting) changed.notify_all();
       }
     } catch (...) {
-      const std::lock_guard guard(lock);
-      if (!failure) failure = std::current_exception();
-      next = batches;
-      finished.notify_one();
+      fail(std::current_exception());
+      if (listsDays) publish();
     }
   };
   const std::size_t cores = std::clamp<std::size_t>(std::thread::hardware_concurrency(), 1, 8);
   std::vector<std::jthread> helpers;
-  helpers.reserve(std::min(cores - 1, batches));
-  for (std::size_t i = 0; i < std::min(cores - 1, batches); ++i) helpers.emplace_back(help);
+  helpers.reserve(cores - 1);
+  for (std::size_t i = 0; i + 1 < cores; ++i) helpers.emplace_back(help, i == 0);
 
   // This thread reads batches as well, and after each one hands on the pages of every batch
   // that is done, in order. It waits only at the end, for the last batches the others read:
   // waking it for each batch had cost a switch of threads per batch.
-  std::vector<char> ownBatch(batches, 0);
+  std::vector<char> ownBatch;
   std::size_t shown = 0;  // batches handed on
   auto handOn = [&] {
     for (SearchPage& page : found[shown]) each(std::move(page));
@@ -405,8 +462,37 @@ void scanFiles(const std::filesystem::path& vault, const std::vector<SearchSourc
     return failure != nullptr;
   };
   try {
+    rest = list(SourceShare::rest);
+    restPlaces.reserve(rest.size());
+    for (const SearchSource& source : rest) restPlaces.push_back(placeOf(source));
+    early.resize(rest.size());
+    earlyDone = std::make_unique<std::atomic<bool>[]>(rest.size());
+    {
+      const std::lock_guard guard(lock);
+      restListed = true;
+      changed.notify_all();
+    }
     FileScanner scanner(root, format, query, context);
-    for (std::size_t batch = next++; batch < batches; batch = next++) {
+    if (helpers.empty()) {
+      days = list(SourceShare::days);
+      arrange();
+    } else {
+      // Until the order is known, the files listed here are read newest first.
+      std::vector<std::size_t> restOrder(rest.size());
+      std::iota(restOrder.begin(), restOrder.end(), std::size_t{0});
+      std::sort(restOrder.begin(), restOrder.end(),
+                [&](std::size_t a, std::size_t b) { return restPlaces[a] < restPlaces[b]; });
+      for (const std::size_t index : restOrder) {
+        if (arranged.load(std::memory_order_acquire)) break;
+        early[index] = readOne(scanner, rest[index]);
+        earlyDone[index].store(true, std::memory_order_release);
+      }
+      std::unique_lock guard(lock);
+      changed.wait(guard, [&] { return arranged.load() || failure; });
+      if (failure) std::rethrow_exception(failure);
+    }
+    ownBatch.assign(batches, 0);
+    for (std::size_t batch = next++; batch < batches && !stopping; batch = next++) {
       read(scanner, batch);
       ownBatch[batch] = 1;
       {
@@ -425,14 +511,18 @@ void scanFiles(const std::filesystem::path& vault, const std::vector<SearchSourc
       {
         std::unique_lock guard(lock);
         waiting = true;
-        finished.wait(guard, [&] { return done[shown] != 0 || failure; });
+        changed.wait(guard, [&] { return done[shown] != 0 || failure; });
         waiting = false;
         if (failure) break;
       }
       handOn();
     }
   } catch (...) {
-    next = batches;  // the others stop after the files they are reading
+    {
+      const std::lock_guard guard(lock);
+      restListed = true;  // a helper waiting for the listing goes on to stop
+    }
+    fail(std::current_exception());
     helpers.clear();
     throw;
   }

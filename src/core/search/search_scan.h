@@ -18,13 +18,17 @@
 
 namespace trivo {
 
-// Hands `each` the pages of `sources` (files of `vault`) with lines that match `query`, each
-// with `context` lines around every match, one by one in the order they are shown, as soon as
-// those before are done. `format` is the syntax of the vault's pages (the other Org files are
-// read as Org). Files that cannot be read are passed over. What `each` throws stops the reading
-// and reaches the caller.
-void scanFiles(const std::filesystem::path& vault, const std::vector<SearchSource>& sources,
-               VaultFormat format, const SearchQuery& query, std::size_t context,
+// Lists a share of the files to read (searchSources with the vault's settings). It is called
+// twice, for the day pages and for the rest, and the two calls can run at the same time.
+using SourceLister = std::function<std::vector<SearchSource>(SourceShare)>;
+
+// Hands `each` the pages of the files `list` gives (files of `vault`) with lines that match
+// `query`, each with `context` lines around every match, one by one in the order they are
+// shown, as soon as those before are done. `format` is the syntax of the vault's pages (the
+// other Org files are read as Org). Files that cannot be read are passed over. What `each` or
+// `list` throws stops the reading and reaches the caller.
+void scanFiles(const std::filesystem::path& vault, const SourceLister& list, VaultFormat format,
+               const SearchQuery& query, std::size_t context,
                const std::function<void(SearchPage&&)>& each);
 
 }  // namespace trivo

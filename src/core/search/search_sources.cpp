@@ -28,7 +28,8 @@ std::optional<SearchStamp> stampOf(const std::filesystem::path& file) {
 
 std::vector<SearchSource> searchSources(const std::filesystem::path& vault, VaultFormat format,
                                         bool orgFiles, const std::vector<std::string>& orgSkip,
-                                        const std::vector<std::string>& orgPins, bool stamped) {
+                                        const std::vector<std::string>& orgPins, bool stamped,
+                                        SourceShare share) {
   namespace fs = std::filesystem;
   const VaultPaths paths(vault, format);
   // Names are joined as strings: every search lists every page, and building and relating
@@ -37,17 +38,17 @@ std::vector<SearchSource> searchSources(const std::filesystem::path& vault, Vaul
   prefix = prefix.empty() || prefix == "." ? std::string() : prefix + "/";
   std::vector<SearchSource> sources;
   for (std::string_view folder : VaultPaths::folders) {
+    const bool days = folder == VaultPaths::folders.front();
+    if ((share == SourceShare::days && !days) || (share == SourceShare::rest && days)) continue;
     const fs::path dir = paths.base() / folder;
     DIR* listing = ::opendir(dir.c_str());
     if (!listing) continue;
     const std::string relativeFolder = prefix + std::string(folder) + "/";
-    const std::string folderText = dir.string() + "/";
     while (const dirent* entry = ::readdir(listing)) {
       const std::string_view name = entry->d_name;
       const auto key = paths.key(folder, name);
       if (!key) continue;
-      sources.push_back({folderText + std::string(name), relativeFolder + std::string(name), key,
-                         false, {}});
+      sources.push_back({relativeFolder + std::string(name), key, false, {}});
       if (stamped) {
         struct stat info {};
         sources.back().stamp = stampFrom(::fstatat(::dirfd(listing), entry->d_name, &info, 0), info);
@@ -55,16 +56,16 @@ std::vector<SearchSource> searchSources(const std::filesystem::path& vault, Vaul
     }
     ::closedir(listing);
   }
+  if (share == SourceShare::days) return sources;
   std::error_code ec;
   if (fs::is_regular_file(paths.inbox(), ec)) {
-    sources.push_back({paths.inbox().string(),
-                       paths.inbox().lexically_relative(vault).generic_string(),
-                       EntryKey::inbox(), false, {}});
+    sources.push_back(
+        {paths.inbox().lexically_relative(vault).generic_string(), EntryKey::inbox(), false, {}});
     if (stamped) sources.back().stamp = stampOf(paths.inbox());
   }
   if (orgFiles) {
     for (const OrgFile& org : OrgFiles::list(paths, orgSkip, orgPins)) {
-      sources.push_back({org.file.string(), org.relative, std::nullopt, org.pinned, {}});
+      sources.push_back({org.relative, std::nullopt, org.pinned, {}});
       if (stamped) sources.back().stamp = stampOf(org.file);
     }
   }

@@ -22,8 +22,8 @@ struct SearchStamp {
 };
 
 struct SearchSource {
-  std::string file;              // absolute (a text: thousands are made for every search)
-  std::string relative;          // from the vault root, with "/"
+  std::string relative;          // from the vault root, with "/" (a text: thousands are made for
+                                 // every search, and a path object apiece cost more)
   std::optional<EntryKey> page;  // nothing for an Org file of the person's own
   bool pinned = false;           // named in the Org pins
   // With `stamped`: the file's stamp as it was listed, or nothing when it is no regular file
@@ -33,14 +33,19 @@ struct SearchSource {
   bool operator==(const SearchSource&) const = default;
 };
 
+// Which of those files a listing takes: the day pages are most of a vault, and a search lists
+// them on a thread of their own while it reads the rest.
+enum class SourceShare { all, days, rest };
+
 // Every page of the vault (period folders, then the inbox when it exists), then, when
 // `orgFiles`, the other Org files less `orgSkip`, pinned ones first. Unreadable folders are
 // passed over. With `stamped`, each file's stamp is taken as it is listed, from its folder
-// (cheaper than a look-up of its whole path afterwards).
+// (cheaper than a look-up of its whole path afterwards). `share` takes the day pages alone, or
+// everything but them.
 std::vector<SearchSource> searchSources(const std::filesystem::path& vault, VaultFormat format,
                                         bool orgFiles, const std::vector<std::string>& orgSkip,
                                         const std::vector<std::string>& orgPins,
-                                        bool stamped = false);
+                                        bool stamped = false, SourceShare share = SourceShare::all);
 
 // The stamp of a regular file (links followed), or nothing.
 std::optional<SearchStamp> stampOf(const std::filesystem::path& file);

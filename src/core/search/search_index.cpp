@@ -599,7 +599,8 @@ void SearchIndex::search(const SearchQuery& query, const std::function<void(Sear
       return searchSources(options_.vault, options_.format, options_.orgFiles, options_.orgSkip,
                            options_.orgPins, false, share);
     };
-    scanFiles(options_.vault, list, options_.format, query, options_.context, each);
+    scanFiles(options_.vault, list, options_.format, query, options_.context, each,
+              cacheFile(options_.cacheFolder, options_.vault, "search-", ".pages"));
     return;
   }
   for (SearchPage& page : searchIndex(query)) each(std::move(page));

@@ -23,20 +23,28 @@
 
 #include "core/format/text_util.h"
 #include "core/search/search_lines.h"
+#include "core/search/search_snapshot.h"
 #include "core/store/text_cache.h"
 
 namespace trivo {
 namespace {
 
+SearchStamp statStamp(const struct stat& info) {
+  return {static_cast<std::int64_t>(info.st_size),
+          static_cast<std::int64_t>(info.st_mtim.tv_sec) * 1'000'000'000 +
+              static_cast<std::int64_t>(info.st_mtim.tv_nsec)};
+}
+
 // Reads a whole file into `out`; false when it is no regular file or cannot be read. `file` is
 // relative to the folder `root` is open on: thousands of files are opened, and the kernel then
 // walks two names of each path rather than all of them. It is opened without waiting: a pipe
 // named like a page would otherwise hold the search until something wrote to it.
-bool readWhole(int root, const std::string& file, std::string& out) {
+bool readWhole(int root, const std::string& file, std::string& out, SearchStamp& stamp) {
   const int fd = ::openat(root, file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
   if (fd < 0) return false;
   struct stat info {};
   bool ok = ::fstat(fd, &info) == 0 && S_ISREG(info.st_mode);
+  stamp = statStamp(info);
   std::size_t used = 0;
   if (ok) {
     // Read up to the size it has now: one call for the usual page, where reading on to the end
@@ -96,8 +104,8 @@ std::size_t takeFirstByte(std::uint64_t& word) {
 // One thread's scanner: its buffers are used again for each file it reads.
 class FileScanner {
  public:
-  FileScanner(int root, VaultFormat format, const SearchQuery& query, std::size_t context)
-      : root_(root), format_(format), query_(query), context_(context) {
+  FileScanner(VaultFormat format, const SearchQuery& query, std::size_t context)
+      : format_(format), query_(query), context_(context) {
     // The longest term is the rarest, as a rule: it is looked for first, across the whole file.
     for (const std::string& term : query.terms) {
       if (term.size() > lead_.size()) lead_ = term;
@@ -107,15 +115,22 @@ class FileScanner {
                              [](char c) { return static_cast<unsigned char>(c) < 0x80; });
   }
 
-  // Finds the lines of `source` that match and puts them with their neighbours into `page`,
-  // which holds the file's page and days already; false when none match.
-  bool scan(const SearchSource& source, SearchPage& page) {
-    if (query_.from || query_.to) {
-      if (!page.last) return false;
-      if (query_.from && *page.last < *query_.from) return false;
-      if (query_.to && *query_.to < *page.first) return false;
-    }
-    if (!readWhole(root_, source.relative, raw_)) return false;
+  // Whether the days asked for let `page` (its page and days filled in) match at all.
+  [[nodiscard]] bool wants(const SearchPage& page) const {
+    if (!query_.from && !query_.to) return true;
+    if (!page.last) return false;
+    if (query_.from && *page.last < *query_.from) return false;
+    if (query_.to && *query_.to < *page.first) return false;
+    return true;
+  }
+
+  // The buffer a file is read into, used again for the next.
+  std::string& buffer() { return buffer_; }
+
+  // Finds the lines of `text`, the text of `source`, that match and puts them with their
+  // neighbours into `page`, which holds the file's page and days already; false when none match.
+  bool scan(const SearchSource& source, std::string_view text, SearchPage& page) {
+    raw_ = text;
     sections_.reset();
     hits_.clear();
 
@@ -141,7 +156,7 @@ class FileScanner {
     if (lead_.empty()) {
       for (std::size_t begin = 0, index = 0; begin < raw_.size(); ++index) {
         const std::size_t end = lineEnd(begin);
-        folder_.fold(text::withoutCR(std::string_view(raw_).substr(begin, end - begin)), folded_);
+        folder_.fold(text::withoutCR(raw_.substr(begin, end - begin)), folded_);
         consider(index, begin, folded_);
         begin = end + 1;
       }
@@ -164,8 +179,7 @@ class FileScanner {
             static_cast<std::size_t>(std::count(raw_.data() + counted, raw_.data() + begin, '\n'));
         counted = begin;
         countedIndex = index;
-        const std::string_view line =
-            text::withoutCR(std::string_view(raw_).substr(begin, end - begin));
+        const std::string_view line = text::withoutCR(raw_.substr(begin, end - begin));
         const bool leadHere = at < end && at + lead_.size() <= begin + line.size();
         if (unlike < end) {
           // A line that folds otherwise is folded only when the fold can hold the lead term
@@ -212,7 +226,7 @@ class FileScanner {
       const std::size_t to = hit.number + std::min(context_, raw_.size());  // (cannot wrap)
       for (std::size_t n = from; n <= to && begin < raw_.size(); ++n) {
         const std::size_t end = lineEnd(begin);
-        page.add(n, text::withoutCR(std::string_view(raw_).substr(begin, end - begin)));
+        page.add(n, text::withoutCR(raw_.substr(begin, end - begin)));
         shown = n;
         begin = end + 1;
       }
@@ -284,14 +298,14 @@ class FileScanner {
     return true;
   }
 
-  int root_;
   VaultFormat format_;
   const SearchQuery& query_;
   std::size_t context_;
   std::string lead_;
   bool lone_ = false;       // the lead is all a line must hold
   bool asciiLead_ = false;  // the lead is ASCII alone
-  std::string raw_;
+  std::string_view raw_;    // the text being scanned
+  std::string buffer_;
   std::string folded_;  // one line folded
   std::vector<Hit> hits_;
   std::optional<std::vector<SearchLine>> sections_;  // read only when kinds or tags matter
@@ -302,13 +316,17 @@ class FileScanner {
 
 void scanFiles(const std::filesystem::path& vault, const SourceLister& list, VaultFormat format,
                const SearchQuery& query, std::size_t context,
-               const std::function<void(SearchPage&&)>& each) {
+               const std::function<void(SearchPage&&)>& each,
+               const std::optional<std::filesystem::path>& copyFile) {
   const int root = ::open(vault.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
   if (root < 0) return;  // no vault, no pages: as the listing of a missing folder finds none
   struct Closer {
     int fd;
     ~Closer() { ::close(fd); }
   } closer{root};
+  // Every page read from here on was read after this moment, which the new copy records.
+  const std::int64_t since = SearchSnapshot::now();
+  const std::string vaultName = std::filesystem::absolute(vault).lexically_normal().string();
 
   // The files: those this thread lists, then the day pages. Listing the day pages is the
   // longest stretch of work before the order of the files is known, so the first helper lists
@@ -325,8 +343,26 @@ void scanFiles(const std::filesystem::path& vault, const SourceLister& list, Vau
                       period ? std::optional(period->second) : std::nullopt,
                       source.page.has_value(), source.pinned);
   };
+
+  // The copy of the pages' text, and what each file's text came from. A new copy is written
+  // from these once the search is done; a search limited to some days leaves pages unread and
+  // writes none.
+  std::optional<SearchSnapshot> copy;
+  const bool keeping = copyFile && !query.from && !query.to;
+  struct Kept {
+    enum class From : char { unread, theCopy, theVault } from = From::unread;
+    SearchStamp stamp;
+    std::string text;  // read from the vault
+  };
+  std::vector<Kept> keptRest;
+  std::vector<Kept> keptDays;
+  auto keptAt = [&](std::size_t index) -> Kept& {
+    return index < rest.size() ? keptRest[index] : keptDays[index - rest.size()];
+  };
+
   // Reads one file; nothing when no line of it matches.
-  auto readOne = [&](FileScanner& scanner, const SearchSource& source) {
+  auto readOne = [&](FileScanner& scanner, std::size_t index) {
+    const SearchSource& source = sourceAt(index);
     std::optional<SearchPage> page(std::in_place);
     page->page = source.page;
     page->pinned = source.pinned;
@@ -334,7 +370,23 @@ void scanFiles(const std::filesystem::path& vault, const SourceLister& list, Vau
       page->first = period->first;
       page->last = period->second;
     }
-    if (!scanner.scan(source, *page)) return std::optional<SearchPage>();
+    if (!scanner.wants(*page)) return std::optional<SearchPage>();
+    std::string_view text;
+    const auto copied = copy ? copy->find(source.relative) : std::nullopt;
+    struct stat info {};
+    if (copied && ::fstatat(root, source.relative.c_str(), &info, 0) == 0 &&
+        S_ISREG(info.st_mode) && copy->current(*copied, statStamp(info))) {
+      text = copied->text;
+      if (keeping) keptAt(index).from = Kept::From::theCopy;
+    } else {
+      SearchStamp stamp;
+      if (!readWhole(root, source.relative, scanner.buffer(), stamp)) {
+        return std::optional<SearchPage>();
+      }
+      text = scanner.buffer();
+      if (keeping) keptAt(index) = {Kept::From::theVault, stamp, std::string(text)};
+    }
+    if (!scanner.scan(source, text, *page)) return std::optional<SearchPage>();
     page->file = source.relative;
     return page;
   };
@@ -362,12 +414,15 @@ void scanFiles(const std::filesystem::path& vault, const SourceLister& list, Vau
     batches = (order.size() + kBatch - 1) / kBatch;
     found.resize(batches);
     done.assign(batches, 0);
+    if (keeping) keptDays.resize(days.size());
   };
 
-  // What this thread read while the day pages were listed, by index in `rest`. A flag is set
-  // once its file is read; a reader that finds it unset reads the file itself.
-  std::vector<std::optional<SearchPage>> early;
-  std::unique_ptr<std::atomic<bool>[]> earlyDone;
+  // The files of `rest` this thread reads while the day pages are listed. Each is taken by one
+  // reader: this thread before the order is known, or whoever reads its batch; a reader that
+  // finds it taken by this thread waits for it (a file at most) and takes what was read.
+  enum Claim : char { untouched, early, earlyDone, inBatch };
+  std::vector<std::optional<SearchPage>> earlyPages;
+  std::unique_ptr<std::atomic<char>[]> claims;
 
   std::atomic<std::size_t> next{0};    // the next batch to read
   std::atomic<std::size_t> handed{0};  // batches handed on so far
@@ -378,10 +433,14 @@ void scanFiles(const std::filesystem::path& vault, const SourceLister& list, Vau
     for (std::size_t at = batch * kBatch; at < end; ++at) {
       const std::size_t index = order[at];
       std::optional<SearchPage> page;
-      if (index < rest.size() && earlyDone[index].load(std::memory_order_acquire)) {
-        page = std::move(early[index]);
+      char claim = untouched;
+      if (index >= rest.size() || claims[index].compare_exchange_strong(claim, inBatch)) {
+        page = readOne(scanner, index);
       } else {
-        page = readOne(scanner, sourceAt(index));
+        while (claims[index].load(std::memory_order_acquire) != earlyDone) {
+          std::this_thread::yield();
+        }
+        page = std::move(earlyPages[index]);
       }
       if (page) found[batch].push_back(std::move(*page));
     }
@@ -420,7 +479,7 @@ void scanFiles(const std::filesystem::path& vault, const SourceLister& list, Vau
         std::unique_lock guard(lock);
         changed.wait(guard, [&] { return arranged.load() || failure; });
       }
-      FileScanner scanner(root, format, query, context);
+      FileScanner scanner(format, query, context);
       // A page is let go of by the thread that read it. Freed by another thread, its memory goes
       // back to this thread's arena under the arena's lock, which the two threads then fight
       // over for every page: that cost more than the reading.
@@ -465,14 +524,16 @@ void scanFiles(const std::filesystem::path& vault, const SourceLister& list, Vau
     rest = list(SourceShare::rest);
     restPlaces.reserve(rest.size());
     for (const SearchSource& source : rest) restPlaces.push_back(placeOf(source));
-    early.resize(rest.size());
-    earlyDone = std::make_unique<std::atomic<bool>[]>(rest.size());
+    earlyPages.resize(rest.size());
+    claims = std::make_unique<std::atomic<char>[]>(rest.size());
+    if (keeping) keptRest.resize(rest.size());
+    if (copyFile) copy = SearchSnapshot::load(*copyFile, vaultName);
     {
       const std::lock_guard guard(lock);
       restListed = true;
       changed.notify_all();
     }
-    FileScanner scanner(root, format, query, context);
+    FileScanner scanner(format, query, context);
     if (helpers.empty()) {
       days = list(SourceShare::days);
       arrange();
@@ -484,8 +545,10 @@ void scanFiles(const std::filesystem::path& vault, const SourceLister& list, Vau
                 [&](std::size_t a, std::size_t b) { return restPlaces[a] < restPlaces[b]; });
       for (const std::size_t index : restOrder) {
         if (arranged.load(std::memory_order_acquire)) break;
-        early[index] = readOne(scanner, rest[index]);
-        earlyDone[index].store(true, std::memory_order_release);
+        char claim = untouched;
+        if (!claims[index].compare_exchange_strong(claim, early)) continue;
+        earlyPages[index] = readOne(scanner, index);
+        claims[index].store(earlyDone, std::memory_order_release);
       }
       std::unique_lock guard(lock);
       changed.wait(guard, [&] { return arranged.load() || failure; });
@@ -528,6 +591,29 @@ void scanFiles(const std::filesystem::path& vault, const SourceLister& list, Vau
   }
   helpers.clear();
   if (failure) std::rethrow_exception(failure);
+  if (!keeping) return;
+
+  // A new copy is written when it would serve about a thirtieth of the pages more than this one
+  // did: until then the few pages that changed are read from the vault, which costs less than
+  // writing the whole copy again after every edit. Pages changed too lately to be trusted next
+  // time are left out of it.
+  const std::int64_t settled = SearchSnapshot::settledBefore(since);
+  std::vector<std::pair<std::string_view, SearchSnapshot::Page>> pages;
+  pages.reserve(order.size());
+  std::size_t fromCopy = 0;
+  for (const std::size_t index : order) {
+    const Kept& kept = keptAt(index);
+    const std::string& relative = sourceAt(index).relative;
+    if (kept.from == Kept::From::theCopy) {
+      pages.emplace_back(relative, *copy->find(relative));
+      ++fromCopy;
+    } else if (kept.from == Kept::From::theVault && kept.stamp.mtime < settled) {
+      pages.emplace_back(relative, SearchSnapshot::Page{kept.stamp, kept.text});
+    }
+  }
+  if ((pages.size() - fromCopy) * 30 > order.size()) {
+    SearchSnapshot::write(*copyFile, vaultName, std::move(pages), since);
+  }
 }
 
 }  // namespace trivo

@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <filesystem>
 #include <functional>
+#include <optional>
 #include <vector>
 
 #include "core/search/search_page.h"
@@ -26,9 +27,12 @@ using SourceLister = std::function<std::vector<SearchSource>(SourceShare)>;
 // `query`, each with `context` lines around every match, one by one in the order they are
 // shown, as soon as those before are done. `format` is the syntax of the vault's pages (the
 // other Org files are read as Org). Files that cannot be read are passed over. What `each` or
-// `list` throws stops the reading and reaches the caller.
+// `list` throws stops the reading and reaches the caller. With `copyFile`, unchanged pages are
+// taken from the copy of their text kept there (SearchSnapshot), which is written anew when it
+// is missing or many pages have changed.
 void scanFiles(const std::filesystem::path& vault, const SourceLister& list, VaultFormat format,
                const SearchQuery& query, std::size_t context,
-               const std::function<void(SearchPage&&)>& each);
+               const std::function<void(SearchPage&&)>& each,
+               const std::optional<std::filesystem::path>& copyFile = std::nullopt);
 
 }  // namespace trivo

@@ -57,7 +57,7 @@ tsan: deps
 	cmake -S . -B $(TSAN_BUILD) $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=Debug -DTRIVO_TSAN=ON \
 	  -DTRIVO_WERROR=ON -DTRIVO_APP=OFF
 	cmake --build $(TSAN_BUILD) -j $(JOBS) --target trivo_tests
-	ctest --test-dir $(TSAN_BUILD) --output-on-failure -j $(JOBS) -R 'Store|Watcher|Live|VaultService|PageCheck|SearchIndex'
+	ctest --test-dir $(TSAN_BUILD) --output-on-failure -j $(JOBS) -R 'Store|Watcher|Live|VaultService|PageCheck|SearchIndex|SearchWithCopy'
 
 # The long soak of the store against other writers (CI runs a short one with the tests).
 SOAK_SAVES ?= 10000

@@ -29,12 +29,6 @@
 namespace trivo {
 namespace {
 
-SearchStamp statStamp(const struct stat& info) {
-  return {static_cast<std::int64_t>(info.st_size),
-          static_cast<std::int64_t>(info.st_mtim.tv_sec) * 1'000'000'000 +
-              static_cast<std::int64_t>(info.st_mtim.tv_nsec)};
-}
-
 // Reads a whole file into `out`; false when it is no regular file or cannot be read. `file` is
 // relative to the folder `root` is open on: thousands of files are opened, and the kernel then
 // walks two names of each path rather than all of them. It is opened without waiting: a pipe
@@ -44,7 +38,7 @@ bool readWhole(int root, const std::string& file, std::string& out, SearchStamp&
   if (fd < 0) return false;
   struct stat info {};
   bool ok = ::fstat(fd, &info) == 0 && S_ISREG(info.st_mode);
-  stamp = statStamp(info);
+  stamp = stampFrom(info);
   std::size_t used = 0;
   if (ok) {
     // Read up to the size it has now: one call for the usual page, where reading on to the end
@@ -352,7 +346,8 @@ void scanFiles(const std::filesystem::path& vault, const SourceLister& list, Vau
   struct Kept {
     enum class From : char { unread, theCopy, theVault } from = From::unread;
     SearchStamp stamp;
-    std::string text;  // read from the vault
+    std::string_view copied;  // the text in the copy
+    std::string text;         // read from the vault
   };
   std::vector<Kept> keptRest;
   std::vector<Kept> keptDays;
@@ -375,16 +370,16 @@ void scanFiles(const std::filesystem::path& vault, const SourceLister& list, Vau
     const auto copied = copy ? copy->find(source.relative) : std::nullopt;
     struct stat info {};
     if (copied && ::fstatat(root, source.relative.c_str(), &info, 0) == 0 &&
-        S_ISREG(info.st_mode) && copy->current(*copied, statStamp(info))) {
+        S_ISREG(info.st_mode) && copy->current(*copied, stampFrom(info))) {
       text = copied->text;
-      if (keeping) keptAt(index).from = Kept::From::theCopy;
+      if (keeping) keptAt(index) = {Kept::From::theCopy, copied->stamp, copied->text, {}};
     } else {
       SearchStamp stamp;
       if (!readWhole(root, source.relative, scanner.buffer(), stamp)) {
         return std::optional<SearchPage>();
       }
       text = scanner.buffer();
-      if (keeping) keptAt(index) = {Kept::From::theVault, stamp, std::string(text)};
+      if (keeping) keptAt(index) = {Kept::From::theVault, stamp, {}, std::string(text)};
     }
     if (!scanner.scan(source, text, *page)) return std::optional<SearchPage>();
     page->file = source.relative;
@@ -605,7 +600,7 @@ void scanFiles(const std::filesystem::path& vault, const SourceLister& list, Vau
     const Kept& kept = keptAt(index);
     const std::string& relative = sourceAt(index).relative;
     if (kept.from == Kept::From::theCopy) {
-      pages.emplace_back(relative, *copy->find(relative));
+      pages.emplace_back(relative, SearchSnapshot::Page{kept.stamp, kept.copied});
       ++fromCopy;
     } else if (kept.from == Kept::From::theVault && kept.stamp.mtime < settled) {
       pages.emplace_back(relative, SearchSnapshot::Page{kept.stamp, kept.text});

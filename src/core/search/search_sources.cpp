@@ -10,20 +10,24 @@
 
 namespace trivo {
 
+SearchStamp stampFrom(const struct stat& info) {
+  return {static_cast<std::int64_t>(info.st_size),
+          static_cast<std::int64_t>(info.st_mtim.tv_sec) * 1'000'000'000 +
+              static_cast<std::int64_t>(info.st_mtim.tv_nsec)};
+}
+
 namespace {
 
-std::optional<SearchStamp> stampFrom(int status, const struct stat& info) {
+std::optional<SearchStamp> regularStamp(int status, const struct stat& info) {
   if (status != 0 || !S_ISREG(info.st_mode)) return std::nullopt;
-  return SearchStamp{static_cast<std::int64_t>(info.st_size),
-                     static_cast<std::int64_t>(info.st_mtim.tv_sec) * 1000000000 +
-                         static_cast<std::int64_t>(info.st_mtim.tv_nsec)};
+  return stampFrom(info);
 }
 
 }  // namespace
 
 std::optional<SearchStamp> stampOf(const std::filesystem::path& file) {
   struct stat info {};
-  return stampFrom(::stat(file.c_str(), &info), info);
+  return regularStamp(::stat(file.c_str(), &info), info);
 }
 
 std::vector<SearchSource> searchSources(const std::filesystem::path& vault, VaultFormat format,
@@ -51,7 +55,8 @@ std::vector<SearchSource> searchSources(const std::filesystem::path& vault, Vaul
       sources.push_back({relativeFolder + std::string(name), key, false, {}});
       if (stamped) {
         struct stat info {};
-        sources.back().stamp = stampFrom(::fstatat(::dirfd(listing), entry->d_name, &info, 0), info);
+        sources.back().stamp =
+            regularStamp(::fstatat(::dirfd(listing), entry->d_name, &info, 0), info);
       }
     }
     ::closedir(listing);

@@ -2,6 +2,8 @@
 // the other Org files when asked for.
 #pragma once
 
+#include <sys/stat.h>
+
 #include <cstdint>
 #include <filesystem>
 #include <optional>
@@ -46,6 +48,9 @@ std::vector<SearchSource> searchSources(const std::filesystem::path& vault, Vaul
                                         bool orgFiles, const std::vector<std::string>& orgSkip,
                                         const std::vector<std::string>& orgPins,
                                         bool stamped = false, SourceShare share = SourceShare::all);
+
+// The stamp in a file's status.
+SearchStamp stampFrom(const struct stat& info);
 
 // The stamp of a regular file (links followed), or nothing.
 std::optional<SearchStamp> stampOf(const std::filesystem::path& file);
